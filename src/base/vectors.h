@@ -1,0 +1,111 @@
+// STRVECT, TBLOCKVECT and INTVECT: vectors whose elements stand in a BLOCK.
+//
+// Reads out of range give null, the empty view or 0; writes out of range are
+// ignored. An element that cannot be stored for lack of memory is lost, and
+// the vector stays sound. `length`, `capacity` and `step` of the block count
+// bytes; count() counts elements.
+
+#ifndef BASE_VECTORS_H_
+#define BASE_VECTORS_H_
+
+#include <stdint.h>
+
+#include "base/block.h"
+#include "base/str.h"
+
+// Owns its strings.
+class STRVECT : public BLOCK {
+ public:
+  STRVECT(uint32_t initial, uint32_t step) : BLOCK(initial, step) {}
+  ~STRVECT() override;
+
+  int32_t count() const;
+  // The string itself, owned by the vector; null out of range.
+  STR* at(int32_t i) const;
+  // Its text; null out of range.
+  const char* text(int32_t i) const;
+  // Appends a copy of the text. 1, or 0.
+  int add(const char* text);
+  // Inserts a copy ahead of element i; i at the count appends. 1, or 0.
+  int ins(const char* text, int32_t i);
+  // Inserts in its place by CompareNoCase; a text that is already there is
+  // dropped. REQUIRES: the vector is in that order. 1 when inserted.
+  int insSorted(const char* text);
+  // Deletes element i. 1, or 0 out of range.
+  int del(int32_t i);
+  // Deletes all strings and keeps the buffer.
+  void clear();
+};
+
+// Owns the array of views and nothing that they point at.
+class TBLOCKVECT : public BLOCK {
+ public:
+  static const uint32_t kStep = 128000;  // bytes, growth and default capacity
+
+  unsigned char separator;  // "/"
+  TBLOCK separatorView;     // of that byte
+  int32_t maxCount;         // 0: no limit
+
+  // Reserves kStep bytes: for the few vectors that grow to thousands.
+  TBLOCKVECT();
+  // Reserves room for n elements.
+  explicit TBLOCKVECT(int32_t n);
+  // The lines of a text, those that are not empty. A line ends at CR LF, LF CR
+  // or LF; a lone CR stays inside.
+  TBLOCKVECT(TBLOCK text, int trim);
+
+  int32_t count() const;
+  TBLOCK get(int32_t i) const;
+  // Appends; with `trim` without the white space on both sides. An empty value
+  // needs `allowEmpty`; at the limit the value is dropped. 1 when appended.
+  int add(TBLOCK value, int allowEmpty, int trim);
+  // The same, but drops a value that is already there (equal through
+  // LowerConvTable). The cost is constant on average: past kHashFrom members
+  // a side table of hashes is kept.
+  int addUnique(TBLOCK value, int allowEmpty, int trim);
+  int del(int32_t i);
+  // Sets the limit and deletes from the end down to it; 0 lifts it.
+  void setMaxCount(int32_t n);
+  // Inserts ahead of element i; at or past the count it is add(value, 0, 1).
+  int ins(TBLOCK value, int32_t i);
+  int set(TBLOCK value, int32_t i);
+  void clear();
+
+  // How many members match the pattern, both without the white space around
+  // them: see MatchWildcard, with a star in the middle allowed to overlap.
+  int patternCount(TBLOCK pattern) const;
+  int patternStrCount(const char* pattern) const;
+
+  // Empties, then adds the pieces between `sep`, empty ones left out.
+  void fillFromBigBlock(TBLOCK text, char sep, int trim);
+  // Appends a copy of each member.
+  void fillStringList(STRVECT& strings) const;
+  // Empties, then adds a view of each text, trimmed. The strings must outlive
+  // the vector.
+  void loadFromStrings(const STRVECT& strings);
+};
+
+class INTVECTGURU {
+ public:
+  virtual ~INTVECTGURU() {}
+  // Below 0, 0 or above 0; the base subtracts.
+  virtual int compare(int a, int b);
+};
+
+class INTVECT : public BLOCK {
+ public:
+  INTVECT(uint32_t initial, uint32_t step) : BLOCK(initial, step) {}
+
+  int32_t count() const;
+  int32_t get(int32_t i) const;
+  void set(int32_t value, int32_t i);
+  int add(int32_t value);
+  // Inserts ahead of element i, 0 to count. 1, or 0.
+  int ins(int32_t value, int32_t i);
+  int del(int32_t i);
+  // Sorts the elements lo to hi, both included, by the guru; never quadratic
+  // and never deep, whatever the data. Ties may change places.
+  void _sort(int lo, int hi, INTVECTGURU* guru);
+};
+
+#endif  // BASE_VECTORS_H_

@@ -1,0 +1,25 @@
+// The one matcher of list patterns with "*". Callers differ in small ways,
+// which are its options; they trim both sides themselves.
+
+#ifndef BASE_WILDCARD_H_
+#define BASE_WILDCARD_H_
+
+#include "base/tblock.h"
+
+// What a "*" that is neither first nor last means.
+enum WildcardMiddle {
+  wmLiteral,  // an ordinary byte
+  wmPrefix,   // the text before it is a prefix, the rest is not looked at
+  wmOverlap,  // prefix and suffix, which may overlap: "ab*ba" takes "aba"
+  wmDisjoint  // prefix and suffix, side by side
+};
+
+// Compares through LowerConvTable. Only the first "*" and one at the very end
+// have a meaning; any other is an ordinary byte.
+//   ""        the empty value        "*", "**"  everything
+//   "text"    that value             "*text*"   holds the text
+//   "*text"   ends with it           "text*"    begins with it
+// A pattern with a "*" and a text never takes an empty value.
+bool MatchWildcard(TBLOCK pattern, TBLOCK value, WildcardMiddle middle);
+
+#endif  // BASE_WILDCARD_H_

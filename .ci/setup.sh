@@ -13,7 +13,7 @@ as_root() {
   if [ "$(id -u)" -eq 0 ]; then
     "$@"
   elif command -v sudo >/dev/null; then
-    sudo -n "$@" || sudo "$@"
+    sudo "$@"
   else
     say "Not root, and there is no sudo. Needed: $*"
     return 1

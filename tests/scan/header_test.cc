@@ -1,0 +1,218 @@
+#include "scan/header.h"
+
+#include <gtest/gtest.h>
+#include <string.h>
+#include <time.h>
+
+#include <memory>
+#include <string>
+
+namespace {
+
+// A heap copy of exactly these bytes.
+class Exact {
+ public:
+  explicit Exact(const std::string& text)
+      : bytes_(new char[text.size()]), size_(text.size()) {
+    memcpy(bytes_.get(), text.data(), size_);
+  }
+  TBLOCK view() const {
+    return TBLOCK(bytes_.get(), static_cast<uint32_t>(size_));
+  }
+
+ private:
+  std::unique_ptr<char[]> bytes_;
+  size_t size_;
+};
+
+// Lines joined by "|", each entry's first line marked by "*".
+std::string Dump(const HEADER& header) {
+  std::string out;
+  int32_t entry = 0;
+  for (int32_t i = 0; i < header.count(); i++) {
+    if (i > 0) out += '|';
+    if (entry < header.entries.count() && header.entries.get(entry) == i) {
+      out += '*';
+      entry++;
+    }
+    out += header.text(i);
+  }
+  if (entry != header.entries.count()) out += " (entries left over)";
+  return out;
+}
+
+TEST(HeaderTest, Lines) {
+  struct Row {
+    std::string block;
+    const char* lines;
+  };
+  const Row rows[] = {
+      {"", ""},
+      {"A: 1", "*A: 1"},
+      {"A: 1\n", "*A: 1"},
+      {"A: 1\r\nB: 2\r\n\r\nbody", "*A: 1|*B: 2"},
+      {"A: 1\nB: 2\n\nbody", "*A: 1|*B: 2"},
+      {"A: 1\n\rB: 2\n\r\n\rbody", "*A: 1|*B: 2"},
+      {"A: 1\r\n\rB: 2\n", "*A: 1|*\rB: 2"},
+      {"A: 1\n\r\nB: 2", "*A: 1"},
+      {"A: 1\rB: 2\r\r\nC: 3\r", "*A: 1\rB: 2\r|*C: 3\r"},
+      {"\r\nA: 1\r\n", ""},
+      {"\n", ""},
+      {"\r", "*\r"},
+      {" x\n\ty\nA: 1\n 2\n\t3\nB: 4\n ", " x|\ty|*A: 1| 2|\t3|*B: 4| "},
+      {"no colon\n:\n", "*no colon|*:"},
+      {std::string("A: 1\0 2\r\n\0B: 3\r\n \0C: 4\r\nD: 5", 28),
+       "*A: 1| |*D: 5"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.lines);
+    EXPECT_EQ(row.lines, Dump(HEADER(Exact(row.block).view())));
+  }
+  EXPECT_EQ("", Dump(HEADER(TBLOCK())));
+  EXPECT_EQ("", Dump(HEADER(TBLOCK(nullptr, 5))));
+}
+
+TEST(HeaderTest, Remove) {
+  const char block[] =
+      " lost\nX-A: 1\n 2\nx-a:3\nB: 4\n X-A: 5\nX-AB: 6\nX-A : 7\nX-A\nX-a:";
+  struct Row {
+    const char* name;
+    const char* lines;
+  };
+  const char all[] =
+      " lost|*X-A: 1| 2|*x-a:3|*B: 4| X-A: 5|*X-AB: 6|*X-A : 7|*X-A|*X-a:";
+  const Row rows[] = {
+      {"X-A", " lost|*B: 4| X-A: 5|*X-AB: 6|*X-A : 7|*X-A"},
+      {"x-a:", " lost|*B: 4| X-A: 5|*X-AB: 6|*X-A : 7|*X-A"},
+      {"B", " lost|*X-A: 1| 2|*x-a:3|*X-AB: 6|*X-A : 7|*X-A|*X-a:"},
+      {"X-AB: 6", all},
+      {"X-", all},
+      {"", all},
+      {":", all},
+      {nullptr, all},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name ? row.name : "null");
+    HEADER header(Exact(block).view());
+    header.removeEntry(row.name);
+    EXPECT_EQ(row.lines, Dump(header));
+    // What was moved is still whole.
+    header.removeEntry("X-AB");
+    header.removeEntry("X-A");
+    header.removeEntry("B");
+    EXPECT_EQ(" lost|*X-A : 7|*X-A", Dump(header));
+  }
+}
+
+TEST(HeaderTest, GetAndSet) {
+  struct Row {
+    const char* name;
+    const char* value;
+    const char* lines;  // after setting it to "new"
+  };
+  const char all[] = "*Subject:    Hello |  there|*subject: 2|*Empty:| x";
+  const Row rows[] = {
+      {"Subject", "Hello ", "*Subject: new|  there|*subject: 2|*Empty:| x"},
+      {"SUBJECT:", "Hello ", "*SUBJECT: new|  there|*subject: 2|*Empty:| x"},
+      {"empty", "", "*Subject:    Hello |  there|*subject: 2|*empty: new| x"},
+      {"Sub", "", all},
+      {"Missing", "", all},
+      {"", "", all},
+      {nullptr, "", all},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name ? row.name : "null");
+    HEADER header(
+        Exact("Subject:    Hello \n  there\nsubject: 2\nEmpty:\n x").view());
+    STR value("left over");
+    EXPECT_STREQ(row.value, header.getEntryValue(row.name, value));
+    EXPECT_STREQ(row.value, value.c_str());
+    header.setEntryValue(row.name, nullptr);
+    EXPECT_EQ(all, Dump(header));
+    header.setEntryValue(row.name, "new");
+    EXPECT_EQ(row.lines, Dump(header));
+  }
+}
+
+TEST(HeaderTest, AddAtBothEnds) {
+  HEADER header(Exact(" lost\nA: 1\n 2\nB: 3").view());
+  header.prependEntry("P", "x");
+  header.appendEntry("Q:", "");
+  header.appendEntry(nullptr, "x");
+  header.appendEntry("x", nullptr);
+  header.prependEntry(nullptr, "x");
+  header.prependEntry("x", nullptr);
+  EXPECT_EQ("*P: x| lost|*A: 1| 2|*B: 3|*Q: ", Dump(header));
+  header.removeEntry("A");
+  header.prependEntry("A", "4");
+  EXPECT_EQ("*A: 4|*P: x| lost|*B: 3|*Q: ", Dump(header));
+
+  HEADER none((TBLOCK()));
+  for (int i = 0; i < 300; i++) none.prependEntry("N", "v");
+  none.setEntryValue("N", "first");
+  none.removeEntry("P");
+  EXPECT_EQ(300, none.entries.count());
+  EXPECT_STREQ("N: first", none.text(0));
+  EXPECT_EQ(299, none.entries.get(299));
+}
+
+TEST(HeaderTest, CopyNeedsRoomForTheNul) {
+  struct Row {
+    const char* block;
+    const char* text;
+  };
+  const Row rows[] = {{"", "\r\n"},
+                      {"A: 1\n 2\n\nbody", "A: 1\r\n 2\r\n\r\n"},
+                      {"A: 1\rB: 2", "A: 1\rB: 2\r\n\r\n"}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.text);
+    const HEADER header(Exact(row.block).view());
+    const int32_t n = static_cast<int32_t>(strlen(row.text));
+    ASSERT_EQ(n, header.length());
+    for (const int32_t size : {-1, 0, 1, n - 1, n}) {
+      std::string buffer(static_cast<size_t>(n) + 1, '#');
+      const std::string before = buffer;
+      EXPECT_EQ(0, header.copyTo(&buffer[0], size)) << size;
+      EXPECT_EQ(before, buffer) << size;
+    }
+    const std::unique_ptr<char[]> out(new char[static_cast<size_t>(n) + 1]);
+    EXPECT_EQ(1, header.copyTo(out.get(), n + 1));
+    EXPECT_STREQ(row.text, out.get());
+    EXPECT_EQ(0, header.copyTo(nullptr, n + 1));
+  }
+}
+
+// A header comes uncut from the host, so its size is the sender's choice.
+// Quadratic work would take minutes where these take well under a second.
+TEST(HeaderTest, LongHeadersCostLinearTime) {
+  const int kFields = 200000;
+  std::string same, mixed, lines;
+  for (int i = 0; i < kFields; i++) {
+    same += "X-SPAM-SCORE: 1\n 2\n";
+    mixed += i % 2 ? "X-SPAM-SCORE: 1\n" : "A: 1\n 2\n";
+    lines += "a\na\na\na\na\n";
+  }
+  const clock_t start = clock();
+  HEADER all(Exact(same).view());
+  EXPECT_EQ(2 * kFields, all.count());
+  all.removeEntry("X-Spam-Score");
+  EXPECT_EQ("", Dump(all));
+  EXPECT_EQ(2, all.length());
+
+  HEADER half(Exact(mixed).view());
+  half.removeEntry("X-SPAM-SCORE");
+  EXPECT_EQ(kFields, half.count());
+  EXPECT_EQ(kFields / 2, half.entries.count());
+  EXPECT_EQ(kFields - 2, half.entries.get(kFields / 2 - 1));
+  EXPECT_STREQ("A: 1", half.text(kFields - 2));
+
+  EXPECT_EQ(5 * kFields, HEADER(Exact(lines).view()).entries.count());
+  HEADER one(Exact("A: " + std::string(5000000, 'a')).view());
+  STR value;
+  one.getEntryValue("A", value);
+  one.setEntryValue("A", value.c_str());
+  EXPECT_EQ(5000003 + 4, one.length());
+  EXPECT_LT(clock() - start, 20 * CLOCKS_PER_SEC);
+}
+
+}  // namespace

@@ -62,11 +62,12 @@ struct ScanOptions {
   bool exitState = false;
 };
 
-// Shows on a terminal how far a long run has come. Silent when the results go
-// to a terminal, too: they show it already.
+// Shows on a terminal how far a long run has come. Silent when the results,
+// which go to `report`, come to a terminal, too: they show it already.
 class Progress {
  public:
-  Progress() : active_(isatty(STDERR_FILENO) && !isatty(STDOUT_FILENO)) {}
+  explicit Progress(FILE* report)
+      : active_(isatty(STDERR_FILENO) && !isatty(fileno(report))) {}
   ~Progress() { clear(); }
 
   void step() {
@@ -83,7 +84,7 @@ class Progress {
     shownAt_ = now.tv_sec;
   }
 
-  // Makes room for other output.
+  // Makes room for an error message.
   void clear() {
     if (shown_) fputs("\r\033[K", stderr);
     shown_ = false;
@@ -101,7 +102,8 @@ class ScanRun : public MailVisitor {
   explicit ScanRun(const ScanOptions& options)
       : options_(options),
         scanner_(options.settings),
-        report_(options.headers || options.passThrough ? stderr : stdout) {}
+        report_(options.headers || options.passThrough ? stderr : stdout),
+        progress_(report_) {}
 
   void visitMail(const Mail& mail) override;
   void visitError(int code, const std::string& name,
@@ -240,14 +242,16 @@ void ScanRun::passThrough(const Mail& mail, const ScanResult& result) {
 }
 
 void ScanRun::report(const Mail& mail, const ScanResult& result) {
-  progress_.clear();
   const CauseText cause = SplitCauseText(result.cause);
   if (options_.json) {
     reportJson(mail, result, cause);
   } else {
     reportText(mail, result, cause);
   }
-  if (result.causeCut) PrintError(mail.name, "the cause is not complete");
+  if (result.causeCut) {
+    progress_.clear();
+    PrintError(mail.name, "the cause is not complete");
+  }
 }
 
 void ScanRun::reportText(const Mail& mail, const ScanResult& result,

@@ -41,7 +41,8 @@ extern "C" {
 #define QM_STATE_NOTIFICATION 3
 #define QM_STATE_SUSPECT 5
 #define QM_STATE_COMMERCIAL_P 10 /* commercial, class "PCE" */
-#define QM_STATE_COMMERCIAL_M 11 /* commercial, by word groups or class "MCE" \
+#define QM_STATE_COMMERCIAL_M                                                 \
+  11                             /* commercial, by word groups or class "MCE" \
                                   */
 #define QM_STATE_COMMERCIAL_D 12 /* commercial, class "DCE" */
 

@@ -31,7 +31,7 @@ class BLOCK {
   unsigned char uuLine[132];  // current line of _uuNextLine, NUL-terminated
 
   // Reserves `initial` bytes when it is not 0.
-  BLOCK(uint32_t initial, uint32_t step);
+  BLOCK(uint32_t initial, uint32_t growth);
   // Reads a whole regular file, with step _DEFALLOCSIZE. What cannot be read
   // gives an empty block with _DEFALLOCSIZE bytes reserved.
   explicit BLOCK(const char* path);

@@ -46,6 +46,9 @@ class OLIST {
   int purge(OLISTGURU* guru);
 
  protected:
+  void insertBehind(OLISTCELL* previous, OLISTCELL* cell);
+  void removeBehind(OLISTCELL* previous);
+
   OLISTCELL* last;  // null when empty; makes appending a constant cost
 };
 

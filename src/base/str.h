@@ -80,8 +80,8 @@ class STR {
   void reverse();
 
  private:
-  void initEmpty();
   void assign(const char* p, int32_t n, int32_t newCapacity);
+  void insert(const char* p, int32_t n, int32_t at);
 };
 
 // Walks the tokens of a text. One separator at the very start is skipped; two

@@ -206,9 +206,9 @@ class TBLOCK {
                         int& quoted);
 
   // Trims white space, also when nothing else happens, then removes enclosing
-  // pairs of equal quotes (" or '), all of them; with `trimInside` the inside
-  // is trimmed after each pair. Returns 1 when at least one pair went.
-  // Backslashes are left alone.
+  // pairs of equal quotes (" or '), all of them, with the white space inside
+  // each. Returns 1 when at least one pair went. Backslashes are left alone.
+  // `trimInside` makes no difference: what a pair held is trimmed either way.
   static int BlockUnquote(TBLOCK& block, int trimInside);
 
   // Prefix test. With `exact` 0 through LowerConvTable: an empty string is a

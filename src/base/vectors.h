@@ -16,7 +16,7 @@
 // Owns its strings.
 class STRVECT : public BLOCK {
  public:
-  STRVECT(uint32_t initial, uint32_t step) : BLOCK(initial, step) {}
+  STRVECT(uint32_t initial, uint32_t growth) : BLOCK(initial, growth) {}
   ~STRVECT() override;
 
   int32_t count() const;
@@ -41,6 +41,8 @@ class STRVECT : public BLOCK {
 class TBLOCKVECT : public BLOCK {
  public:
   static const uint32_t kStep = 128000;  // bytes, growth and default capacity
+  // Members from which on addUnique keeps hashes instead of walking.
+  static const int32_t kHashFrom = 64;
 
   unsigned char separator;  // "/"
   TBLOCK separatorView;     // of that byte
@@ -53,6 +55,7 @@ class TBLOCKVECT : public BLOCK {
   // The lines of a text, those that are not empty. A line ends at CR LF, LF CR
   // or LF; a lone CR stays inside.
   TBLOCKVECT(TBLOCK text, int trim);
+  ~TBLOCKVECT() override;
 
   int32_t count() const;
   TBLOCK get(int32_t i) const;
@@ -83,18 +86,29 @@ class TBLOCKVECT : public BLOCK {
   // Empties, then adds a view of each text, trimmed. The strings must outlive
   // the vector.
   void loadFromStrings(const STRVECT& strings);
+
+ private:
+  bool contains(TBLOCK value);
+  bool extendHash();
+  void dropHash();
+
+  // Open addressing: element index + 1 by the hash of its folded bytes, 0 for
+  // a free slot. Holds the first `hashed` elements; owned, null when not kept.
+  uint32_t* slots;
+  uint32_t slotCount;  // a power of two
+  int32_t hashed;
 };
 
 class INTVECTGURU {
  public:
   virtual ~INTVECTGURU() {}
-  // Below 0, 0 or above 0; the base subtracts.
+  // Below 0, 0 or above 0; the base gives the difference, or the nearest int.
   virtual int compare(int a, int b);
 };
 
 class INTVECT : public BLOCK {
  public:
-  INTVECT(uint32_t initial, uint32_t step) : BLOCK(initial, step) {}
+  INTVECT(uint32_t initial, uint32_t growth) : BLOCK(initial, growth) {}
 
   int32_t count() const;
   int32_t get(int32_t i) const;

@@ -1,0 +1,71 @@
+// Building and destroying the speedup context. Tested by
+// speedup_context_test.cc.
+//
+// There is no patch format yet, so no patch list is looked for.
+
+#include "api/speedup_context.h"
+
+#include <stdio.h>
+#include <sys/stat.h>
+
+#include <new>
+
+#include "base/vectors.h"
+#include "regex/regex_pool.h"
+#include "rules/qm_dico.h"
+#include "rules/url_blacklist.h"
+
+namespace {
+
+const char kProfileFile[] = "/etc/oakrun/quaymarsh/profile.txt";
+const int kMaxProfileLine = 10240;  // bytes, the NUL included
+
+// Fills a context's pool, stuff and blacklist.
+void BuildParts(SPEEDUPCONTEXT* context, REGEXPOOL* pool) {
+  pool->addAllHardCodedRegexes();
+  TQMDICO dico(pool, nullptr);
+  dico.precompileRegexesIntoPool();
+  context->pool = pool;
+  context->stuff = dico.stuff;
+  dico.sharedStuff = 1;  // so that the context's stuff outlives the reader
+  context->blacklist = new (std::nothrow) UrlBlacklist(&dico);
+}
+
+}  // namespace
+
+SPEEDUPCONTEXT::SPEEDUPCONTEXT()
+    : pool(nullptr), stuff(nullptr), blacklist(nullptr) {}
+
+// In this order: the stuff's patterns stand in the pool.
+SPEEDUPCONTEXT::~SPEEDUPCONTEXT() {
+  delete stuff;
+  delete pool;
+  delete blacklist;
+}
+
+void ReadProfileFile(const char* path, STR& profile) {
+  profile = "";
+  struct stat info;
+  if (stat(path, &info) != 0 || !S_ISREG(info.st_mode)) return;
+  FILE* file = fopen(path, "rb");
+  if (!file) return;
+  char buffer[kMaxProfileLine];
+  if (fgets(buffer, sizeof buffer, file)) {
+    TBLOCK line(buffer);
+    line.trim();
+    profile = line;
+  }
+  fclose(file);
+}
+
+SPEEDUPCONTEXT* CreateSpeedupContext(const char* /*directory*/) {
+  REGEXPOOL* pool = new (std::nothrow) REGEXPOOL;
+  SPEEDUPCONTEXT* context = new (std::nothrow) SPEEDUPCONTEXT;
+  if (!context) {
+    delete pool;
+    return nullptr;
+  }
+  if (pool) BuildParts(context, pool);
+  ReadProfileFile(kProfileFile, context->profile);
+  return context;
+}

@@ -1,0 +1,14 @@
+// Boundaries and identifiers that the claimed mail program does not write.
+// Nothing is checked yet.
+
+#include "scan/tqmmsg.h"
+
+void TQMMSG::checkBoundary() {}
+
+int TQMMSG::checkForgedMailer() {
+  return 0;
+}
+
+int TQMMSG::checkDuplicateLetter() {
+  return 0;
+}

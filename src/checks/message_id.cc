@@ -1,0 +1,10 @@
+// Identifiers of the Message-ID and Thread-Index fields, and what forges them.
+// Nothing is checked yet.
+
+#include "scan/tqmmsg.h"
+
+void TQMMSG::checkMessageId() {}
+
+int TQMMSG::checkThreadIndex() {
+  return 0;
+}

@@ -1,0 +1,6 @@
+// The coherence of the Received chain with what claims to have written it.
+// Nothing is checked yet.
+
+#include "scan/tqmmsg.h"
+
+void TQMMSG::checkReceived() {}

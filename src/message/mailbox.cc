@@ -1,0 +1,147 @@
+// Mailboxes: "Name <a@b>", "a@b (Name)" and the bare address. The one entry is
+// ParseMailBox. Tested by mailbox_test.cc.
+
+#include "message/mailbox.h"
+
+namespace {
+
+bool IsQuote(unsigned char c) {
+  return c == '"' || c == '\'';
+}
+
+// Offset of the first "@" outside quotes, or -1. A run opened by one kind of
+// quote ends at the same kind. An apostrophe opens one too, on purpose, so
+// that o'neil@example.org without a closing one is no address.
+int32_t FindAtSign(TBLOCK text) {
+  unsigned char open = 0;
+  for (uint32_t i = 0; i < text.length; i++) {
+    const unsigned char c = text[i];
+    if (open) {
+      if (c == open) open = 0;
+    } else if (IsQuote(c)) {
+      open = c;
+    } else if (c == '@') {
+      return static_cast<int32_t>(i);
+    }
+  }
+  return -1;
+}
+
+bool AllIn(TBLOCK text, uint32_t mask) {
+  for (uint32_t i = 0; i < text.length; i++)
+    if (!TBLOCK::Is(text[i], mask)) return false;
+  return true;
+}
+
+// The local part may hold anything between double quotes.
+bool IsLocalPart(TBLOCK text) {
+  bool quoted = false;
+  for (uint32_t i = 0; i < text.length; i++) {
+    const unsigned char c = text[i];
+    if (c == '"')
+      quoted = !quoted;
+    else if (!quoted && !TBLOCK::Is(c, bitEmail))
+      return false;
+  }
+  return true;
+}
+
+bool IsAddress(TBLOCK text) {
+  if (text.empty()) return false;
+  const int32_t at = FindAtSign(text);
+  if (at < 0) return false;
+  const TBLOCK host = text.from(static_cast<uint32_t>(at) + 1);
+  return host.findByte('.') >= 0 && AllIn(host, bitDomain) &&
+         IsLocalPart(text.head(static_cast<uint32_t>(at)));
+}
+
+// Removes one pair of equal quotes; 1 when there was one.
+int StripQuotePair(TBLOCK& text) {
+  if (text.empty() || text.length < 2 || !IsQuote(text[0]) ||
+      text[0] != text[text.length - 1])
+    return 0;
+  text = TBLOCK(text.pointer + 1, text.length - 2);
+  return 1;
+}
+
+// "address (name)". 0 when no parenthesis opens.
+int SplitComment(TMAILBOX& box) {
+  const TBLOCK inside = box.text.head(box.text.length - 1);
+  const int32_t open = inside.findLastByte('(');
+  if (open < 0) return 0;
+  const uint32_t at = static_cast<uint32_t>(open);
+  box.name = inside.from(at + 1);
+  box.email = inside.head(at);
+  box.email.trim();
+  return 1;
+}
+
+// "name <address>". Of nested brackets the innermost pair wins. 0 when no
+// bracket opens.
+int SplitBrackets(TMAILBOX& box) {
+  box.flags |= mbAngleBrackets;
+  uint32_t end = box.text.length - 1;
+  for (uint32_t i = end; i-- > 0;) {
+    if (box.text[i] == '>') {
+      end = i;
+    } else if (box.text[i] == '<') {
+      box.email = box.text.from(i + 1).head(end - i - 1);
+      box.name = box.text.head(i);
+      return 1;
+    }
+  }
+  return 0;
+}
+
+// Finds `email` and `name`; `email` is empty or passed IsAddress.
+void SplitMailBox(TMAILBOX& box) {
+  const unsigned char last = box.text[box.text.length - 1];
+  const int split = last == ')'   ? SplitComment(box)
+                    : last == '>' ? SplitBrackets(box)
+                                  : 0;
+  if (!split) {
+    if (IsAddress(box.text))
+      box.email = box.text;
+    else
+      box.name = box.text;
+    return;
+  }
+  if (IsAddress(box.email)) return;
+  if (box.name.empty()) box.name = box.email;
+  box.email.clear();
+}
+
+void FinishEmail(TMAILBOX& box) {
+  box.email.trim();
+  StripQuotePair(box.email);
+  while (!box.email.empty() && !TBLOCK::Is(box.email[0], bitEmail))
+    box.email.skip(1);
+  while (!box.email.empty() &&
+         !TBLOCK::Is(box.email[box.email.length - 1], bitEmail))
+    box.email.length--;
+  const int32_t at = box.email.findLastByte('@');
+  box.host = box.email.from(static_cast<uint32_t>(at + 1));
+}
+
+void FinishName(TMAILBOX& box) {
+  box.name.trim();
+  if (StripQuotePair(box.name)) {
+    box.name.trim();
+    TBLOCK::BlockUnquote(box.name, 1);
+    box.flags |= mbQuotedName;
+  }
+  box.name.trim();
+}
+
+}  // namespace
+
+TMAILBOX ParseMailBox(TBLOCK text) {
+  TMAILBOX box;
+  text.trim();
+  if (text.empty()) return box;
+  box.text = text;
+  SplitMailBox(box);
+  FinishEmail(box);
+  FinishName(box);
+  return box;
+}

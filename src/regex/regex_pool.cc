@@ -1,0 +1,5 @@
+// The pool of compiled patterns.
+
+#include "regex/regex_pool.h"
+
+void REGEXPOOL::addAllHardCodedRegexes() {}

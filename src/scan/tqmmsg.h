@@ -1,0 +1,365 @@
+// TQMMSG: one message under scan, everything that a scan finds out about it,
+// and the home of all checks.
+//
+// This header holds declarations only; each section names the file with the
+// bodies. A TQMMSG serves one message: build it, load, check, destroy. It is
+// used by one thread and shares nothing with another but the three borrowed
+// pointers, which are only read.
+//
+//   Contents                                   bodies in
+//   life, loading, parameters                  scan/tqmmsg.cc
+//   header fields, body preparation            scan/header_fields.cc,
+//                                              scan/body_preparation.cc
+//   the order of a scan, the three branches    scan/driver.cc
+//   the recipient's white lists                scan/white_lists.cc
+//   ledger                                     scan/ledger.cc
+//   filter dispatch                            scan/filters.cc
+//   rule sections                              scan/rule_sections.cc
+//   filters and other checks                   checks/*.cc, as told below
+//
+// All views point into msgBlock or into another block of the same object.
+// Scans nest at most kMaxScanDepth deep; inner objects live on the heap, so
+// that a scan's stack stays small.
+
+#ifndef SCAN_TQMMSG_H_
+#define SCAN_TQMMSG_H_
+
+#include <stdint.h>
+
+#include "api/quaymarsh.h"
+#include "base/block.h"
+#include "base/olist.h"
+#include "base/str.h"
+#include "base/tblock.h"
+#include "base/vectors.h"
+#include "content/contexts.h"
+#include "message/block_part.h"
+#include "message/charset.h"
+#include "message/mailbox.h"
+#include "rules/qm_dico.h"
+#include "scan/header.h"
+#include "scan/ledger.h"
+
+class HSTUFF;
+class REGEXPOOL;
+class UrlBlacklist;
+
+// Bytes of a message that are looked at. Bounds the cost of a scan.
+const uint32_t kMaxMessageBytes = 204800;
+// A message at this depth scans no further message inside it.
+const int32_t kMaxScanDepth = 7;
+// A score at or above the bailout ends a scan early, unless the host forbids.
+const int32_t kDefaultBailout = 300;
+// A host's bailout counts from here on.
+const int32_t kMinBailout = 100;
+// Beyond this in either direction lists and filters have settled the case.
+const int32_t kDecisiveScore = 999;
+
+class TQMMSG : public OLISTGURU {
+ public:
+  // ==== Life, loading, parameters: scan/tqmmsg.cc
+
+  // Borrows the three pointers; each may be null. `headerOnly` not 0 keeps
+  // only the header of what is loaded; `depth` is 0 for the outer message.
+  TQMMSG(REGEXPOOL* pool, HSTUFF* stuff, UrlBlacklist* blacklist,
+         int headerOnly, int depth);
+  ~TQMMSG() override;
+  TQMMSG(const TQMMSG&) = delete;
+  TQMMSG& operator=(const TQMMSG&) = delete;
+
+  // Decides what leaving one of this object's lists means for an item. There
+  // is no such list yet: 0 for every list.
+  int yes2Remove(OLIST* list, const void* item, int index) override;
+
+  // Everything that a load finds out goes back to empty; bailout, profile,
+  // parameter text and noBailout stay. scoreDetails becomes the version text.
+  void clear();
+  // A value of kMinBailout or more replaces the bailout; a text that is not
+  // empty replaces the profile. Null is an empty text.
+  void setProfileInfo(int32_t bailoutScore, const char* profileText);
+  // Stores the parameter text, lines separated by LF; null empties it.
+  void setParams(const char* text);
+  // Cuts the parameter text into `paramLines`, trimmed; done by each load.
+  void buildParams();
+  // Whether a parameter line equals the text, through LowerConvTable.
+  bool hasParam(const char* line) const;
+
+  // Takes a message: clears, copies at most kMaxMessageBytes of it, applies
+  // proxy mode, and parses at once with `parseNow`. `user` is the recipient's
+  // address text, or null. Returns 1.
+  int loadFromBlock(TBLOCK text, const char* userText, int parseNow);
+  // The same from a regular file, without proxy mode. 0, with the object
+  // clear, when it cannot be read. A file of exactly kMaxMessageBytes counts
+  // as truncated, since no more is read.
+  int loadFromFile(const char* path, const char* userText, int parseNow);
+
+  // "Quay Marsh <version> AV+AS Profile: ...; Bailout: ...".
+  void getQMVersion(STR& text) const;
+  // Appends what a dictionary may ask for behind the cause text.
+  void appendExtendedCause(BLOCK& text);
+
+  // Borrowed; outlive the scan; may be null.
+  REGEXPOOL* pool;
+  UrlBlacklist* blacklist;
+
+  // Owned; live as long as this.
+  HEADER* header;    // editable copy of the header block; null before a load
+  BLOCK msgBlock;    // private copy of the message
+  TBLOCK msgView;    // of msgBlock; unstuffed in proxy mode
+  TQMDICO dico;      // the rule dictionary, with this scan's counters
+  BLOCKMSG message;  // the MIME tree, parsed from msgView
+  const int32_t headerOnly;
+  const int32_t depth;
+  STR params;             // parameter text
+  TBLOCKVECT paramLines;  // its lines
+  int32_t noBailout;      // not 0: no early exit by score; set by check
+  int32_t bailout;
+  STR profile;        // profile words, comma-separated
+  STR msgPath;        // path of the message file, when loaded from one
+  STR user;           // recipient's address text as given; may be empty
+  int32_t truncated;  // 1: the message was cut at kMaxMessageBytes
+
+  // ==== Header fields: scan/header_fields.cc
+
+  // Reads the header of msgView, once for each load. parseHeader runs the
+  // four steps in order.
+  void parseHeader();
+  // The first field of that name in the root, compared through
+  // LowerConvTable: 1 with its value, without white space and enclosing quotes
+  // (with `strip` without white space inside them either), or 0 with an empty
+  // value. Each hit raises fieldsRead.
+  int readHeaderField(const char* name, TBLOCK& value, int strip);
+  // The last one.
+  int readLastHeaderField(const char* name, TBLOCK& value, int strip);
+
+  // One-time work done for this load.
+  int32_t headerParsed;
+  int32_t bodyParsed;
+  int32_t headerFiltered;
+
+  int32_t fieldsRead;  // successful field reads; 0 means "no mail at all"
+  uint32_t headerEnd;  // offset in msgView at which the body begins
+
+  // Field values, as views into the message.
+  TBLOCK from, to, cc, bcc, subject;
+  TBLOCK replyTo, returnPath, sender, mailer, date, precedence;
+  TBLOCK rawMessageId;       // the last "message-id"
+  TBLOCK messageId;          // "x-message-id", else rawMessageId; bare
+  TBLOCK originalMessageId;  // bare
+  TBLOCK inReplyTo;          // bare
+  TBLOCK contentType, mimeOle, msMailPriority, threadIndex, userAgent;
+  // What an earlier filter wrote.
+  TBLOCK xSpamState, xSpamScore, xSpamAgent, xSpamCause, xSpamSubject,
+      xSpamType;
+
+  TMAILBOX fromBox, replyToBox, returnPathBox, senderBox;
+  TMAILBOX recipientBox;  // first address of To; empty until lists are parsed
+
+  // ==== Body preparation: scan/body_preparation.cc
+
+  // Parses the body, once for each load; the header first if need be.
+  void parseBody();
+  // Cuts subject, display name and body into words.
+  void parseWords();
+  // parseHeader; with `filterHeader` the header filters, and a score at or
+  // above the bailout ends here with the body unparsed; then parseBody.
+  void parse(int filterHeader);
+
+  TMSGCONTEXT msgContext;
+  THTMLCONTEXT htmlContext;
+  TTEXTCONTEXT textContext;
+  TCharset headerCharset, subjectCharset, bodyCharset, messageCharset;
+  TBLOCKVECT bodyWords, subjectWords, aliasWords;
+  TBLOCKVECT profiles;  // words that rules can test
+  STR hdrAdn, tabAdn;   // fingerprints of the header
+
+  // ==== The order of a scan: scan/driver.cc
+
+  // Runs one scan of the loaded message and returns the score; the verdict
+  // stands in `ledger`. Setups may be null. `user` is the recipient for the
+  // white lists and the self-test, or null. The last argument is accepted and
+  // ignored: it is a flag that hosts may set.
+  int check(const QMGLOBALSETUP* globalSetup, const QMUSERSETUP* userSetup,
+            TBLOCK globalList, TBLOCK userList, int noBailoutFlag,
+            int skipEmails, const char* recipient, int unused);
+  // The spam branch; returns the score.
+  int checkSpam(const QMGLOBALSETUP* globalSetup, const QMUSERSETUP* userSetup,
+                int skipEmails);
+  // Scans an embedded message in this one's place and takes over its ledger.
+  // 1 when there was one, else 0.
+  int checkEmbeddedSpam(const QMGLOBALSETUP* globalSetup,
+                        const QMUSERSETUP* userSetup, int skipEmails);
+  // Scans the message that a notification returns to its sender; takes over
+  // the verdict when that is not clean.
+  void checkSpamInNotif(const QMGLOBALSETUP* globalSetup,
+                        const QMUSERSETUP* userSetup, int skipEmails);
+
+  // ==== The recipient's white lists: scan/white_lists.cc
+
+  // Whether the sender stands in one of the recipient's white lists.
+  bool isWhiteForUser(const char* recipient);
+  // Lines of /etc/oakrun/Mail/<domain>/<localPart>/<name>, trimmed, lowered,
+  // in CompareNoCase order without doubles; empty when there is no such file
+  // or the address could lead out of that directory.
+  static void _LoadListFromUserFile(STRVECT& lines, const char* domain,
+                                    const char* localPart, const char* name);
+
+  // ==== Ledger: scan/ledger.cc
+
+  LEDGER ledger;
+
+  // LEDGER::add: the funnel of all points.
+  int addToSpamScore(int score, const char* label, unsigned short factor);
+  // When `condition` is not 0 these add `score` once. The first form returns
+  // `condition`, the others 1; all return 0 for a condition of 0. The label
+  // is: `label`; label and number; label, a blank and detail; label, number,
+  // label2 and the detail's bytes. Give a null detail as (const char*)0.
+  int checkCond(int condition, int score, const char* label);
+  int checkCond(int condition, int score, const char* label, int number);
+  int checkCond(int condition, int score, const char* label,
+                const char* detail);
+  int checkCond(int condition, int score, const char* label, int number,
+                const char* label2, TBLOCK detail);
+  // The score, from 120 on moved at random by up to a twentieth of what it
+  // has above 100. Nothing calls it; it is kept for rule authors' trials.
+  static int randomScore(int score);
+  // Reads a leading "name:" off a rule. 1 with the name and `text` behind the
+  // ":"; 0 with an empty name and `text` unchanged. White space may stand
+  // around the name.
+  static int parseRuleName(TBLOCK& text, TBLOCK& name);
+  static TBLOCK parseRuleName(TBLOCK& text);
+
+  // ==== Filter dispatch: scan/filters.cc
+
+  // Runs the filter of that number.
+  int checkFilter(int filter, const QMGLOBALSETUP* globalSetup,
+                  const QMUSERSETUP* userSetup, int purge);
+  // The filters that need only the header, once for each load.
+  void checkHeaderFilter();
+  // The black filters in their order, until the bailout.
+  void checkBlack(const QMGLOBALSETUP* globalSetup,
+                  const QMUSERSETUP* userSetup);
+
+  // ==== Rule sections: scan/rule_sections.cc. An absent section is no match.
+
+  // Scores every matching rule of a section; 1 when one matched.
+  int checkRuleSection(const char* section, int stop);
+  // Whether any rule of a section matches; adds no points.
+  int testRuleSection(const char* section);
+  // Index + 1 of the first matching rule, its name stored; 0 without one.
+  int matchRuleSection(const char* section, STR& name);
+
+  // ==== Filters and other checks. Bodies are empty until the file that is
+  // named has them. A result is 1 when the check scored, unless told.
+
+  // scan/filters.cc
+  int checkRegex(int purge);
+  void checkHeaderRegex(int purge);
+  void checkNonLatin(int allowEastern, int allowAsian, int forbidLatin);
+  void checkUserInText();  // does nothing, and stays so
+
+  // checks/message_id.cc
+  void checkMessageId();
+  int checkThreadIndex();
+
+  // checks/received.cc
+  void checkReceived();
+
+  // checks/senders.cc
+  void checkFrom();
+  void checkEmails(int white);
+
+  // checks/forged_mailer.cc
+  void checkBoundary();
+  int checkForgedMailer();
+  int checkDuplicateLetter();
+
+  // checks/header_scoring.cc
+  void checkSubject();
+  void checkSpamHdr();
+  void checkHeader();
+  void checkTo();
+  void checkDates(const QMUSERSETUP* userSetup);
+  int checkFall();
+  int checkMailSpring();
+  void checkSubst();
+
+  // checks/virus.cc. Returns 1 when it ran; the verdict is in the ledger.
+  int checkVirus(const QMGLOBALSETUP* globalSetup,
+                 const QMUSERSETUP* userSetup);
+
+  // checks/notification.cc. True, with state 3, for an automatic message.
+  bool checkNotification(const QMGLOBALSETUP* globalSetup,
+                         const QMUSERSETUP* userSetup);
+  void checkPartsCid();
+
+  // checks/anti_bayes.cc
+  void checkAntiBayes();
+  void checkTextPlain();
+
+  // checks/body.cc
+  void checkHtml();
+  void checkMsgStructure();
+  void checkHtmlContext();
+  void checkImg();
+  void checkEmbedSpam();
+  void checkMsgByNature();
+  void checkJavascript();
+
+  // checks/phishing.cc
+  void checkPhishing();
+
+  // checks/links.cc
+  void checkBlackLinks();
+  void checkSpamDomains();
+  void checkTld();
+  void checkHiddenUrl();
+  void checkLinkText();
+  void checkPhone();
+  void checkUnsub();
+
+  // checks/white_black.cc. listFilter returns the score.
+  void checkBlackAndWhite();
+  void checkWhiteRecip();
+  int listFilter(TBLOCK list);
+  void checkWhite();
+  void checkBlackWords();
+  void checkTipsWords();
+  void checkRandom();
+  // Not 0 when it fixed the state.
+  int checkSuspect(const QMGLOBALSETUP* globalSetup,
+                   const QMUSERSETUP* userSetup);
+
+  // checks/word_groups.cc
+  int checkWordGroups(const char* section);
+  void checkResit();
+  // Not 0 when it fixed the state.
+  int checkCommercial(const QMGLOBALSETUP* globalSetup,
+                      const QMUSERSETUP* userSetup);
+
+ private:
+  // Steps of parseHeader, in order.
+  void _parseHeaderZero();
+  void _parseHeaderOne();
+  void _parseHeaderTwo();
+  void _parseHeaderThree();
+
+  int takeFieldValue(TBLOCK field, TBLOCK& value, int strip);
+  void readBareField(const char* name, TBLOCK& value);
+  void startLoad(const char* userText);
+  TBLOCK cutToHeader(TBLOCK text) const;
+  void takeHeader(TBLOCK text);
+  void applyProxyMode();
+  bool isSelfTest(const char* recipient) const;
+  bool findEmbeddedMessage(TBLOCK& text);
+  TQMMSG* scanInner(TBLOCK text, const QMGLOBALSETUP* globalSetup,
+                    const QMUSERSETUP* userSetup, int skipEmails);
+  void settleState();
+  bool isDecisive() const;
+  bool isBailout() const;
+  void runChecks(const QMGLOBALSETUP* globalSetup, const QMUSERSETUP* userSetup,
+                 TBLOCK globalList, TBLOCK userList, int skipEmails,
+                 const char* recipient);
+};
+
+#endif  // SCAN_TQMMSG_H_

@@ -23,7 +23,8 @@ class BLOCK {
   // Growth step wherever there is no better figure.
   static const uint32_t _DEFALLOCSIZE = 32000;
 
-  uint32_t step;        // bytes requested on top of the shortfall when growing
+  uint32_t step;        // bytes requested on top of the shortfall when growing;
+                        // a large block requests half its size if that is more
   unsigned char* data;  // owned; null while nothing was allocated
   uint32_t capacity;    // bytes allocated
   uint32_t length;      // bytes in use, <= capacity

@@ -37,14 +37,6 @@ TBLOCK NextLine(TBLOCK& rest) {
   return line;
 }
 
-// Room for one more element. Doubles, since the step of a block alone would
-// make long headers quadratic. A failure shows when the element is added.
-void MakeRoom(BLOCK& vector, uint32_t bytes) {
-  if (vector.capacity - vector.length < bytes) {
-    vector.addSpace(vector.capacity > bytes ? vector.capacity : bytes);
-  }
-}
-
 // A string with room for n characters that the caller writes, and its length
 // set to n. Null when memory is short.
 STR* NewText(uint32_t n) {
@@ -85,14 +77,12 @@ void HEADER::takeLine(TBLOCK line) {
   copy->text[line.length] = 0;
   const int32_t at = count();
   if (!pushLine(copy) || line[0] == ' ' || line[0] == '\t') return;
-  MakeRoom(entries, sizeof(int32_t));
   if (!entries.add(at)) del(at);
 }
 
 // Appends a line, which belongs to the vector from here on. 1, or 0 with the
 // line deleted.
 int HEADER::pushLine(STR* line) {
-  MakeRoom(*this, sizeof line);
   if (BLOCK::add(&line, sizeof line)) return 1;
   delete line;
   return 0;

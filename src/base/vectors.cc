@@ -32,6 +32,14 @@ uint32_t CountOf(const BLOCK& block, uint32_t size) {
   return block.length / size;
 }
 
+// Takes over the string; one whose text could not be had is dropped.
+int InsertString(BLOCK& block, int32_t i, STR* string) {
+  if (string && string->text && InsertElement(block, i, &string, sizeof string))
+    return 1;
+  delete string;
+  return 0;
+}
+
 }  // namespace
 
 // ---- STRVECT
@@ -60,13 +68,14 @@ int STRVECT::add(const char* text) {
   return ins(text, count());
 }
 
+int STRVECT::add(TBLOCK text) {
+  STR* string = new (std::nothrow) STR;
+  if (string) *string = text;
+  return InsertString(*this, count(), string);
+}
+
 int STRVECT::ins(const char* text, int32_t i) {
-  if (!text) return 0;
-  STR* string = new (std::nothrow) STR(text);
-  if (!string) return 0;
-  if (InsertElement(*this, i, &string, sizeof string)) return 1;
-  delete string;
-  return 0;
+  return text ? InsertString(*this, i, new (std::nothrow) STR(text)) : 0;
 }
 
 int STRVECT::insSorted(const char* text) {
@@ -113,6 +122,7 @@ TBLOCKVECT::TBLOCKVECT(int32_t n)
       maxCount(0),
       slots(nullptr),
       slotCount(0),
+      seed(0),
       hashed(0) {}
 
 TBLOCKVECT::TBLOCKVECT(TBLOCK text, int trim) : TBLOCKVECT() {
@@ -162,8 +172,9 @@ int TBLOCKVECT::addUnique(TBLOCK value, int allowEmpty, int trim) {
 }
 
 int TBLOCKVECT::del(int32_t i) {
+  if (!DeleteElement(*this, i, sizeof(TBLOCK))) return 0;
   dropHash();
-  return DeleteElement(*this, i, sizeof(TBLOCK));
+  return 1;
 }
 
 void TBLOCKVECT::setMaxCount(int32_t n) {
@@ -217,11 +228,7 @@ void TBLOCKVECT::fillFromBigBlock(TBLOCK text, char sep, int trim) {
 }
 
 void TBLOCKVECT::fillStringList(STRVECT& strings) const {
-  for (int32_t i = 0; i < count(); i++) {
-    STR text;
-    text = get(i);
-    strings.add(text.c_str());
-  }
+  for (int32_t i = 0; i < count(); i++) strings.add(get(i));
 }
 
 void TBLOCKVECT::loadFromStrings(const STRVECT& strings) {
@@ -234,12 +241,24 @@ void TBLOCKVECT::loadFromStrings(const STRVECT& strings) {
 
 namespace {
 
-uint32_t FoldedHash(TBLOCK value) {
-  uint32_t hash = 2166136261u;
-  if (value.empty()) return hash;
-  for (uint32_t i = 0; i < value.length; i++)
+uint32_t FoldedHash(TBLOCK value, uint32_t seed) {
+  uint32_t hash = seed;
+  const uint32_t n = value.empty() ? 0 : value.length;
+  for (uint32_t i = 0; i < n; i++)
     hash = (hash ^ TBLOCK::LowerConvTable[value[i]]) * 16777619u;
-  return hash;
+  // Every bit of the state bears on the low ones, which choose the slot.
+  hash = (hash ^ hash >> 16) * 0x85EBCA6Bu;
+  hash = (hash ^ hash >> 13) * 0xC2B2AE35u;
+  return hash ^ hash >> 16;
+}
+
+// Nobody who writes a message knows it, so that none can be made up of values
+// that fall into one slot. It has no bearing on results.
+uint32_t SeedOf(const void* heap) {
+  const uintptr_t onHeap = reinterpret_cast<uintptr_t>(heap);
+  const uintptr_t onStack = reinterpret_cast<uintptr_t>(&heap);
+  return static_cast<uint32_t>(onHeap >> 3) * 0x9E3779B1u ^
+         static_cast<uint32_t>(onStack >> 3) * 0x7FEB352Du;
 }
 
 }  // namespace
@@ -262,13 +281,22 @@ bool TBLOCKVECT::extendHash() {
     slots = new (std::nothrow) uint32_t[size]();
     if (!slots) return false;
     slotCount = size;
+    seed = SeedOf(slots);
   }
   for (; hashed < count(); hashed++) {
-    uint32_t slot = FoldedHash(get(hashed)) & (slotCount - 1);
-    while (slots[slot]) slot = (slot + 1) & (slotCount - 1);
-    slots[slot] = static_cast<uint32_t>(hashed) + 1;
+    uint32_t* slot = slotOf(get(hashed));
+    if (!*slot) *slot = static_cast<uint32_t>(hashed) + 1;
   }
   return true;
+}
+
+// The slot of an equal element, else the free one for the value.
+uint32_t* TBLOCKVECT::slotOf(TBLOCK value) const {
+  uint32_t slot = FoldedHash(value, seed) & (slotCount - 1);
+  while (slots[slot] &&
+         !get(static_cast<int32_t>(slots[slot] - 1)).equals(value))
+    slot = (slot + 1) & (slotCount - 1);
+  return slots + slot;
 }
 
 bool TBLOCKVECT::contains(TBLOCK value) {
@@ -277,10 +305,7 @@ bool TBLOCKVECT::contains(TBLOCK value) {
       if (get(i).equals(value)) return true;
     return false;
   }
-  uint32_t slot = FoldedHash(value) & (slotCount - 1);
-  for (; slots[slot]; slot = (slot + 1) & (slotCount - 1))
-    if (get(static_cast<int32_t>(slots[slot] - 1)).equals(value)) return true;
-  return false;
+  return *slotOf(value) != 0;
 }
 
 // ---- INTVECT
@@ -347,6 +372,7 @@ void INTVECT::_sort(int lo, int hi, INTVECTGURU* guru) {
   if (!guru) guru = &plain;
   if (lo < 0) lo = 0;
   if (hi >= count()) hi = count() - 1;
+  if (lo >= hi) return;
   const int n = hi - lo + 1;
   for (int root = n / 2; root-- > 0;) SiftDown(*this, lo, root, n, guru);
   for (int end = n - 1; end > 0; end--) {

@@ -24,8 +24,9 @@ class STRVECT : public BLOCK {
   STR* at(int32_t i) const;
   // Its text; null out of range.
   const char* text(int32_t i) const;
-  // Appends a copy of the text. 1, or 0.
+  // Appends a copy of the text. 1, or 0, also for null.
   int add(const char* text);
+  int add(TBLOCK text);
   // Inserts a copy ahead of element i; i at the count appends. 1, or 0.
   int ins(const char* text, int32_t i);
   // Inserts in its place by CompareNoCase; a text that is already there is
@@ -64,12 +65,14 @@ class TBLOCKVECT : public BLOCK {
   int add(TBLOCK value, int allowEmpty, int trim);
   // The same, but drops a value that is already there (equal through
   // LowerConvTable). The cost is constant on average: past kHashFrom members
-  // a side table of hashes is kept.
+  // a side table of hashes is kept, for which the text of the members must
+  // stay as it is.
   int addUnique(TBLOCK value, int allowEmpty, int trim);
   int del(int32_t i);
   // Sets the limit and deletes from the end down to it; 0 lifts it.
   void setMaxCount(int32_t n);
-  // Inserts ahead of element i; at or past the count it is add(value, 0, 1).
+  // Inserts ahead of element i, as it is and whatever the limit; at or past
+  // the count it is add(value, 0, 1). 1, or 0.
   int ins(TBLOCK value, int32_t i);
   int set(TBLOCK value, int32_t i);
   void clear();
@@ -87,15 +90,27 @@ class TBLOCKVECT : public BLOCK {
   // the vector.
   void loadFromStrings(const STRVECT& strings);
 
+ protected:
+  // The hashes would not see these: elements come and go as elements only.
+  using BLOCK::empty;
+  using BLOCK::loadFrom;
+  using BLOCK::remove;
+  using BLOCK::removeEnd;
+  using BLOCK::reset;
+  using BLOCK::shiftLeft;
+
  private:
   bool contains(TBLOCK value);
   bool extendHash();
   void dropHash();
+  uint32_t* slotOf(TBLOCK value) const;
 
   // Open addressing: element index + 1 by the hash of its folded bytes, 0 for
-  // a free slot. Holds the first `hashed` elements; owned, null when not kept.
+  // a free slot; of equal elements only the first. Covers the first `hashed`
+  // elements; owned, null when not kept.
   uint32_t* slots;
   uint32_t slotCount;  // a power of two
+  uint32_t seed;       // of the hashes
   int32_t hashed;
 };
 

@@ -187,6 +187,44 @@ TEST(TblockvectTest, AddUnique) {
   EXPECT_EQ(0, v.addUnique(TBLOCK(""), 1, 1));
 }
 
+TEST(TblockvectTest, AddUniqueTrimsFirstAndFoldsOnce) {
+  std::vector<std::string> numbers;
+  for (int i = 0; i < 100; i++) numbers.push_back(std::to_string(i));
+  for (const int filler : {0, 100}) {
+    TBLOCKVECT v(8);
+    for (int i = 0; i < filler; i++)
+      v.addUnique(TBLOCK(numbers[static_cast<size_t>(i)].c_str()), 0, 0);
+    EXPECT_EQ(1, v.addUnique(TBLOCK(" On\xC9 "), 0, 1));
+    EXPECT_EQ(0, v.addUnique(TBLOCK("one\r\n"), 0, 1));
+    EXPECT_EQ(1, v.addUnique(TBLOCK("one "), 0, 0));
+    // A bar becomes "I" and stays so.
+    EXPECT_EQ(1, v.addUnique(TBLOCK("|"), 0, 0));
+    EXPECT_EQ(1, v.addUnique(TBLOCK("i"), 0, 0));
+    EXPECT_EQ(filler + 4, v.count());
+    v.setMaxCount(filler + 4);
+    EXPECT_EQ(0, v.addUnique(TBLOCK("new"), 0, 0));
+  }
+}
+
+// The hashes of equal members must not pile up: a walk over them for each
+// would take minutes here.
+TEST(TblockvectTest, AddUniqueBehindManyEqualMembers) {
+  TBLOCKVECT v;
+  for (int i = 0; i < 200000; i++) v.add(TBLOCK("same"), 0, 0);
+  EXPECT_EQ(0, v.addUnique(TBLOCK("SAME"), 0, 0));
+  EXPECT_EQ(1, v.addUnique(TBLOCK("other"), 0, 0));
+  EXPECT_EQ(0, v.addUnique(TBLOCK("Other"), 0, 0));
+}
+
+TEST(TblockvectTest, ANulEndsAMemberThatBecomesAString) {
+  TBLOCKVECT v(0);
+  v.add(TBLOCK("x\0y", 3), 0, 0);
+  v.add(TBLOCK(), 1, 0);
+  STRVECT strings(0, 16);
+  v.fillStringList(strings);
+  EXPECT_EQ("x|", Join(strings));
+}
+
 TEST(IntvectTest, EditingAndLimits) {
   INTVECT v(0, 1);
   EXPECT_EQ(1, v.add(5));
@@ -233,6 +271,43 @@ TEST(IntvectTest, Sort) {
   }
   EXPECT_EQ(INT32_MAX, ascending.compare(INT32_MAX, INT32_MIN));
   EXPECT_EQ(-3, ascending.compare(2, 5));
+}
+
+TEST(IntvectTest, SortClampsItsRange) {
+  const int ranges[][3] = {{INT32_MIN, INT32_MAX, 1},
+                           {INT32_MAX, INT32_MIN, 0},
+                           {1, INT32_MIN, 0},
+                           {2, 1, 0},
+                           {3, 9, 0}};
+  for (const auto& range : ranges) {
+    INTVECT v(0, 16);
+    for (const int32_t n : {9, 8, 7}) v.add(n);
+    v._sort(range[0], range[1], nullptr);
+    EXPECT_EQ(range[2] ? 7 : 9, v.get(0)) << range[0] << " to " << range[1];
+  }
+}
+
+// A sort that grows with the square is told by its comparisons.
+class Counting : public INTVECTGURU {
+ public:
+  uint32_t calls = 0;
+  int compare(int a, int b) override {
+    calls++;
+    return INTVECTGURU::compare(a, b);
+  }
+};
+
+TEST(IntvectTest, SortNeedsFewComparisonsWhateverTheData) {
+  const int32_t n = 20000;
+  const int32_t steps[] = {1, -1, 0};
+  for (const int32_t step : steps) {
+    INTVECT v(0, 4096);
+    for (int32_t i = 0; i < n; i++) v.add(i * step);
+    Counting guru;
+    v._sort(0, n - 1, &guru);
+    EXPECT_LT(guru.calls, 20000u * 2 * 15) << step;
+    for (int32_t i = 1; i < n; i++) ASSERT_LE(v.get(i - 1), v.get(i)) << step;
+  }
 }
 
 }  // namespace

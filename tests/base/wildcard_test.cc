@@ -64,6 +64,12 @@ TEST(WildcardTest, Rows) {
       {"a*b*", "axb*", "0111"},
       {"a*b*", "axb", "0100"},
       {"a*b*", "a*bx", "1100"},
+      {"a**", "ax", "0100"},
+      {"a**", "a*", "1111"},
+      // Each side is folded once: a bar becomes "I", which is no "i".
+      {"|*", "|x", "1111"},
+      {"|*", "ix", "0000"},
+      {"*\xC9*", "caf\xE9s", "1111"},
   };
   const WildcardMiddle middles[] = {wmLiteral, wmPrefix, wmOverlap, wmDisjoint};
   for (const Row& row : rows) {

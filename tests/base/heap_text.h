@@ -1,0 +1,75 @@
+// Text under test: a heap copy of exactly these bytes, so that a sanitizer
+// sees a read or a write one byte too far; and readable forms of results.
+
+#ifndef TESTS_BASE_HEAP_TEXT_H_
+#define TESTS_BASE_HEAP_TEXT_H_
+
+#include <string.h>
+
+#include <string>
+
+#include "base/vectors.h"
+
+class HeapText {
+ public:
+  explicit HeapText(const std::string& text)
+      : size_(static_cast<uint32_t>(text.size())),
+        bytes_(new unsigned char[size_]) {
+    if (size_) memcpy(bytes_, text.data(), size_);
+  }
+  ~HeapText() { delete[] bytes_; }
+  HeapText(const HeapText&) = delete;
+  HeapText& operator=(const HeapText&) = delete;
+
+  TBLOCK view() const { return TBLOCK(bytes_, size_); }
+  // The bytes as they are now.
+  std::string str() const {
+    return std::string(reinterpret_cast<const char*>(bytes_), size_);
+  }
+
+ private:
+  uint32_t size_;
+  unsigned char* bytes_;
+};
+
+inline std::string Str(TBLOCK view) {
+  return view.empty() ? std::string()
+                      : std::string(reinterpret_cast<const char*>(view.pointer),
+                                    view.length);
+}
+
+// The members, each followed by "|".
+inline std::string Join(const TBLOCKVECT& members) {
+  std::string out;
+  for (int32_t i = 0; i < members.count(); i++)
+    out += Str(members.get(i)) + "|";
+  return out;
+}
+
+// The number `index` of all texts of `length` letters of an alphabet; false
+// behind the last one.
+inline bool NthText(uint32_t index, uint32_t length, const char* alphabet,
+                    std::string& text) {
+  const uint32_t letters = static_cast<uint32_t>(strlen(alphabet));
+  text.clear();
+  for (uint32_t i = 0; i < length; i++) {
+    text += alphabet[index % letters];
+    index /= letters;
+  }
+  return index == 0;
+}
+
+// A sequence that is the same in every run.
+class Numbers {
+ public:
+  explicit Numbers(uint32_t seed) : state_(seed) {}
+  uint32_t Below(uint32_t n) {
+    state_ = state_ * 1664525u + 1013904223u;
+    return (state_ >> 8) % n;
+  }
+
+ private:
+  uint32_t state_;
+};
+
+#endif  // TESTS_BASE_HEAP_TEXT_H_

@@ -9,7 +9,6 @@ bool MatchWildcard(TBLOCK pattern, TBLOCK value, WildcardMiddle middle) {
   const bool starsOnly =
       pattern.length == 1 || (pattern.length == 2 && pattern[1] == '*');
   if (at == 0 && starsOnly) return true;
-  if (value.empty()) return false;
   const bool lastIsStar = pattern[pattern.length - 1] == '*';
   if (at == 0) {
     TBLOCK text = pattern.from(1);

@@ -82,7 +82,8 @@ TEST(TblockvectTest, InsSetDel) {
   EXPECT_EQ(0, v.del(2));
   EXPECT_EQ(0, v.del(-1));
   EXPECT_EQ(1, v.del(0));
-  EXPECT_EQ("c", Join(v));
+  EXPECT_EQ(1, v.ins(TBLOCK(" d "), v.count()));
+  EXPECT_EQ("c|d", Join(v));
   EXPECT_EQ('/', v.separatorView[0]);
 }
 
@@ -278,7 +279,8 @@ TEST(IntvectTest, SortClampsItsRange) {
                            {INT32_MAX, INT32_MIN, 0},
                            {1, INT32_MIN, 0},
                            {2, 1, 0},
-                           {3, 9, 0}};
+                           {3, 9, 0},
+                           {0, 3, 1}};
   for (const auto& range : ranges) {
     INTVECT v(0, 16);
     for (const int32_t n : {9, 8, 7}) v.add(n);

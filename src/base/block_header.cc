@@ -77,24 +77,6 @@ int TBLOCK::HeaderToBlocks(TBLOCK& block, TBLOCKVECT& fields, int blankFolds) {
 
 namespace {
 
-// A line that may end in CR LF, LF CR or LF; `rest` moves behind its end. The
-// result has no line end.
-TBLOCK NextHeaderLine(TBLOCK& rest) {
-  TBLOCK line = rest;
-  const int32_t at = rest.findByte('\n');
-  if (at < 0) {
-    rest.skip(rest.length);
-    return line;
-  }
-  line.cut(static_cast<uint32_t>(at));
-  rest.skip(line.length + 1);
-  if (line.length > 0 && line[line.length - 1] == '\r')
-    line.length--;
-  else if (!rest.empty() && rest[0] == '\r')
-    rest.skip(1);
-  return line;
-}
-
 // Joins continuation lines to the last field, in the text itself. What the
 // lines leave free is blanked once, when the field ends: blanking it for each
 // line would cost the square of their number.
@@ -133,7 +115,7 @@ int TBLOCK::BlockParseHeader(TBLOCK block, TBLOCKVECT& fields, int unfold,
   if (block.empty()) return 0;
   while (!rest.empty()) {
     const uint32_t offset = block.length - rest.length;
-    TBLOCK line = NextHeaderLine(rest);
+    TBLOCK line = NextMailLine(rest);
     if (line.empty()) break;
     for (int32_t cr = -1;
          (cr = line.findByte('\r', static_cast<uint32_t>(cr + 1))) >= 0;)

@@ -32,6 +32,14 @@ TBLOCK TBLOCK::BlockNextLine(TBLOCK& rest) {
   return line;
 }
 
+TBLOCK TBLOCK::NextMailLine(TBLOCK& rest) {
+  const TBLOCK line = BlockNextLine(rest);
+  // The LF follows the line at once only when no CR stood ahead of it.
+  const bool bareLf = line.end() < rest.pointer && *line.end() == '\n';
+  if (bareLf && !rest.empty() && rest[0] == '\r') rest.skip(1);
+  return line;
+}
+
 int TBLOCK::BlockToken(TBLOCK& block, const char* key, unsigned char sep) {
   int quoted;
   return BlockToken(block, key, sep, quoted);

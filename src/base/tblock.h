@@ -195,6 +195,11 @@ class TBLOCK {
   // becomes empty. A CR without LF is an ordinary byte.
   static TBLOCK BlockNextLine(TBLOCK& rest);
 
+  // The same for lines that end at CR LF, LF CR or LF, the first of which is
+  // told first: "\r\n\r" is that and a lone CR. For headers and lists, where
+  // BlockNextLine is for bodies.
+  static TBLOCK NextMailLine(TBLOCK& rest);
+
   // Reads "key <sep> value". On success returns 1 and `block` becomes the
   // value, without white space around it and without the quotes that enclose
   // it; `quoted` tells whether there were any. Otherwise returns 0 with

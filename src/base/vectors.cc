@@ -126,22 +126,7 @@ TBLOCKVECT::TBLOCKVECT(int32_t n)
       hashed(0) {}
 
 TBLOCKVECT::TBLOCKVECT(TBLOCK text, int trim) : TBLOCKVECT() {
-  while (!text.empty()) {
-    const int32_t at = text.findByte('\n');
-    if (at < 0) {
-      add(text, 0, trim);
-      return;
-    }
-    const uint32_t lf = static_cast<uint32_t>(at);
-    uint32_t lineLength = lf;
-    uint32_t next = lf + 1;
-    if (lf > 0 && text[lf - 1] == '\r')
-      lineLength--;
-    else if (next < text.length && text[next] == '\r')
-      next++;
-    add(text.head(lineLength), 0, trim);
-    text.skip(next);
-  }
+  while (!text.empty()) add(TBLOCK::NextMailLine(text), 0, trim);
 }
 
 TBLOCKVECT::~TBLOCKVECT() {

@@ -16,27 +16,6 @@ const uint32_t kEntryStep = 64000;  // and step
 const char kLineEnd[] = "\r\n";     // behind each line and behind the block
 const uint32_t kLineEndBytes = 2;
 
-// The next line of `rest`, which moves behind its line end. CR LF is told
-// first, so that "\r\n\r" is that and a lone CR.
-TBLOCK NextLine(TBLOCK& rest) {
-  const int32_t at = rest.findByte('\n');
-  if (at < 0) {
-    const TBLOCK last = rest;
-    rest.clear();
-    return last;
-  }
-  const uint32_t lf = static_cast<uint32_t>(at);
-  TBLOCK line = rest.head(lf);
-  if (lf > 0 && rest[lf - 1] == '\r') {
-    line.length--;
-    rest.skip(lf + 1);
-  } else {
-    const bool crBehind = lf + 1 < rest.length && rest[lf + 1] == '\r';
-    rest.skip(lf + (crBehind ? 2 : 1));
-  }
-  return line;
-}
-
 // A string with room for n characters that the caller writes, and its length
 // set to n. Null when memory is short.
 STR* NewText(uint32_t n) {
@@ -60,7 +39,7 @@ size_t NameBytes(const char* name) {
 HEADER::HEADER(TBLOCK block)
     : STRVECT(kLineBytes, kLineBytes), entries(kEntryBytes, kEntryStep) {
   while (!block.empty()) {
-    const TBLOCK line = NextLine(block);
+    const TBLOCK line = TBLOCK::NextMailLine(block);
     if (line.empty()) break;
     takeLine(line);
   }

@@ -7,6 +7,9 @@
 
 #include <new>
 
+// Hosts call from threads with small stacks.
+static_assert(sizeof(TQMMSG) < 32 * 1024, "too large for a host's stack");
+
 namespace {
 
 // The dictionary that this code was built for; a newer one shows its own

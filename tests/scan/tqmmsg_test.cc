@@ -40,9 +40,6 @@ class TqmmsgTest : public ::testing::Test {
   TQMMSG m;
 };
 
-// Hosts call from threads with small stacks.
-static_assert(sizeof(TQMMSG) < 32 * 1024, "too large for a host's stack");
-
 TEST_F(TqmmsgTest, LoadLimits) {
   struct Row {
     uint32_t bytes;

@@ -28,11 +28,21 @@ FILE* OpenRegular(const char* path) {
   return fopen(path, "rb");
 }
 
-// Smallest growth of a block that is larger than its step: keeps appending in
-// small pieces linear.
+// What a block grows by beyond the shortfall: its step, or half of what it has
+// when that is more, which keeps appending in small pieces linear.
 uint32_t GrowthOf(uint32_t step, uint32_t capacity) {
   const uint32_t half = capacity / 2;
   return capacity > BLOCK::_DEFALLOCSIZE && half > step ? half : step;
+}
+
+// A new block with `room` bytes reserved; null when that failed.
+BLOCK* NewBlock(uint64_t room) {
+  if (room > kMaxBlockBytes) return nullptr;
+  BLOCK* block = new (std::nothrow)
+      BLOCK(static_cast<uint32_t>(room), BLOCK::_DEFALLOCSIZE);
+  if (block && block->data) return block;
+  delete block;
+  return nullptr;
 }
 
 }  // namespace
@@ -51,9 +61,10 @@ BLOCK::BLOCK(uint32_t initial, uint32_t growth)
 
 BLOCK::BLOCK(const char* path) : BLOCK(0, _DEFALLOCSIZE) {
   uint32_t size = 0;
-  if (IsFile(path, size) && (size == 0 || addSpace(size)))
+  if (!IsFile(path, size))
+    addSpace(_DEFALLOCSIZE);
+  else if (size > 0 && addSpace(size))
     loadFrom(path, size, 0);
-  if (!data) addSpace(_DEFALLOCSIZE);
 }
 
 BLOCK::~BLOCK() {
@@ -82,14 +93,17 @@ int BLOCK::add(const void* bytes, uint32_t n) {
   return add(length, bytes, n);
 }
 
-// Opens a gap of n bytes. The bytes may lie in the block itself: they are
-// copied out first when they do.
+// Opens a gap and fills it. Bytes that lie in the block itself are copied out
+// first: the gap moves them, and growing frees them.
 int BLOCK::add(uint32_t position, const void* bytes, uint32_t n) {
   if (position > length || (!bytes && n)) return 0;
   if (n == 0) return 1;
+  if (length > kMaxBlockBytes || n > kMaxBlockBytes - length) return 0;
   const unsigned char* source = static_cast<const unsigned char*>(bytes);
   unsigned char* copy = nullptr;
-  if (data && source + n > data && source < data + capacity) {
+  const uintptr_t at = reinterpret_cast<uintptr_t>(source);
+  const uintptr_t own = reinterpret_cast<uintptr_t>(data);
+  if (data && at < own + capacity && own < at + n) {
     copy = new (std::nothrow) unsigned char[n];
     if (!copy) return 0;
     memcpy(copy, source, n);
@@ -153,14 +167,14 @@ int BLOCK::IsFile(const char* path, uint32_t& size) {
 
 int BLOCK::loadFrom(const char* path, uint32_t size, int append) {
   if (size == 0 && (!IsFile(path, size) || size == 0)) return 0;
+  if (!append) empty();
+  if (size > kMaxBlockBytes) return 0;
   FILE* file = OpenRegular(path);
   if (!file) return 0;
   unsigned char* buffer = new (std::nothrow) unsigned char[size];
   int ok = 0;
-  if (buffer) {
-    if (!append) empty();
+  if (buffer)
     ok = add(buffer, static_cast<uint32_t>(fread(buffer, 1, size, file)));
-  }
   delete[] buffer;
   fclose(file);
   return ok;
@@ -174,14 +188,8 @@ int BLOCK::saveTo(const char* path, int append) const {
 }
 
 BLOCK* BLOCK::encode64() const {
-  const uint64_t room = static_cast<uint64_t>(length) * 4 / 3 + 4;
-  if (room > kMaxBlockBytes) return nullptr;
-  BLOCK* out =
-      new (std::nothrow) BLOCK(static_cast<uint32_t>(room), _DEFALLOCSIZE);
-  if (!out || !out->data) {
-    delete out;
-    return nullptr;
-  }
+  BLOCK* out = NewBlock(static_cast<uint64_t>(length) * 4 / 3 + 4);
+  if (!out) return nullptr;
   unsigned char* p = out->data;
   for (uint32_t i = 0; i < length; i += 3) {
     const uint32_t n = length - i < 3 ? length - i : 3;
@@ -199,13 +207,8 @@ BLOCK* BLOCK::encode64() const {
 }
 
 BLOCK* BLOCK::decode64() const {
-  BLOCK* out = new (std::nothrow)
-      BLOCK(static_cast<uint32_t>(static_cast<uint64_t>(length) * 3 / 4 + 3),
-            _DEFALLOCSIZE);
-  if (!out || !out->data) {
-    delete out;
-    return nullptr;
-  }
+  BLOCK* out = NewBlock(static_cast<uint64_t>(length) * 3 / 4 + 3);
+  if (!out) return nullptr;
   unsigned char* p = out->data;
   uint32_t group = 0;
   uint32_t values = 0;
@@ -293,9 +296,7 @@ uint32_t BLOCK::_uuNextLine() {
 
 BLOCK* BLOCK::uudecode() {
   if (!data || length == 0) return nullptr;
-  BLOCK* out = new (std::nothrow)
-      BLOCK(static_cast<uint32_t>(static_cast<uint64_t>(length) * 3 / 4 + 4),
-            _DEFALLOCSIZE);
+  BLOCK* out = NewBlock(static_cast<uint64_t>(length) * 3 / 4 + 4);
   if (!out) return nullptr;
   uuCursor = 0;
   bool begun = false;

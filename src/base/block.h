@@ -33,8 +33,9 @@ class BLOCK {
 
   // Reserves `initial` bytes when it is not 0.
   BLOCK(uint32_t initial, uint32_t growth);
-  // Reads a whole regular file, with step _DEFALLOCSIZE. What cannot be read
-  // gives an empty block with _DEFALLOCSIZE bytes reserved.
+  // Reads a whole regular file into exactly its size, with step
+  // _DEFALLOCSIZE. What is no file that can be read gives an empty block with
+  // _DEFALLOCSIZE bytes reserved.
   explicit BLOCK(const char* path);
   virtual ~BLOCK();
   BLOCK(const BLOCK&) = delete;
@@ -75,8 +76,9 @@ class BLOCK {
   // or 0 with `size` unchanged: directories and devices count as not there.
   static int IsFile(const char* path, uint32_t& size);
   // Reads up to `size` bytes of a regular file; 0 means all of it, and then a
-  // file that is empty gives 0. Without `append` the block is emptied first.
-  // 1, or 0 when the file or the memory cannot be had.
+  // file that is empty or cannot be measured gives 0, with nothing changed.
+  // Without `append` the block is emptied before the file is opened. 1, or 0
+  // when the file or the memory cannot be had.
   int loadFrom(const char* path, uint32_t size, int append);
   // Writes the bytes in use, creating or appending. 1 when all were written.
   int saveTo(const char* path, int append) const;

@@ -72,7 +72,14 @@ STR::STR(int32_t n) : text(nullptr), capacity(0), length(0) {
 }
 
 STR::~STR() {
-  delete[] text;
+  release();
+}
+
+// A text with capacity 0 is not ours to free.
+void STR::release() {
+  if (capacity != 0) delete[] text;
+  text = nullptr;
+  capacity = length = 0;
 }
 
 // Replaces the text by n bytes in a new array. Without memory the string is
@@ -84,7 +91,7 @@ void STR::assign(const char* p, int32_t n, int32_t newCapacity) {
     if (n > 0) memcpy(fresh, p, static_cast<size_t>(n));
     fresh[n] = 0;
   }
-  delete[] text;
+  release();
   text = fresh;
   capacity = fresh ? newCapacity : 0;
   length = fresh ? n : 0;
@@ -121,9 +128,6 @@ int32_t STR::len() const {
   return length;
 }
 
-// Puts n bytes ahead of place `at`, in a new array when they do not fit the old
-// one or come from it.
-// Nothing happens when the sum is no length or memory is short.
 void STR::add(const char* p, int32_t n) {
   insert(p, n, len());
 }
@@ -132,33 +136,41 @@ void STR::addLeft(const char* p, int32_t n) {
   insert(p, n, 0);
 }
 
+// Puts n bytes in front of index `at`, in a new array when they do not fit the
+// old one or lie in it. When that cannot be had the string is left null, with
+// capacity and length 0.
 void STR::insert(const char* p, int32_t n, int32_t at) {
   if (!p || n < 0) return;
   const int32_t old = len();
   const int64_t sum = static_cast<int64_t>(old) + n;
-  const bool inside = text && p >= text && p <= text + old;
-  char* target = text;
-  int64_t newCapacity = capacity;
-  if (!text || sum >= capacity || inside) {
-    if (!text || sum >= capacity)
-      newCapacity =
-          static_cast<int64_t>(capacity) + (n > kGrowth ? n : kGrowth);
-    if (newCapacity <= sum) newCapacity = sum + 1;
-    if (newCapacity > INT32_MAX) return;
-    target = new (std::nothrow) char[static_cast<uint32_t>(newCapacity)];
-    if (!target) return;
-    if (at > 0) memcpy(target, text, static_cast<size_t>(at));
-  }
-  if (old > at)
-    memmove(target + at + n, text + at, static_cast<size_t>(old - at));
-  if (n > 0) memcpy(target + at, p, static_cast<size_t>(n));
-  target[sum] = 0;
-  if (target != text) {
-    delete[] text;
-    text = target;
-    capacity = static_cast<int32_t>(newCapacity);
+  const uintptr_t place = reinterpret_cast<uintptr_t>(p);
+  const uintptr_t own = reinterpret_cast<uintptr_t>(text);
+  const bool fits = text && sum < capacity;
+  if (fits && (place < own || place > own + static_cast<uint32_t>(old))) {
+    memmove(text + at + n, text + at, static_cast<size_t>(old - at));
+    memcpy(text + at, p, static_cast<size_t>(n));
+  } else {
+    int64_t wanted = capacity;
+    if (!fits) wanted += n > kGrowth ? n : kGrowth;
+    if (wanted <= sum) wanted = sum + 1;
+    if (wanted > INT32_MAX) wanted = INT32_MAX;
+    char* fresh = nullptr;
+    if (wanted > sum)
+      fresh = new (std::nothrow) char[static_cast<uint32_t>(wanted)];
+    if (!fresh) {
+      release();
+      return;
+    }
+    if (at > 0) memcpy(fresh, text, static_cast<size_t>(at));
+    memcpy(fresh + at, p, static_cast<size_t>(n));
+    if (old > at)
+      memcpy(fresh + at + n, text + at, static_cast<size_t>(old - at));
+    release();
+    text = fresh;
+    capacity = static_cast<int32_t>(wanted);
   }
   length = static_cast<int32_t>(sum);
+  text[length] = 0;
 }
 
 STR& STR::operator+=(char c) {
@@ -284,7 +296,11 @@ void STRTOKEN::init() {
 }
 
 const char* STRTOKEN::next() {
-  token = "";
+  // Emptied in place, so that the room reserved for it stays.
+  if (token.text) {
+    token.text[0] = 0;
+    token.length = 0;
+  }
   if (position >= text.len()) return nullptr;
   const int32_t at =
       separator.empty() ? -1 : text.hasin(separator.c_str(), position, 0);

@@ -28,7 +28,8 @@ int CompareNoCase(const char* a, const char* b);
 
 class STR {
  public:
-  char* text;              // owned; NUL-terminated while not null
+  char* text;              // owned unless capacity is 0; NUL-terminated while
+                           // not null
   int32_t capacity;        // bytes allocated, the terminator included
   mutable int32_t length;  // characters in use; -1: count on demand
 
@@ -51,7 +52,8 @@ class STR {
   // Valid until the next operation that changes the string.
   TBLOCK view() const { return TBLOCK(text, static_cast<uint32_t>(len())); }
 
-  // Appends n bytes; nothing for a null p. Grows by the larger of n and 32768.
+  // Appends n bytes; nothing for a null p. When length + n reaches the capacity
+  // that grows by the larger of n and 32768.
   void add(const char* p, int32_t n);
   STR& operator+=(char c);
   STR& operator+=(const char* s);
@@ -80,6 +82,7 @@ class STR {
   void reverse();
 
  private:
+  void release();
   void assign(const char* p, int32_t n, int32_t newCapacity);
   void insert(const char* p, int32_t n, int32_t at);
 };

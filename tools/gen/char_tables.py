@@ -38,7 +38,10 @@ def bytes_of(ranges, classes=None):
             found += classes[item[1:]]
             continue
         first, _, last = item.partition('-')
-        found += range(byte(first), byte(last or first) + 1)
+        low, high = byte(first), byte(last or first)
+        if low > high:
+            raise ValueError(item)
+        found += range(low, high + 1)
     return found
 
 
@@ -109,9 +112,8 @@ def hex_table(other):
 def write(kind, name, size, values, width):
     """A row has 16 entries; the margin names the first one's index."""
     print(f'\nconst {kind} TBLOCK::{name}{size} = {{')
-    per_row = 16 if width == 2 else 8
-    for i in range(0, len(values), per_row):
-        row = ', '.join(f'0x{v:0{width}X}' for v in values[i:i + per_row])
+    for i in range(0, len(values), 16):
+        row = ', '.join(f'0x{v:0{width}X}' for v in values[i:i + 16])
         print(f'    {row},  // 0x{i:02X}')
     print('};')
 

@@ -1,0 +1,266 @@
+#include "base/str.h"
+
+#include <gtest/gtest.h>
+#include <limits.h>
+
+#include "base/heap_text.h"
+
+namespace {
+
+// "text|capacity|length" as they stand, without counting.
+std::string Raw(const STR& s) {
+  return std::string(s.c_str()) + "|" + std::to_string(s.capacity) + "|" +
+         std::to_string(s.length);
+}
+
+// What a failed allocation leaves.
+STR NullString() {
+  return STR(INT32_MAX);
+}
+
+TEST(StrTest, Construction) {
+  EXPECT_EQ("|1|-1", Raw(STR()));
+  EXPECT_EQ("|1|-1", Raw(STR(static_cast<const char*>(nullptr))));
+  EXPECT_EQ("|1|0", Raw(STR("")));
+  EXPECT_EQ("ab|3|2", Raw(STR("ab")));
+  EXPECT_EQ("|6|-1", Raw(STR(5)));
+  EXPECT_EQ(0, STR(5).len());
+  EXPECT_EQ("|1|-1", Raw(STR(-1)));
+  STR roomy(5);
+  roomy.add("ab", 2);
+  roomy.length = -1;
+  EXPECT_EQ("ab|6|2", Raw(STR(roomy)));
+  EXPECT_EQ("ab|6|2", Raw(roomy)) << "the source is counted too";
+}
+
+TEST(StrTest, Assignment) {
+  STR s("abc");
+  s = static_cast<const char*>(nullptr);
+  EXPECT_EQ("|1|0", Raw(s));
+  s = 'x';
+  EXPECT_EQ("x|2|1", Raw(s));
+  s = STR(9);
+  EXPECT_EQ("|10|0", Raw(s));
+  s.add("abcdef", 6);
+  const STR& same = s;
+  const char* const was = s.text;
+  s = same;
+  s = s.text;
+  EXPECT_EQ(was, s.text);
+  EXPECT_EQ("abcdef|10|6", Raw(s));
+  s = s.text + 2;
+  EXPECT_EQ("cdef|5|4", Raw(s));
+  s = s.view().from(1);
+  EXPECT_EQ("def", std::string(s.c_str()));
+  s = TBLOCK("a\0b", 3);
+  EXPECT_EQ(1, s.len());
+  s = TBLOCK();
+  EXPECT_EQ(0, s.len());
+}
+
+TEST(StrTest, GrowsOnlyWhenTheTerminatorDoesNotFit) {
+  STR s(5);
+  s.add("abc", 3);
+  s.add("de", 2);
+  EXPECT_EQ("abcde|6|5", Raw(s));
+  s.addLeft("", 0);
+  EXPECT_EQ("abcde|6|5", Raw(s));
+  s.addLeft("-", 1);
+  EXPECT_EQ("-abcde|32774|6", Raw(s));
+  const std::string more(40000, 'x');
+  s.add(more.c_str(), 40000);
+  EXPECT_EQ(72774, s.capacity);
+  EXPECT_EQ("-abcde" + more, s.c_str());
+}
+
+// Every piece of the own text, appended and put in front, with and without
+// room for it.
+TEST(StrTest, SourceInsideTheOwnText) {
+  const std::string base = "abcd";
+  for (int32_t room : {4, 20}) {
+    for (int32_t at = 0; at <= 4; at++) {
+      for (int32_t n = 0; n <= 4 - at; n++) {
+        const std::string piece =
+            base.substr(static_cast<size_t>(at), static_cast<size_t>(n));
+        STR back(room);
+        back.add("abcd", 4);
+        STR front(back);
+        back.add(back.text + at, n);
+        front.addLeft(front.text + at, n);
+        EXPECT_EQ(base + piece, back.c_str()) << room << at << n;
+        EXPECT_EQ(piece + base, front.c_str()) << room << at << n;
+        EXPECT_EQ(4 + n, front.length);
+      }
+    }
+  }
+  STR twice("ab");
+  twice += twice;
+  twice += twice.text + 3;
+  EXPECT_EQ("ababb", std::string(twice.c_str()));
+}
+
+TEST(StrTest, BytesBehindANulAreKept) {
+  STR s;
+  s.add("a\0b", 3);
+  const std::string more(40000, 'x');
+  s.add(more.c_str(), 40000);
+  s.addLeft("<", 1);
+  EXPECT_EQ(std::string("<a\0b", 4) + more, Str(s.view()));
+  s.length = -1;  // as code does that wrote into the text
+  EXPECT_EQ(2, s.len());
+}
+
+TEST(StrTest, NullTextReadsAsEmpty) {
+  STR s = NullString();
+  ASSERT_EQ(nullptr, s.text);
+  EXPECT_EQ("|0|0", Raw(s));
+  s.noFrontSpace();
+  s.noTrailSpace();
+  s.toUpper();
+  s.toLower();
+  s.reverse();
+  EXPECT_EQ(nullptr, s.text);
+  EXPECT_TRUE(s.empty());
+  EXPECT_TRUE(s.view().empty());
+  EXPECT_TRUE(s.streq(""));
+  EXPECT_TRUE(s < "a");
+  EXPECT_EQ(0, s.hasin("", 0, 0));
+  EXPECT_EQ(0, s.hasin('\0', 0, 0));
+  EXPECT_EQ(-1, s.hasin("a", 0, 1));
+  EXPECT_EQ("|1|0", Raw(STR(s)));
+  STR other("x");
+  other += s;
+  other = s;
+  EXPECT_TRUE(other.empty());
+  s.addLeft("a", 1);
+  EXPECT_TRUE(s.streq("A"));
+}
+
+TEST(StrTest, SumThatIsNoLengthLeavesANullText) {
+  STR s("ab");
+  s.add("x", -1);
+  s.add(nullptr, 5);
+  EXPECT_EQ("ab|3|2", Raw(s));
+  s.add("x", INT32_MAX);
+  EXPECT_EQ(nullptr, s.text);
+  EXPECT_EQ("|0|0", Raw(s));
+}
+
+TEST(StrTest, Numbers) {
+  STR s;
+  for (int32_t n : {0, -1, 10, INT32_MAX, INT32_MIN}) {
+    s += n;
+    s += ' ';
+  }
+  EXPECT_STREQ("0 -1 10 2147483647 -2147483648 ", s.c_str());
+}
+
+TEST(StrTest, Comparisons) {
+  // `order` is that of CompareNoCase; `less` that of operator<.
+  const struct {
+    const char *a, *b;
+    int order;
+    bool less;
+  } rows[] = {
+      {"", "", 0, true},          {"", "a", -1, true},
+      {"a", "", 1, false},        {"abc", "ABC", 0, true},
+      {"ab", "ABC", -1, true},    {"abc", "AB", 1, false},
+      {"b", "A", 1, false},       {"A", "b", -1, true},
+      {"_", "a", 1, false},       {"[", "a", 1, false},
+      {"\xE9", "a", -1, true},    {"a", "\xE9", 1, false},
+      {"\xE9", "\xC9", 1, false}, {"a\xE9", "a", -1, false},
+      {"\xFF", "\x80", 1, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.a) + " " + row.b);
+    const int order = CompareNoCase(row.a, row.b);
+    EXPECT_EQ(row.order, (order > 0) - (order < 0));
+    EXPECT_EQ(row.less, STR(row.a) < row.b);
+    EXPECT_EQ(row.order == 0, STR(row.a).streq(row.b) != 0);
+  }
+  EXPECT_EQ(0, STR("").streq(nullptr));
+  EXPECT_FALSE(STR("") < nullptr);
+  EXPECT_EQ(0, CompareNoCase(nullptr, ""));
+}
+
+TEST(StrTest, Searches) {
+  const struct {
+    const char *text, *part;
+    int32_t from;
+    int32_t exact, folded;
+  } rows[] = {
+      {"abcABC", "AB", 0, 3, 0}, {"abcABC", "ab", 1, -1, 3},
+      {"aab", "ab", 0, 1, 1},    {"ab", "abc", 0, -1, -1},
+      {"ab", "", 2, 2, 2},       {"ab", "", 3, -1, -1},
+      {"ab", "b", -1, -1, -1},   {"ab", "b", INT32_MAX, -1, -1},
+      {"", "", 0, 0, 0},         {"\xE9", "\xC9", 0, -1, -1},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(row.exact, STR(row.text).hasin(row.part, row.from, 0));
+    EXPECT_EQ(row.folded, STR(row.text).hasin(row.part, row.from, 1));
+  }
+  const STR s("abA");
+  EXPECT_EQ(2, s.hasin('A', 0, 0));
+  EXPECT_EQ(0, s.hasin('A', 0, 1));
+  EXPECT_EQ(3, s.hasin('\0', 1, 0));
+  EXPECT_EQ(-1, s.hasin('\0', 4, 0));
+  EXPECT_EQ(-1, s.hasin('a', -1, 0));
+  EXPECT_EQ(-1, s.hasin(nullptr, 0, 0));
+}
+
+TEST(StrTest, EditsInPlace) {
+  STR s(" \t\v\f\r\n\xA0 aZ[\xE9 \v");
+  s.noFrontSpace();
+  EXPECT_EQ(-1, s.length);
+  s.noTrailSpace();
+  EXPECT_EQ(-1, s.length);
+  EXPECT_STREQ("\xA0 aZ[\xE9", s.c_str());
+  s.toUpper();
+  EXPECT_STREQ("\xA0 AZ[\xE9", s.c_str());
+  s.toLower();
+  EXPECT_STREQ("\xA0 az[\xE9", s.c_str());
+  s.reverse();
+  EXPECT_EQ(6, s.length);
+  EXPECT_STREQ("\xE9[za \xA0", s.c_str());
+  s = " \t ";
+  s.noTrailSpace();
+  EXPECT_TRUE(s.empty());
+}
+
+TEST(StrTokenTest, Tokens) {
+  const struct {
+    const char *text, *separator, *tokens;
+    int32_t count;
+  } rows[] = {
+      {"a,,b", ",", "a||b|", 3},
+      {",a", ",", "a|", 1},
+      {",,a", ",", "|a|", 2},
+      {"a,", ",", "a|", 1},
+      {"a,,", ",", "a||", 2},
+      {",", ",", "", 0},
+      {"", ",", "", 0},
+      {nullptr, ",", "", 0},
+      {"abc", "", "abc|", 1},
+      {"abc", nullptr, "abc|", 1},
+      {"", "", "", 0},
+      {"a--b-c", "--", "a|b-c|", 2},
+      {"aXbxc", "x", "aXb|c|", 2},
+      {"--", "---", "--|", 1},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text ? row.text : "null");
+    STRTOKEN walk(row.text, row.separator);
+    EXPECT_EQ(row.count, walk.count);
+    for (int pass = 0; pass < 2; pass++) {
+      std::string tokens;
+      while (const char* token = walk.next())
+        tokens += token + std::string("|");
+      EXPECT_EQ(row.tokens, tokens);
+      EXPECT_EQ(nullptr, walk.next());
+      EXPECT_TRUE(walk.token.empty());
+      walk.init();
+    }
+  }
+}
+
+}  // namespace

@@ -50,65 +50,10 @@ TEST(BlockHeaderTest, Split) {
   }
 }
 
-// What one byte does in one state: a field that ends that many bytes ahead of
-// this one (-1: none does), where the next one starts, counted from this byte,
-// and the next state or the offset to return, counted from this byte.
-struct Step {
-  int back, start, next;
-  bool returns;
-};
-
-// States by LF, CR, space or TAB, any other byte.
-const Step kSteps[5][4] = {
-    {{-1, 0, 2, false},
-     {-1, 0, 1, false},
-     {-1, 0, 0, false},
-     {-1, 0, 0, false}},
-    {{-1, 0, 3, false}, {0, 1, 0, false}, {-1, 0, 0, false}, {-1, 0, 0, false}},
-    {{1, 0, 1, true}, {-1, 0, 3, false}, {-1, 0, 0, false}, {1, 0, 0, false}},
-    {{2, 0, 4, false}, {2, 0, 4, false}, {-1, 0, 0, false}, {2, 0, 0, false}},
-    {{-1, 0, 1, true}, {-1, 0, 1, true}, {-1, 0, 0, true}, {-1, 0, 0, true}},
-};
-
 std::string Trimmed(const std::string& text) {
   TBLOCK view(text.data(), static_cast<uint32_t>(text.size()));
   view.trim();
   return Str(view);
-}
-
-std::string ModelSplit(const std::string& text) {
-  std::string fields;
-  size_t start = 0;
-  int state = 0;
-  const auto add = [&](size_t end) {
-    const std::string field = Trimmed(text.substr(start, end - start));
-    if (!field.empty()) fields += field + "|";
-  };
-  for (size_t i = 0; i < text.size(); i++) {
-    const char c = text[i];
-    const Step& step = kSteps[state][c == '\n'   ? 0
-                                     : c == '\r' ? 1
-                                     : c == ' '  ? 2
-                                                 : 3];
-    if (step.back >= 0) {
-      add(i - static_cast<size_t>(step.back));
-      start = i + static_cast<size_t>(step.start);
-    }
-    if (step.returns)
-      return std::to_string(i + static_cast<size_t>(step.next)) + " " + fields;
-    state = step.next;
-  }
-  const size_t lineEnd = state == 2 ? 1 : state == 3 ? 2 : 0;
-  if (!text.empty()) add(text.size() - lineEnd);
-  return std::to_string(text.size()) + " " + fields;
-}
-
-TEST(BlockHeaderTest, SplitOfEveryShortText) {
-  std::string text;
-  for (uint32_t length = 0; length <= 7; length++)
-    for (uint32_t i = 0; NthText(i, length, "A \r\n", text); i++)
-      ASSERT_EQ(ModelSplit(text), Split(text, 0))
-          << testing::PrintToString(text);
 }
 
 // "RESULT anomaly field|field|", then the text.

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <list>
 #include <string>
 #include <vector>
 
@@ -88,37 +87,6 @@ TEST(OlistTest, Purge) {
   EXPECT_EQ(0, list.purge(&keepsAll));
   EXPECT_EQ(-1, list._insert(nullptr, 1));
   EXPECT_EQ("ab", Dump(list));
-}
-
-TEST(OlistTest, AgainstModel) {
-  OLIST list;
-  std::list<char> model;
-  uint32_t random = 7;
-  for (int step = 0; step < 4000; step++) {
-    random = random * 1664525u + 1013904223u;
-    const char c = static_cast<char>('a' + (random >> 8) % 6);
-    const void* const item = &kItems[c - 'a'];
-    // Removes a little more often than it inserts: the list is often empty.
-    switch ((random >> 20) % 5) {
-      case 0:
-        ASSERT_EQ(0, list.insert(item, 0));
-        model.push_front(c);
-        break;
-      case 1:
-        ASSERT_EQ(static_cast<int>(model.size()), list.insert(item, -1));
-        model.push_back(c);
-        break;
-      default: {
-        int index = 0;
-        auto at = model.begin();
-        for (; at != model.end() && *at != c; ++at) index++;
-        ASSERT_EQ(at == model.end() ? -1 : index, list.remove(item));
-        if (at != model.end()) model.erase(at);
-      }
-    }
-    ASSERT_EQ(std::string(model.begin(), model.end()), Dump(list));
-    ASSERT_EQ(static_cast<int>(model.size()), list.len());
-  }
 }
 
 // Letters in order; b and c tie.

@@ -87,17 +87,6 @@ TEST(BlockDecodeTest, Unbase64) {
   EXPECT_EQ(0u, none.length);
 }
 
-TEST(BlockDecodeTest, Unbase64Bytes) {
-  const HeapText source("QUJD\r\nREVG");
-  for (int n = 0; n <= 7; n++) {
-    const HeapText out(std::string(static_cast<size_t>(n), '~'));
-    EXPECT_EQ(n <= 6,
-              TBLOCK::BlockUnbase64Bytes(source.view(), out.view().pointer, n));
-    EXPECT_EQ(std::string("ABCDEF~").substr(0, static_cast<size_t>(n)),
-              out.str());
-  }
-}
-
 TEST(BlockDecodeTest, Base64) {
   const struct {
     const char *text, *result;

@@ -47,19 +47,6 @@ TEST(BlockTest, GrowsByShortfallAndStep) {
   EXPECT_TRUE(block.add("z", 1));
 }
 
-// A text built of single bytes must not copy all of it each time.
-TEST(BlockTest, LargeBlockGrowsByHalf) {
-  BLOCK block(0, 0);
-  uint32_t growths = 0;
-  ASSERT_TRUE(block.addSpace(BLOCK::_DEFALLOCSIZE));
-  for (uint32_t i = 0, was = block.capacity; i < 1000000; i++) {
-    ASSERT_TRUE(block.add("x", 1));
-    growths += block.capacity != was;
-    was = block.capacity;
-  }
-  EXPECT_LT(growths, 20u);
-}
-
 TEST(BlockTest, RangesThatPassTheEndChangeNothing) {
   const uint32_t kMax = 0xFFFFFFFF;
   const struct {
@@ -103,35 +90,6 @@ TEST(BlockTest, RangesThatPassTheEndChangeNothing) {
   EXPECT_EQ(0, block->addSpace(kMaxBlockBytes));
   EXPECT_EQ("abcd", Str(block->view()));
   EXPECT_EQ(4u, block->capacity);
-}
-
-TEST(BlockTest, Searches) {
-  const struct {
-    const char* part;
-    uint32_t n, from;
-    int found;
-    uint32_t position;
-  } rows[] = {
-      {"ab", 2, 0, 1, 0},           {"ab", 2, 1, 1, 2},
-      {"ab", 2, 3, 0, 99},          {"b", 1, 3, 1, 3},
-      {"AB", 2, 0, 0, 99},          {"abab", 4, 0, 1, 0},
-      {"ababa", 5, 0, 0, 99},       {"b", 0, 0, 0, 99},
-      {nullptr, 1, 0, 0, 99},       {"ab", 2, 0xFFFFFFFF, 0, 99},
-      {"ab", 0xFFFFFFFF, 2, 0, 99},
-  };
-  const auto block = Exactly("abab");
-  for (const auto& row : rows) {
-    uint32_t position = 99;
-    EXPECT_EQ(row.found, block->has(row.part, row.n, position, row.from, 1));
-    EXPECT_EQ(row.position, position);
-  }
-  EXPECT_EQ(1, block->endsBy("bab", 3, 0));
-  EXPECT_EQ(1, block->endsBy("abab", 4, 1));
-  EXPECT_EQ(0, block->endsBy("xabab", 5, 0));
-  EXPECT_EQ(0, block->endsBy("aba", 3, 0));
-  EXPECT_EQ(0, block->endsBy("b", 0, 0));
-  EXPECT_EQ(0, block->endsBy(nullptr, 1, 0));
-  EXPECT_EQ(0, BLOCK(0, 0).endsBy("b", 1, 0));
 }
 
 // Random edits against a string; half of the sources lie in the block itself,
@@ -239,17 +197,6 @@ TEST_F(BlockFileTest, OnlyRegularFilesAreThere) {
   EXPECT_EQ(0, Exactly("a")->saveTo("/dev/full", 0));
 }
 
-TEST_F(BlockFileTest, EmptyFile) {
-  const std::string name = path("empty");
-  ASSERT_EQ(1, BLOCK(0, 0).saveTo(name.c_str(), 0));
-  const auto block = Exactly("ab");
-  EXPECT_EQ(0, block->loadFrom(name.c_str(), 0, 0));
-  EXPECT_EQ("ab", Str(block->view()));
-  EXPECT_EQ(1, block->loadFrom(name.c_str(), 10, 0));
-  EXPECT_EQ(0u, block->length);
-  EXPECT_EQ(0u, BLOCK(name.c_str()).length);
-}
-
 // ---- Base64
 
 TEST(BlockTest, Base64) {
@@ -281,59 +228,6 @@ TEST(BlockTest, Base64) {
   };
   for (const auto& row : rests)
     EXPECT_EQ(row.plain, Taken(Exactly(row.coded)->decode64())) << row.coded;
-}
-
-TEST(BlockTest, Base64RoundTrip) {
-  Numbers numbers(2);
-  for (uint32_t n = 0; n < 300; n++) {
-    std::string plain;
-    for (uint32_t i = 0; i < n; i++)
-      plain += static_cast<char>(numbers.Below(256));
-    const std::string coded = Taken(Exactly(plain)->encode64());
-    ASSERT_EQ((n + 2) / 3 * 4, coded.size());
-    // The rest of a padded text is a byte too long.
-    const std::string back = Taken(Exactly(coded)->decode64());
-    ASSERT_EQ(plain, back.substr(0, n));
-    ASSERT_EQ(n % 3 ? n + 1 : n, back.size());
-  }
-}
-
-// ---- uuencode
-
-std::string UuLine(const std::string& bytes) {
-  std::string line(1, static_cast<char>(' ' + bytes.size()));
-  for (size_t i = 0; i < bytes.size(); i += 3) {
-    uint32_t group = 0;
-    for (size_t k = i; k < i + 3; k++)
-      group = group << 8 |
-              (k < bytes.size() ? static_cast<unsigned char>(bytes[k]) : 0u);
-    for (int shift = 18; shift >= 0; shift -= 6)
-      line +=
-          "`!\"#$%&'()*+,-./0123456789:;<=>?@ABCDEFGHIJKLMNOPQRSTUVWXYZ["
-          "\\]^_"[group >> shift & 63];
-  }
-  return line + "\r\n";
-}
-
-TEST(BlockTest, UudecodeRoundTrip) {
-  Numbers numbers(3);
-  std::string coded = "To whom it may concern\r\nbegin 644 a.bin\r\n";
-  std::string plain;
-  for (uint32_t n = 1; n <= 45; n++) {
-    std::string bytes;
-    for (uint32_t i = 0; i < n; i++)
-      bytes += static_cast<char>(numbers.Below(256));
-    plain += bytes;
-    coded += UuLine(bytes);
-  }
-  const auto block = Exactly(coded + "`\r\nend\r\n");
-  EXPECT_EQ(plain, Taken(block->uudecode()));
-  EXPECT_EQ(plain, Taken(block->uudecode())) << "reads from the start again";
-  // Lines may end the other way round, and the end may be missing.
-  std::string turned = coded;
-  for (size_t i = 0; (i = turned.find("\r\n", i)) != std::string::npos;)
-    turned.replace(i, 2, "\n\r");
-  EXPECT_EQ(plain, Taken(Exactly(turned)->uudecode()));
 }
 
 TEST(BlockTest, UudecodeRows) {

@@ -84,15 +84,6 @@ TEST(BlockTextTest, Unquote) {
     }
 }
 
-// As many pairs as a message can hold: no stack is spent on them.
-TEST(BlockTextTest, UnquoteManyPairs) {
-  const HeapText text(std::string(102399, '"') + "ab" +
-                      std::string(102399, '"'));
-  TBLOCK block = text.view();
-  EXPECT_EQ(1, TBLOCK::BlockUnquote(block, 1));
-  EXPECT_EQ("ab", Str(block));
-}
-
 TEST(BlockTextTest, PrefixInItsTwoModes) {
   const struct {
     const char *text, *prefix;
@@ -112,27 +103,6 @@ TEST(BlockTextTest, PrefixInItsTwoModes) {
     EXPECT_EQ(row.exact,
               TBLOCK::IsBlockPrefixedByStr(text.view(), row.prefix, 1))
         << row.text;
-  }
-}
-
-TEST(BlockTextTest, WordList) {
-  const struct {
-    const char* text;
-    uint32_t mask;
-    const char* words;
-  } rows[] = {
-      {",a,,b c,", bitComma, "a|b c|"},
-      {", a ,\t, b", bitComma, "a|b|"},
-      {",,,", bitComma, ""},
-      {"", bitComma, ""},
-      {"a.b,c", bitComma | bitDot, "a|b|c|"},
-      {" a b ", 0, "a b|"},
-  };
-  for (const auto& row : rows) {
-    const HeapText text(row.text);
-    TBLOCKVECT words(4);
-    TBLOCK::GetBlockWordList(text.view(), words, row.mask);
-    EXPECT_EQ(row.words, Join(words)) << row.text;
   }
 }
 

@@ -88,21 +88,6 @@ TEST(TblockvectTest, PiecesAndStrings) {
   EXPECT_EQ("x|b|", Join(v));
 }
 
-TEST(TblockvectTest, PatternCount) {
-  TBLOCKVECT v(0);
-  for (const char* member : {"", " aba ", "ABxBA", "b", "ab"})
-    v.add(TBLOCK(member), 1, 0);
-  struct Row {
-    const char* pattern;
-    int count;
-  };
-  const Row rows[] = {{"", 1},    {"*", 5},    {" ** ", 5}, {"ab*ba", 2},
-                      {"a*", 3},  {"*b", 2},   {"*x*", 1},  {"ab", 1},
-                      {"ab*", 3}, {" \t ", 1}, {"b*b", 1}};
-  for (const Row& row : rows)
-    EXPECT_EQ(row.count, v.patternStrCount(row.pattern)) << row.pattern;
-}
-
 // Against a linear walk, with enough members for the hashes and with edits in
 // between that they have to survive.
 TEST(TblockvectTest, AddUnique) {
@@ -150,32 +135,6 @@ TEST(TblockvectTest, AddUnique) {
   EXPECT_EQ(0, v.addUnique(TBLOCK(" "), 0, 1));
   EXPECT_EQ(1, v.addUnique(TBLOCK(" "), 1, 1));
   EXPECT_EQ(0, v.addUnique(TBLOCK(""), 1, 1));
-}
-
-// The hashes of equal members must not pile up: a walk over them for each
-// would take minutes here.
-TEST(TblockvectTest, AddUniqueBehindManyEqualMembers) {
-  TBLOCKVECT v;
-  for (int i = 0; i < 200000; i++) v.add(TBLOCK("same"), 0, 0);
-  EXPECT_EQ(0, v.addUnique(TBLOCK("SAME"), 0, 0));
-  EXPECT_EQ(1, v.addUnique(TBLOCK("other"), 0, 0));
-  EXPECT_EQ(0, v.addUnique(TBLOCK("Other"), 0, 0));
-}
-
-TEST(IntvectTest, EditingAndLimits) {
-  INTVECT v(0, 1);
-  EXPECT_EQ(1, v.add(5));
-  EXPECT_EQ(1, v.ins(3, 0));
-  EXPECT_EQ(0, v.ins(9, 3));
-  v.set(7, 1);
-  v.set(9, 2);
-  v.set(9, -1);
-  EXPECT_EQ(3, v.get(0));
-  EXPECT_EQ(7, v.get(1));
-  EXPECT_EQ(0, v.get(2));
-  EXPECT_EQ(1, v.del(0));
-  EXPECT_EQ(0, v.del(1));
-  EXPECT_EQ(1, v.count());
 }
 
 class Descending : public INTVECTGURU {

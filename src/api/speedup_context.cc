@@ -67,5 +67,8 @@ SPEEDUPCONTEXT* CreateSpeedupContext(const char* /*directory*/) {
   }
   if (pool) BuildParts(context, pool);
   ReadProfileFile(kProfileFile, context->profile);
+  // A string counts its length when it is first asked for, which writes. From
+  // here on scans only read.
+  context->profile.len();
   return context;
 }

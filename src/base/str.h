@@ -2,9 +2,10 @@
 // separator.
 //
 // The length is a lazy cache: -1 means "not known", and any operation that
-// needs it counts to the first NUL, also on a const string. Code outside may
-// write into `text` and set `length` to -1. After a failed allocation the text
-// is null with capacity and length 0, which reads as "" in every operation.
+// needs it counts to the first NUL, also on a const string: one that threads
+// share must have been counted before. Code outside may write into `text` and
+// set `length` to -1. After a failed allocation the text is null with capacity
+// and length 0, which reads as "" in every operation.
 //
 // Case is folded by ASCII rules, whatever the host's locale; where an order
 // results, the folded bytes compare as signed chars, so 0x80-0xFF sort before

@@ -15,7 +15,11 @@ class REGEXPOOL;
 // Indexes over one image. Read-only once built.
 class HSTUFF {
  public:
-  STR version;  // the dictionary's version; empty when it names none
+  // The dictionary's version; empty when it names none. Its length is counted
+  // before scans share it, since counting writes.
+  STR version;
+
+  HSTUFF() : version("") {}
 };
 
 class TQMDICO {

@@ -43,6 +43,9 @@ TEST(SpeedupContextTest, ScansBorrowItsParts) {
   std::unique_ptr<SPEEDUPCONTEXT> context(CreateSpeedupContext(nullptr));
   ASSERT_NE(nullptr, context);
   ASSERT_NE(nullptr, context->stuff);
+  // Nothing is left to be worked out by scans in parallel.
+  EXPECT_GE(context->profile.length, 0);
+  EXPECT_GE(context->stuff->version.length, 0);
   context->stuff->version = "02.1";
   STR version;
   for (int i = 0; i < 2; i++) {

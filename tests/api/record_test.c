@@ -241,40 +241,6 @@ static void TestSizes(void) {
   }
 }
 
-/* The same scan by a host that was compiled against the header. */
-static void TestTypedRecord(void) {
-  QMINFO info;
-  QMGLOBALSETUP globalSetup;
-  QMUSERSETUP userSetup;
-  char version[200];
-  int result;
-  strcpy(row, "typed");
-  memset(&info, 0, sizeof info);
-  memset(&globalSetup, 0x7F, sizeof globalSetup);
-  memset(&userSetup, 0x80, sizeof userSetup);
-  globalSetup.flags = userSetup.flags = 0;
-  info.size = sizeof info;
-  info.msg = noMail;
-  info.msgLength = (unsigned)NO_MAIL_BYTES;
-  info.version = version;
-  info.versionSize = sizeof version;
-  info.globalSetup = &globalSetup;
-  info.userSetup = &userSetup;
-  info.headerLength = -1;
-  CHECK_INT(1, QmScanMessage(&info));
-  CHECK_INT(1, info.state);
-  CHECK_INT(200, info.score);
-  CHECK(info.headerLength >= 0 && info.headerLength <= NO_MAIL_BYTES);
-  CHECK_TEXT(BARE, version);
-  info.msg = mail;
-  info.msgLength = (unsigned)MAIL_BYTES;
-  info.state = POISON_WORD;
-  result = QmScanMessage(&info);
-  CHECK_INT(result, info.state);
-  CHECK(info.state >= 0 && info.state <= 12);
-  CHECK_INT(strstr(kMail, "\r\n\r\n") + 4 - kMail, info.headerLength);
-}
-
 /* Scans that don't run: what they return, and that no field, cause or header
  * is written. The version comes earlier, so it is there. */
 static void CheckNoScan(Record* r, int wanted) {
@@ -398,31 +364,6 @@ static void TestPaths(void) {
   FreeRecord(&r);
 }
 
-static void TestGoodPaths(void) {
-  Record memory = NewRecord(fEnd);
-  Record file = NewRecord(fEnd);
-  PutMessage(&memory, mail, MAIL_BYTES);
-  PutPointer(&memory, fKeywordFile, "");
-  PutInt(&file, fFlags, QM_FROM_FILE);
-  PutPointer(&file, fMsgPath, goodFile);
-  strcpy(row, "memory and file agree; an empty keyword path is none");
-  CHECK_INT(Scan(&memory, NULL), Scan(&file, NULL));
-  CHECK_INT(GetInt(&memory, fState), GetInt(&file, fState));
-  CHECK_INT(GetInt(&memory, fScore), GetInt(&file, fScore));
-  CHECK_INT(GetInt(&memory, fHeaderLength), GetInt(&file, fHeaderLength));
-  strcpy(row, "text file");
-  PutPointer(&file, fMsgPath, textFile);
-  CHECK_INT(1, Scan(&file, NULL));
-  CHECK_INT(200, GetInt(&file, fScore));
-  strcpy(row, "empty file");
-  PutPointer(&file, fMsgPath, emptyFile);
-  PutInt(&file, fScore, POISON_WORD);
-  CHECK_INT(1, Scan(&file, NULL));
-  CHECK_INT(200, GetInt(&file, fScore));
-  FreeRecord(&memory);
-  FreeRecord(&file);
-}
-
 /* The three text buffers at every interesting size. */
 static void TestBufferSizes(void) {
   char causeText[2000], paramsText[200];
@@ -468,36 +409,6 @@ static void TestBufferSizes(void) {
   CHECK_TEXT(BARE "; " NO_MAIL, Decoded(causeText));
   CHECK_INT(2 * strlen(BARE "; " NO_MAIL), strlen(causeText));
   CHECK_TEXT(params, Decoded(paramsText));
-}
-
-/* Without the flag there is neither a cause nor a copy of the parameters; a
- * copy of no parameters is empty. */
-static void TestUnwanted(void) {
-  Record r = NewRecord(fEnd);
-  char* cause = NewBuffer(50);
-  char* paramsOut = NewBuffer(50);
-  char* headerOut = NewBuffer(50);
-  strcpy(row, "unwanted");
-  PutMessage(&r, noMail, NO_MAIL_BYTES);
-  PutPointer(&r, fCause, cause);
-  PutInt(&r, fCauseSize, 50);
-  PutPointer(&r, fParamsOut, paramsOut);
-  PutInt(&r, fParamsOutSize, 50);
-  PutPointer(&r, fHeaderOut, headerOut);
-  PutInt(&r, fHeaderOutSize, 50);
-  CHECK_INT(1, Scan(&r, NULL));
-  CHECK(IsPoison(cause, 50) && IsPoison(paramsOut, 50));
-  CHECK(IsPoison(headerOut, 50));
-  CHECK_INT(50, GetInt(&r, fHeaderOutSize));
-  CHECK_INT(POISON_WORD, GetInt(&r, fHeaderOutLength));
-  strcpy(row, "no parameters");
-  PutInt(&r, fFlags, QM_WANT_CAUSE);
-  CHECK_INT(1, Scan(&r, NULL));
-  CHECK(HoldsCut(paramsOut, 50, ""));
-  free(cause);
-  free(paramsOut);
-  free(headerOut);
-  FreeRecord(&r);
 }
 
 static void TestBailoutAndProfile(void) {
@@ -572,34 +483,6 @@ static void TestLists(void) {
     }
   }
   free(all);
-}
-
-/* Recipients: text of any kind, and white-list paths that lead astray. */
-static void TestUsers(void) {
-  static const char* const users[] = {"",
-                                      "@",
-                                      "<>",
-                                      "<",
-                                      ">",
-                                      "bob",
-                                      "<bob@example.org>",
-                                      "../x@..",
-                                      "a/b@c/d",
-                                      "@@",
-                                      "x@\x01",
-                                      "%s%n@%s"};
-  unsigned i;
-  for (i = 0; i < sizeof users / sizeof users[0]; i++) {
-    Record r = NewRecord(fEnd);
-    int result;
-    sprintf(row, "user number %u", i);
-    PutMessage(&r, mail, MAIL_BYTES);
-    PutPointer(&r, fUser, users[i]);
-    result = Scan(&r, NULL);
-    CHECK(result >= 0 && result <= 12);
-    CHECK_INT(result, GetInt(&r, fState));
-    FreeRecord(&r);
-  }
 }
 
 /* What a scan reads stays as it was, also where it edits its own copy. */
@@ -683,29 +566,6 @@ static void TestHeaderText(void) {
     CHECK_INT(sizeof out, GetInt(&r, fHeaderOutSize));
     FreeRecord(&r);
   }
-}
-
-/* A host may give one buffer twice; the cause, written later, then leaves the
- * version without an end. */
-static void TestSharedBuffer(void) {
-  char out[1000], wanted[1000];
-  char* shared = NewBuffer(41);
-  Record r = HeaderRecord(kNoMail, (size_t)NO_MAIL_BYTES, out, sizeof out, "");
-  strcpy(row, "version and cause in one buffer");
-  PutInt(&r, fFlags, QM_REWRITE_HEADER | QM_WANT_CAUSE);
-  PutPointer(&r, fVersion, shared);
-  PutInt(&r, fVersionSize, 20);
-  PutPointer(&r, fCause, shared);
-  PutInt(&r, fCauseSize, 41);
-  CHECK_INT(1, Scan(&r, NULL));
-  CHECK_TEXT("Quay Marsh 01.333.21", Decoded(shared));
-  sprintf(wanted,
-          "just a file\r\nwith two lines\r\nX-ANTISPAM-AGENT: %.20s\r\n"
-          "X-SPAM-SCORE: 200\r\n\r\n",
-          shared);
-  CHECK_TEXT(wanted, out);
-  free(shared);
-  FreeRecord(&r);
 }
 
 /* Marks of an earlier filter go with their folds; a folded subject gets the
@@ -802,18 +662,13 @@ int main(void) {
   MakeFiles();
   TestNull();
   TestSizes();
-  TestTypedRecord();
   TestNoMessage();
   TestPaths();
-  TestGoodPaths();
   TestBufferSizes();
-  TestUnwanted();
   TestBailoutAndProfile();
   TestLists();
-  TestUsers();
   TestMessageIsNotTouched();
   TestHeaderText();
-  TestSharedBuffer();
   TestHeaderOfMail();
   TestHeaderSizes();
   TestContext();

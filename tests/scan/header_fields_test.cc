@@ -50,24 +50,6 @@ TEST_F(HeaderFieldsTest, ReadHeaderField) {
   }
 }
 
-TEST_F(HeaderFieldsTest, FieldsThatMakeAMail) {
-  struct Row {
-    const char* text;
-    bool mail;
-  };
-  const Row rows[] = {
-      {"From: x\n\n", true},      {"x-qmspam-type: x\n\n", true},
-      {"IN-REPLY-TO:\n\n", true}, {"Received: from x\n\n", false},
-      {"Comments: x\n\n", false}, {"From x\nhello\n", false},
-      {"\nFrom: x\n", false},     {"\x89PNG\r\n\x1A\n\x01\x02", false},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.text);
-    load(row.text);
-    EXPECT_EQ(row.mail, m.fieldsRead > 0);
-  }
-}
-
 TEST_F(HeaderFieldsTest, WhichFieldWins) {
   load(
       "Subject: *** tagged\r\nX-Spam-Subject: plain\r\nX-Sender: "

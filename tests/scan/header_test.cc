@@ -133,28 +133,6 @@ TEST(HeaderTest, GetAndSet) {
   }
 }
 
-TEST(HeaderTest, AddAtBothEnds) {
-  HEADER header(Exact(" lost\nA: 1\n 2\nB: 3").view());
-  header.prependEntry("P", "x");
-  header.appendEntry("Q:", "");
-  header.appendEntry(nullptr, "x");
-  header.appendEntry("x", nullptr);
-  header.prependEntry(nullptr, "x");
-  header.prependEntry("x", nullptr);
-  EXPECT_EQ("*P: x| lost|*A: 1| 2|*B: 3|*Q: ", Dump(header));
-  header.removeEntry("A");
-  header.prependEntry("A", "4");
-  EXPECT_EQ("*A: 4|*P: x| lost|*B: 3|*Q: ", Dump(header));
-
-  HEADER none((TBLOCK()));
-  for (int i = 0; i < 300; i++) none.prependEntry("N", "v");
-  none.setEntryValue("N", "first");
-  none.removeEntry("P");
-  EXPECT_EQ(300, none.entries.count());
-  EXPECT_STREQ("N: first", none.text(0));
-  EXPECT_EQ(299, none.entries.get(299));
-}
-
 TEST(HeaderTest, CopyNeedsRoomForTheNul) {
   struct Row {
     const char* block;

@@ -61,18 +61,6 @@ TEST(LedgerTest, AVerdictIsNotTakenBack) {
   EXPECT_EQ(ssNotification, ledger.state);
 }
 
-TEST(LedgerTest, WhiteAndBlackSums) {
-  LEDGER ledger;
-  ledger.add(30, "b", 1);
-  ledger.whiteScoring = 1;
-  ledger.add(-45, "w", 2);
-  ledger.whiteScoring = 0;
-  ledger.add(5, "b", 1);
-  EXPECT_EQ(35, ledger.blackScore);
-  EXPECT_EQ(-90, ledger.whiteScore);
-  EXPECT_EQ(-55, ledger.score);
-}
-
 TEST(LedgerTest, AssignAndReset) {
   LEDGER from, to;
   from.scoreDetails.add("details");

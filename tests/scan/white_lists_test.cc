@@ -77,12 +77,6 @@ TEST_F(WhiteListsTest, LinesAreTrimmedLoweredSortedAndUnique) {
   EXPECT_EQ("\xE9.example,,a.example,b.example,c", Join(lines));
 }
 
-TEST_F(WhiteListsTest, LongLinesAreReadInPieces) {
-  write("whitedomains", std::string(4095, 'a') + "bbb\nc\n");
-  TQMMSG::_LoadListFromUserFile(lines, kDomain, "joe", "whitedomains");
-  EXPECT_EQ(std::string(4095, 'a') + ",bbb,c", Join(lines));
-}
-
 TEST_F(WhiteListsTest, AnAddressLeadsToNoOtherDirectory) {
   write("whitedomains", "a.example\n");
   struct Row {

@@ -107,11 +107,11 @@ void WriteVersion(const TQMMSG& message, QMINFO* info) {
   FillBuffer(text.view(), info->version, info->versionSize);
 }
 
-void WriteParams(QMINFO* info) {
+void WriteParams(const TQMMSG& message, QMINFO* info) {
   if (!(info->flags & QM_WANT_CAUSE) ||
       !IsBuffer(info->paramsOut, info->paramsOutSize))
     return;
-  FillEncoded(TBLOCK(info->params), info->paramsOut, info->paramsOutSize);
+  FillEncoded(message.params.view(), info->paramsOut, info->paramsOutSize);
 }
 
 // The version text is built anew: with noBailout in force it says so only
@@ -138,7 +138,7 @@ void WriteCause(TQMMSG& message, QMINFO* info) {
 // subject. A buffer of exactly the length gets headerOutLength but no text:
 // the copy wants room for its NUL.
 void WriteHeader(TQMMSG& message, QMINFO* info) {
-  if (!(info->flags & QM_REWRITE_HEADER) || !message.header) return;
+  if (!message.header) return;
   HEADER& header = *message.header;
   header.removeEntry(kAgentField);
   header.removeEntry(kScoreField);
@@ -190,7 +190,10 @@ int LoadMessage(TQMMSG& message, const QMINFO* info, bool& done) {
   } else {
     if (!info->msg) return QM_ERROR_RECORD;
     if (info->msgLength == 0) return 0;
-    message.loadFromBlock(TBLOCK(info->msg, info->msgLength), info->user, 0);
+    // Without memory for the copy there is no message.
+    if (!message.loadFromBlock(TBLOCK(info->msg, info->msgLength), info->user,
+                               0))
+      return QM_ERROR_RECORD;
   }
   done = false;
   return 0;
@@ -200,12 +203,13 @@ int ScanRecord(TQMMSG& message, QMINFO* info, int version) {
   if (version >= 2) message.setProfileInfo(info->bailout, info->profile);
   if (version >= 3) {
     message.setParams(info->params);
-    WriteParams(info);
+    WriteParams(message, info);
   }
   WriteVersion(message, info);
   if (info->keywordFile && *info->keywordFile &&
       !message.dico.loadKeywordsFromFile(info->keywordFile))
     return QM_ERROR_KEYWORDS;
+  message.wantHeader = (info->flags & QM_REWRITE_HEADER) != 0;
   bool done;
   const int result = LoadMessage(message, info, done);
   if (done) return result;
@@ -236,18 +240,19 @@ int QmScanAsBestYouCan(QMINFO* info, const SPEEDUPCONTEXT* context) {
   return ScanRecord(message, info, version);
 }
 
-// A scan without a record. `user` reaches only the load, so no white list of
-// the recipient is read.
-void ScanStandalone(TQMMSG& message, const unsigned char* msg,
+// A scan without a record; false without memory for the message. `user`
+// reaches only the load, so no white list of the recipient is read.
+bool ScanStandalone(TQMMSG& message, const unsigned char* msg,
                     unsigned long length, const char* user,
                     const char* globalList, const char* userList,
                     const QMGLOBALSETUP* globalSetup,
                     const QMUSERSETUP* userSetup) {
   const uint32_t bytes =
       length > kMaxBlockBytes ? kMaxBlockBytes : static_cast<uint32_t>(length);
-  message.loadFromBlock(TBLOCK(msg, bytes), user, 0);
+  if (!message.loadFromBlock(TBLOCK(msg, bytes), user, 0)) return false;
   message.check(globalSetup, userSetup, TBLOCK(globalList), TBLOCK(userList), 0,
                 0, nullptr, 0);
+  return true;
 }
 
 }  // namespace
@@ -277,8 +282,9 @@ int qmStandaloneScan(const unsigned char* msg, unsigned long length,
                      const char* userList, int* score) {
   if (!msg || !score) return QM_ERROR_RECORD;
   TQMMSG message(nullptr, nullptr, nullptr, 0, 0);
-  ScanStandalone(message, msg, length, user, globalList, userList,
-                 &kDefaultGlobalSetup, &kDefaultUserSetup);
+  if (!ScanStandalone(message, msg, length, user, globalList, userList,
+                      &kDefaultGlobalSetup, &kDefaultUserSetup))
+    return QM_ERROR_RECORD;
   *score = message.ledger.score;
   return message.ledger.state;
 }
@@ -289,8 +295,9 @@ int qmStandaloneScanWithCause(const unsigned char* msg, unsigned long length,
                               int causeSize) {
   if (!msg || !score) return QM_ERROR_RECORD;
   TQMMSG message(nullptr, nullptr, nullptr, 0, 0);
-  ScanStandalone(message, msg, length, "", globalList, userList,
-                 &kCheckingGlobalSetup, &kCheckingUserSetup);
+  if (!ScanStandalone(message, msg, length, "", globalList, userList,
+                      &kCheckingGlobalSetup, &kCheckingUserSetup))
+    return QM_ERROR_RECORD;
   *score = message.ledger.score;
   if (IsBuffer(cause, causeSize))
     FillBuffer(message.ledger.cause.view(), cause, causeSize);
@@ -303,7 +310,8 @@ int QuayMarshNotes(const unsigned char* msg, unsigned long length,
   if (!msg) return QM_ERROR_RECORD;
   if (length == 0) return 0;
   TQMMSG message(nullptr, nullptr, nullptr, 0, 0);
-  ScanStandalone(message, msg, length, user, globalList, userList,
-                 &kCheckingGlobalSetup, &kCheckingUserSetup);
+  if (!ScanStandalone(message, msg, length, user, globalList, userList,
+                      &kCheckingGlobalSetup, &kCheckingUserSetup))
+    return QM_ERROR_RECORD;
   return message.ledger.score;
 }

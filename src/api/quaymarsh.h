@@ -30,7 +30,9 @@ extern "C" {
 #endif
 
 /* What a scan returns when it did not run. */
-#define QM_ERROR_RECORD (-1)   /* null record, size below version 1, no msg */
+#define QM_ERROR_RECORD                                                      \
+  (-1)                         /* null record, size below version 1, no msg, \
+                                 or no memory for it */
 #define QM_ERROR_KEYWORDS (-2) /* keywordFile could not be loaded */
 #define QM_ERROR_FILE (-3)     /* msgPath could not be read */
 

@@ -173,8 +173,10 @@ int BLOCK::loadFrom(const char* path, uint32_t size, int append) {
   if (!file) return 0;
   unsigned char* buffer = new (std::nothrow) unsigned char[size];
   int ok = 0;
-  if (buffer)
-    ok = add(buffer, static_cast<uint32_t>(fread(buffer, 1, size, file)));
+  if (buffer) {
+    const size_t n = fread(buffer, 1, size, file);
+    ok = !ferror(file) && add(buffer, static_cast<uint32_t>(n));
+  }
   delete[] buffer;
   fclose(file);
   return ok;

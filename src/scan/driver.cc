@@ -2,6 +2,8 @@
 // check of its own lives elsewhere; here is only when it runs and what ends
 // the scan. Tested by driver_test.cc.
 
+#include <string.h>
+
 #include <new>
 
 #include "scan/tqmmsg.h"
@@ -62,6 +64,7 @@ int TQMMSG::check(const QMGLOBALSETUP* globalSetup,
                   TBLOCK userList, int noBailoutFlag, int skipEmails,
                   const char* recipient, int /*unused*/) {
   noBailout = noBailoutFlag;
+  bodyCharset = headerCharset;
   STR warning;
   if (dico.anyWarning(warning)) ledger.cause.add(warning.view());
   parse(1);
@@ -201,7 +204,10 @@ TQMMSG* TQMMSG::scanInner(TBLOCK text, const QMGLOBALSETUP* globalSetup,
   TQMMSG* inner =
       new (std::nothrow) TQMMSG(pool, dico.stuff, blacklist, 0, depth + 1);
   if (!inner) return nullptr;
-  inner->loadFromBlock(text, "", 1);
+  if (!inner->loadFromBlock(text, "", 1)) {
+    delete inner;
+    return nullptr;
+  }
   inner->checkSpam(globalSetup, userSetup, skipEmails);
   return inner;
 }

@@ -9,6 +9,7 @@ int TQMMSG::checkFilter(int /*filter*/, const QMGLOBALSETUP* /*globalSetup*/,
 }
 
 void TQMMSG::checkHeaderFilter() {
+  if (headerFiltered) return;
   headerFiltered = 1;
 }
 

@@ -19,6 +19,7 @@ const uint32_t kLineEndBytes = 2;
 // A string with room for n characters that the caller writes, and its length
 // set to n. Null when memory is short.
 STR* NewText(uint32_t n) {
+  if (n >= kMaxBlockBytes) return nullptr;
   STR* text = new (std::nothrow) STR(static_cast<int32_t>(n));
   if (text && !text->text) {
     delete text;

@@ -77,14 +77,13 @@ int32_t LEDGER::add(int32_t points, const char* label, uint16_t factor) {
 // The entry goes in whole or, past the limit or without memory, not at all.
 void LEDGER::appendEntry(const char* label, uint16_t factor, int32_t total) {
   const uint32_t before = cause.length;
-  const uint64_t labelLength = strlen(label);
-  if (before + labelLength >= kMaxCauseBytes) return;
+  if (before >= kMaxCauseBytes) return;
   char repeats[16] = "";
   if (factor > 1) snprintf(repeats, sizeof repeats, "%ux", unsigned(factor));
   char points[24];
   snprintf(points, sizeof points, " (%d)", total);
   const bool whole = (before == 0 || cause.add(";")) &&
-                     (labelLength == 0 || cause.add(label)) &&
+                     (!*label || cause.add(label)) &&
                      (!repeats[0] || cause.add(repeats)) && cause.add(points);
   if (!whole) cause.length = before;
 }

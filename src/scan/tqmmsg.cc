@@ -43,6 +43,7 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
       headerOnly(headerOnlyMode),
       depth(nesting),
       paramLines(0),
+      wantHeader(0),
       noBailout(0),
       bailout(kDefaultBailout),
       truncated(0),
@@ -113,6 +114,7 @@ void TQMMSG::setProfileInfo(int32_t bailoutScore, const char* profileText) {
 }
 
 void TQMMSG::setParams(const char* text) {
+  paramLines.clear();
   params = text;
 }
 
@@ -144,16 +146,19 @@ TBLOCK TQMMSG::cutToHeader(TBLOCK text) const {
 }
 
 void TQMMSG::takeHeader(TBLOCK text) {
-  delete header;
-  header = new (std::nothrow) HEADER(text);
+  if (wantHeader) header = new (std::nothrow) HEADER(text);
 }
 
 int TQMMSG::loadFromBlock(TBLOCK text, const char* userText, int parseNow) {
   startLoad(userText);
+  text.cut(kMaxBlockBytes);
   text = cutToHeader(text);
   takeHeader(text);
   truncated = text.length > kMaxMessageBytes;
-  msgBlock.add(text.head(kMaxMessageBytes));
+  if (!text.empty() && !msgBlock.add(text.head(kMaxMessageBytes))) {
+    clear();
+    return 0;
+  }
   msgView = msgBlock.view();
   applyProxyMode();
   if (parseNow) parse(0);

@@ -86,7 +86,7 @@ class TQMMSG : public OLISTGURU {
 
   // Takes a message: clears, copies at most kMaxMessageBytes of it, applies
   // proxy mode, and parses at once with `parseNow`. `user` is the recipient's
-  // address text, or null. Returns 1.
+  // address text, or null. 1, or 0 with the object clear when memory is short.
   int loadFromBlock(TBLOCK text, const char* userText, int parseNow);
   // The same from a regular file, without proxy mode. 0, with the object
   // clear, when it cannot be read. A file of exactly kMaxMessageBytes counts
@@ -103,7 +103,8 @@ class TQMMSG : public OLISTGURU {
   UrlBlacklist* blacklist;
 
   // Owned; live as long as this.
-  HEADER* header;    // editable copy of the header block; null before a load
+  HEADER* header;    // editable copy of the header block, of the message in
+                     // full; null unless wantHeader was set before the load
   BLOCK msgBlock;    // private copy of the message
   TBLOCK msgView;    // of msgBlock; unstuffed in proxy mode
   TQMDICO dico;      // the rule dictionary, with this scan's counters
@@ -112,6 +113,9 @@ class TQMMSG : public OLISTGURU {
   const int32_t depth;
   STR params;             // parameter text
   TBLOCKVECT paramLines;  // its lines
+  int32_t wantHeader;     // not 0: a load makes the editable copy. Without it
+                          // the part of a message behind kMaxMessageBytes
+                          // costs nothing
   int32_t noBailout;      // not 0: no early exit by score; set by check
   int32_t bailout;
   STR profile;        // profile words, comma-separated

@@ -3,6 +3,7 @@
 // white_lists_test.cc.
 
 #include <stdio.h>
+#include <string.h>
 #include <sys/stat.h>
 
 #include "scan/tqmmsg.h"

@@ -92,7 +92,7 @@ TEST(LedgerTest, TheCauseTextIsBoundedAndThePointsAreNot) {
   const std::string label(1000, 'x');
   for (int i = 0; i < 2000; i++) ledger.add(1, label.c_str(), 1);
   EXPECT_EQ(2000, ledger.score);
-  EXPECT_LE(ledger.cause.length, kMaxCauseBytes + 32);
+  EXPECT_LE(ledger.cause.length, kMaxCauseBytes + 1100);
   EXPECT_GT(ledger.cause.length, kMaxCauseBytes - 2000);
   // No entry is cut in the middle.
   EXPECT_EQ("x (1)", Text(ledger.cause).substr(ledger.cause.length - 5));

@@ -311,6 +311,14 @@ class TBLOCK {
   // hexadecimal digits is a literal. WRITES.
   static void DecodeQuotedPrintable(TBLOCK& block);
 
+  // ---- Pixel sizes of pictures, from their base64 text: image_size.cc. 1
+  // with the size, or 0 with both numbers unchanged. Of a JPEG at most the
+  // first 4096 bytes are searched; of a PNG the low 16 bits of each number are
+  // read.
+
+  static int Base64JpegSize(TBLOCK text, uint32_t& width, uint32_t& height);
+  static int Base64PngSize(TBLOCK text, uint32_t& width, uint32_t& height);
+
   // ---- Header fields and MIME pieces: block_header.cc
 
   // Splits a header into `fields` (emptied first; folds stay inside a field).

@@ -3,6 +3,10 @@
 
 #include "scan/tqmmsg.h"
 
+int TQMMSG::checkIdFromMTA() {
+  return 0;
+}
+
 void TQMMSG::checkMessageId() {}
 
 int TQMMSG::checkThreadIndex() {

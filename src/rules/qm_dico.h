@@ -7,6 +7,8 @@
 #ifndef RULES_QM_DICO_H_
 #define RULES_QM_DICO_H_
 
+#include <stdint.h>
+
 #include "base/str.h"
 #include "base/tblock.h"
 
@@ -20,6 +22,11 @@ class HSTUFF {
   STR version;
 
   HSTUFF() : version("") {}
+};
+
+// One line of a section.
+struct TQKLINE {
+  int32_t score;
 };
 
 class TQMDICO {
@@ -45,6 +52,11 @@ class TQMDICO {
   int anyWarning(STR& text) const;
   // Zeroes the match counts of a section.
   void clearMatchCount(const char* section);
+  // section_lookup.cc. The first line of a section of patterns that matches
+  // the text: 1 with the line, or 0.
+  int matchRegex(const char* section, TBLOCK text, const TQKLINE*& line);
+  // The same for a section of "name:pattern" lines: 1 with the name, or 0.
+  int matchFirstNamedRegex(const char* section, TBLOCK text, TBLOCK& name);
   // Compiles all patterns of the dictionary into the pool.
   void precompileRegexesIntoPool();
 };

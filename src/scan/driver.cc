@@ -177,9 +177,9 @@ int TQMMSG::checkSpam(const QMGLOBALSETUP* globalSetup,
 
 // The text to be scanned in this message's place: a "message.txt" part, or
 // what an earlier filter wrapped and marked as spam. False when there is none.
-bool TQMMSG::findEmbeddedMessage(TBLOCK& text) {
+bool TQMMSG::findEmbeddedMessage(TBLOCK& source) {
   if (message.embeddedPart) {
-    text = message.embeddedPart->decodeContent();
+    source = message.embeddedPart->decodeContent();
     return true;
   }
   TBLOCK flag;
@@ -189,7 +189,7 @@ bool TQMMSG::findEmbeddedMessage(TBLOCK& text) {
   while (const void* item = walk.next()) {
     BLOCKPART* part = static_cast<BLOCKPART*>(const_cast<void*>(item));
     if (part == &message || !part->type.equals("message/rfc822")) continue;
-    text = part->decodeContent();
+    source = part->decodeContent();
     return true;
   }
   return false;
@@ -199,12 +199,12 @@ bool TQMMSG::findEmbeddedMessage(TBLOCK& text) {
 // the result, which is null when memory is short. The inner message has no
 // recipient, no parameters and no profile, and only the spam branch runs, with
 // the default bailout in force. It reads the dictionary that this one reads.
-TQMMSG* TQMMSG::scanInner(TBLOCK text, const QMGLOBALSETUP* globalSetup,
+TQMMSG* TQMMSG::scanInner(TBLOCK source, const QMGLOBALSETUP* globalSetup,
                           const QMUSERSETUP* userSetup, int skipEmails) {
   TQMMSG* inner =
       new (std::nothrow) TQMMSG(pool, dico.stuff, blacklist, 0, depth + 1);
   if (!inner) return nullptr;
-  if (!inner->loadFromBlock(text, "", 1)) {
+  if (!inner->loadFromBlock(source, "", 1)) {
     delete inner;
     return nullptr;
   }
@@ -215,9 +215,9 @@ TQMMSG* TQMMSG::scanInner(TBLOCK text, const QMGLOBALSETUP* globalSetup,
 int TQMMSG::checkEmbeddedSpam(const QMGLOBALSETUP* globalSetup,
                               const QMUSERSETUP* userSetup, int skipEmails) {
   if (depth >= kMaxScanDepth) return 0;
-  TBLOCK text;
-  if (!findEmbeddedMessage(text)) return 0;
-  TQMMSG* inner = scanInner(text, globalSetup, userSetup, skipEmails);
+  TBLOCK source;
+  if (!findEmbeddedMessage(source)) return 0;
+  TQMMSG* inner = scanInner(source, globalSetup, userSetup, skipEmails);
   if (!inner) return 0;
   ledger.assign(inner->ledger);
   delete inner;

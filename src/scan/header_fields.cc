@@ -1,11 +1,22 @@
 // Header fields: from the header lines of the root to typed values. Entry:
 // TQMMSG::parseHeader. Tested by header_fields_test.cc.
 //
-// Encoded words are not decoded, dates and relay lines not parsed yet.
+// Relay lines are not taken apart yet, so their dates are missing, and no
+// fingerprint has a body (see fingerprints.cc).
 
 #include "scan/tqmmsg.h"
 
+#include <new>
+
+#include "message/field_piece.h"
+
 namespace {
+
+// Header lines that are held against the patterns of a section.
+const int32_t kMaxMatchedFields = 2048;
+
+// A rest of the mailer field below this tells nothing.
+const uint32_t kMinMailerName = 6;
 
 // Whether a header line is the field of that name. The ":" must follow the
 // name directly: "Subject :" is no subject.
@@ -17,12 +28,67 @@ bool IsField(TBLOCK line, TBLOCK name) {
 // Trims, and removes one pair of "<" and ">".
 void StripAngleBrackets(TBLOCK& value) {
   value.trim();
-  if (!value.empty() && value.length >= 2 && value[0] == '<' &&
-      value[value.length - 1] == '>')
+  if (value.length >= 2 && value[0] == '<' && value[value.length - 1] == '>')
     value = TBLOCK(value.pointer + 1, value.length - 2);
 }
 
+// Trims, and removes one pair of equal quotes; what is inside stays.
+void StripQuotes(TBLOCK& value) {
+  value.trim();
+  if (value.length >= 2 && (value[0] == '"' || value[0] == '\'') &&
+      value[value.length - 1] == value[0])
+    value = TBLOCK(value.pointer + 1, value.length - 2);
+}
+
+// The first of the dates that is there and could be read.
+BLOCKDATE FirstGood(const BLOCKDATE* const* dates, int count) {
+  for (int i = 0; i < count; i++)
+    if (dates[i]->utc != 0 && dates[i]->error == 0) return *dates[i];
+  return BLOCKDATE();
+}
+
 }  // namespace
+
+void TQMMSG::clearHeader() {
+  headerParsed = 0;
+  fieldsRead = 0;
+  headerEnd = 0;
+  mailingListScore = 0;
+  idFromMta = 0;
+  TBLOCK* const values[] = {
+      &from,         &to,          &cc,          &bcc,
+      &subject,      &replyTo,     &returnPath,  &sender,
+      &mailer,       &date,        &precedence,  &rawMessageId,
+      &messageId,    &inReplyTo,   &contentType, &originalMessageId,
+      &mimeOle,      &threadIndex, &userAgent,   &msMailPriority,
+      &xSpamState,   &xSpamScore,  &xSpamAgent,  &xSpamCause,
+      &xSpamSubject, &xSpamType,   &boundary,    &mailerName,
+      &lastRelay};
+  for (TBLOCK* value : values) value->clear();
+  TMAILBOX* const boxes[] = {&fromBox, &replyToBox, &returnPathBox, &senderBox,
+                             &recipientBox};
+  for (TMAILBOX* box : boxes) *box = TMAILBOX();
+  fromCharset.clear();
+  headerCharset.clear();
+  subjectCharset.clear();
+  receivedFields.clear();
+  addressWords.clear();
+  clearDates();
+  STR* const texts[] = {&recipientDomain64, &hdrAdn,         &tabAdn,
+                        &subjectAdn,        &threadIndexAdn, &boundaryAdn,
+                        &messageIdAdn,      &fromAdn};
+  for (STR* value : texts) *value = "";
+}
+
+void TQMMSG::changeHeader(TBLOCK source) {
+  if (source.empty() || !(message.flags & pfParsed)) return;
+  const TBLOCK lines = BLOCKPART::trimPart(source);
+  int anomaly = 0;
+  TBLOCK::BlockParseHeader(lines, message.fields, 1, anomaly);
+  if (anomaly) message.flags |= pfBadStructure;
+  clearHeader();
+  parseHeader();
+}
 
 int TQMMSG::takeFieldValue(TBLOCK line, TBLOCK& value, int strip) {
   value = line;
@@ -55,9 +121,44 @@ int TQMMSG::readLastHeaderField(const char* name, TBLOCK& value, int strip) {
   return 0;
 }
 
+TBLOCK TQMMSG::getHeaderFieldParam(const char* field, const char* param) {
+  TBLOCK rest;
+  if (!readHeaderField(field, rest, 1)) return TBLOCK();
+  while (!rest.empty()) {
+    TBLOCK piece = NextFieldPiece(rest);
+    piece.trim();
+    if (TBLOCK::BlockToken(piece, param, '=')) return piece;
+  }
+  return TBLOCK();
+}
+
+int TQMMSG::readMimeField(const char* name, TBLOCK& value, BLOCK& store) {
+  return readMimeFieldWithCharset(name, value, store, headerCharset);
+}
+
+int TQMMSG::readMimeFieldWithCharset(const char* name, TBLOCK& value,
+                                     BLOCK& store, TCharset& charset) {
+  if (!readHeaderField(name, value, 1)) return 0;
+  DecodeInlineCharset(value, &charset, store);
+  value = store.view();
+  return 1;
+}
+
 // An identifier without the angle brackets around it.
-void TQMMSG::readBareField(const char* name, TBLOCK& value) {
-  if (readHeaderField(name, value, 1)) StripAngleBrackets(value);
+int TQMMSG::readBareField(const char* name, TBLOCK& value) {
+  const int found = readHeaderField(name, value, 1);
+  StripAngleBrackets(value);
+  return found;
+}
+
+void TQMMSG::setUserFromHeaderXField(const char* name) {
+  TBLOCK value;
+  if (readHeaderField(name, value, 1)) user = value;
+}
+
+const char* TQMMSG::getUserEmail(STR& address) const {
+  address = ParseMailBox(user.view()).email;
+  return address.c_str();
 }
 
 void TQMMSG::parseHeader() {
@@ -69,27 +170,37 @@ void TQMMSG::parseHeader() {
   _parseHeaderThree();
 }
 
-// The addresses and the subject.
-void TQMMSG::_parseHeaderZero() {
+// Reads the root's header. The host's editable copy is made of exactly the
+// bytes that headerEnd tells, as they were before the parser edits them: where
+// a header ends early, the host then replaces what the engine took for one.
+void TQMMSG::readRootFields() {
+  const bool wanted = wantHeader && !header;
+  BLOCK asLoaded(0, BLOCK::_DEFALLOCSIZE);
+  if (wanted) asLoaded.add(msgView);
   message.parseHeader(msgView);
   headerEnd = static_cast<uint32_t>(message.header.end() - msgView.pointer);
-  fieldsRead = 0;
-  readHeaderField("from", from, 1);
-  readHeaderField("to", to, 1);
-  readHeaderField("cc", cc, 1);
-  readHeaderField("bcc", bcc, 1);
-  // The subject as it was before an earlier filter tagged it.
-  if (!readHeaderField("x-spam-subject", subject, 0))
-    readHeaderField("subject", subject, 0);
+  if (wanted)
+    header = new (std::nothrow) HEADER(asLoaded.view().head(headerEnd));
 }
 
-// All other fields that are read as they stand.
+// The addresses and the subject.
+void TQMMSG::_parseHeaderZero() {
+  readRootFields();
+  fieldsRead = 0;
+  readMimeFieldWithCharset("from", from, fromStore, fromCharset);
+  readMimeField("to", to, toStore);
+  readMimeField("cc", cc, ccStore);
+  readMimeField("bcc", bcc, bccStore);
+  readSubjectField(subject, subjectStore);
+}
+
+// All other fields.
 void TQMMSG::_parseHeaderOne() {
-  readHeaderField("reply-to", replyTo, 1);
-  readHeaderField("return-path", returnPath, 1);
-  readHeaderField("x-mailer", mailer, 1);
-  readHeaderField("sender", sender, 1);
-  if (sender.empty()) readHeaderField("x-sender", sender, 1);
+  readMimeField("reply-to", replyTo, replyToStore);
+  readMimeField("return-path", returnPath, returnPathStore);
+  readMimeField("x-mailer", mailer, mailerStore);
+  readMimeField("sender", sender, senderStore);
+  if (sender.empty()) readMimeField("x-sender", sender, senderStore);
   readLastHeaderField("date", date, 1);
   readHeaderField("precedence", precedence, 1);
   readLastHeaderField("message-id", rawMessageId, 1);
@@ -102,7 +213,29 @@ void TQMMSG::_parseHeaderOne() {
   if (!readHeaderField("X-SPAM-TYPE", xSpamType, 1))
     readHeaderField("X-QMSPAM-TYPE", xSpamType, 1);
   readHeaderField("Thread-Index", threadIndex, 1);
+  getAdnFromBlock(kFieldAdnThid, threadIndex, threadIndexAdn);
   readHeaderField("User-Agent", userAgent, 1);
+  readReceivedAndLists();
+  boundary = getHeaderFieldParam("Content-type", "Boundary");
+  getAdnFromBlock(kFieldAdnBound, boundary, boundaryAdn);
+}
+
+// The relay lines, and whatever tells of a mailing list.
+void TQMMSG::readReceivedAndLists() {
+  const TBLOCK received("received");
+  const TBLOCKVECT& fields = message.fields;
+  for (int32_t i = 0; i < fields.count(); i++) {
+    const TBLOCK line = fields.get(i);
+    const TQKLINE* match = nullptr;
+    if (i < kMaxMatchedFields && dico.matchRegex("HdrMailingList", line, match))
+      mailingListScore = ClampScore(int64_t{mailingListScore} + match->score);
+    if (!IsField(line, received)) continue;
+    TBLOCK value = line.from(received.length + 1);
+    StripQuotes(value);
+    if (receivedFields.count() == 0 || value.find("from ") >= 0)
+      lastRelay = value;
+    receivedFields.add(value, 1, 0);
+  }
 }
 
 // The relay chain.
@@ -110,17 +243,71 @@ void TQMMSG::_parseHeaderTwo() {}
 
 // Values that are made of several fields.
 void TQMMSG::_parseHeaderThree() {
+  parseDates();
   fromBox = ParseMailBox(from);
   replyToBox = ParseMailBox(replyTo);
   returnPathBox = ParseMailBox(returnPath);
   senderBox = ParseMailBox(sender);
-  readBareField("x-message-id", messageId);
-  if (messageId.empty()) {
+  const TMAILBOX* const boxes[] = {&fromBox, &replyToBox, &returnPathBox,
+                                   &senderBox};
+  for (const TMAILBOX* box : boxes) addressWords.addUnique(box->email, 0, 1);
+  if (!readBareField("x-message-id", messageId)) {
     messageId = rawMessageId;
     StripAngleBrackets(messageId);
   }
+  idFromMta = checkIdFromMTA();
+  getAdnFromBlock(kFieldAdnId, messageId, messageIdAdn);
   readBareField("X-Original-Message-ID", originalMessageId);
   readHeaderField("x-mimeole", mimeOle, 1);
   readHeaderField("x-msmail-priority", msMailPriority, 1);
   readBareField("in-Reply-To", inReplyTo);
+  buildHeaderAdn(hdrAdn);
+  getTabAdn(tabAdn);
+  parseMailer();
+  buildRecipAdn();
+  getAdnFromBlock(kFieldAdnFrom, from, fromAdn);
+  encodeRecipientDomain();
+}
+
+void TQMMSG::clearDates() {
+  BLOCKDATE* const dates[] = {&headerDate,         &firstReceivedDate,
+                              &secondReceivedDate, &lastReceivedDate,
+                              &lastRecordDate,     &messageDate,
+                              &relayDate};
+  for (BLOCKDATE* d : dates) d->clear();
+}
+
+void TQMMSG::parseDates() {
+  clearDates();
+  if (!date.empty()) headerDate.parseFrom(date);
+  const BLOCKDATE* const written[] = {&headerDate, &firstReceivedDate,
+                                      &secondReceivedDate, &lastReceivedDate};
+  messageDate = FirstGood(written, 4);
+  const BLOCKDATE* const relayed[] = {&lastReceivedDate, &firstReceivedDate,
+                                      &headerDate};
+  relayDate = FirstGood(relayed, 3);
+}
+
+// Of all rests behind a word the one behind the first word is the longest, and
+// when that is nothing but digits and dots so are the others.
+void TQMMSG::parseMailer() {
+  TBLOCK rest = mailer;
+  rest.trimLeft(bitWordSep);
+  while (!rest.empty() && !TBLOCK::Is(rest[0], bitWordSep)) rest.skip(1);
+  rest.trim();
+  TBLOCK letters = rest;
+  letters.trimLeft(bitDigit | bitDot);
+  if (rest.length >= kMinMailerName && !letters.empty()) mailerName = rest;
+}
+
+void TQMMSG::encodeRecipientDomain() {
+  const TBLOCK domain = recipientBox.domain;
+  if (domain.empty()) return;
+  // A mailbox ends with the field it stands in, so this is bounded by that.
+  BLOCK room((domain.length + 2) / 3 * 4 + 1, 0);
+  TBLOCK out(room.data, room.capacity);
+  if (!room.data) return;
+  out.length = TBLOCK::BlockBase64(domain, out, 0, nullptr, '=');
+  out.trim();
+  recipientDomain64 = out;
 }

@@ -101,30 +101,30 @@ int TQMMSG::checkCond(int condition, int score, const char* label) {
 
 int TQMMSG::checkCond(int condition, int score, const char* label, int number) {
   if (!condition) return 0;
-  STR text(label);
-  text += static_cast<int32_t>(number);
-  ledger.add(score, text.c_str(), 1);
+  STR entry(label);
+  entry += static_cast<int32_t>(number);
+  ledger.add(score, entry.c_str(), 1);
   return 1;
 }
 
 int TQMMSG::checkCond(int condition, int score, const char* label,
                       const char* detail) {
   if (!condition) return 0;
-  STR text(label);
-  text += ' ';
-  text += detail;
-  ledger.add(score, text.c_str(), 1);
+  STR entry(label);
+  entry += ' ';
+  entry += detail;
+  ledger.add(score, entry.c_str(), 1);
   return 1;
 }
 
 int TQMMSG::checkCond(int condition, int score, const char* label, int number,
                       const char* label2, TBLOCK detail) {
   if (!condition) return 0;
-  STR text(label);
-  text += static_cast<int32_t>(number);
-  text += label2;
-  text += detail;
-  ledger.add(score, text.c_str(), 1);
+  STR entry(label);
+  entry += static_cast<int32_t>(number);
+  entry += label2;
+  entry += detail;
+  ledger.add(score, entry.c_str(), 1);
   return 1;
 }
 

@@ -16,6 +16,9 @@ namespace {
 // version.
 const char kBuiltInVersion[] = "01.333.21";
 
+// Growth step of the blocks for decoded texts.
+const uint32_t kDecodedStep = 512;
+
 const char kProxyModeParam[] = "mode=proxy";
 
 // Whether a version text sorts behind another, compared byte by byte through
@@ -52,6 +55,33 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
       headerFiltered(0),
       fieldsRead(0),
       headerEnd(0),
+      fromStore(0, kDecodedStep),
+      toStore(0, kDecodedStep),
+      ccStore(0, kDecodedStep),
+      bccStore(0, kDecodedStep),
+      subjectStore(0, kDecodedStep),
+      replyToStore(0, kDecodedStep),
+      returnPathStore(0, kDecodedStep),
+      mailerStore(0, kDecodedStep),
+      senderStore(0, kDecodedStep),
+      receivedFields(16),
+      mailingListScore(0),
+      addressWords(4),
+      idFromMta(0),
+      textStore(0, kDecodedStep),
+      htmlStore(0, kDecodedStep),
+      bodyIsHtml(0),
+      answerCount(0),
+      answersRemoved(0),
+      linkCount(0),
+      imageCount(0),
+      bodyLines(64),
+      nonBlankLines(0),
+      fieldTokens(0, 64),
+      highChars(0),
+      attachAdns(0, 64),
+      attachContentAdns(0, 64),
+      attachmentCount(0),
       subjectWords(0),
       aliasWords(0),
       profiles(0) {}
@@ -74,33 +104,9 @@ void TQMMSG::clear() {
   msgPath = "";
   user = "";
   truncated = 0;
-  headerParsed = bodyParsed = headerFiltered = 0;
-  fieldsRead = 0;
-  headerEnd = 0;
-
-  TBLOCK* const values[] = {
-      &from,         &to,          &cc,          &bcc,
-      &subject,      &replyTo,     &returnPath,  &sender,
-      &mailer,       &date,        &precedence,  &rawMessageId,
-      &messageId,    &inReplyTo,   &contentType, &originalMessageId,
-      &mimeOle,      &threadIndex, &userAgent,   &msMailPriority,
-      &xSpamState,   &xSpamScore,  &xSpamAgent,  &xSpamCause,
-      &xSpamSubject, &xSpamType};
-  for (TBLOCK* value : values) value->clear();
-  TMAILBOX* const boxes[] = {&fromBox, &replyToBox, &returnPathBox, &senderBox,
-                             &recipientBox};
-  for (TMAILBOX* box : boxes) *box = TMAILBOX();
-  TCharset* const charsets[] = {&headerCharset, &subjectCharset, &bodyCharset,
-                                &messageCharset};
-  for (TCharset* charset : charsets) charset->clear();
-  TBLOCKVECT* const lists[] = {&bodyWords, &subjectWords, &aliasWords,
-                               &profiles};
-  for (TBLOCKVECT* list : lists) list->clear();
-  msgContext.clear();
-  htmlContext.clear();
-  textContext.clear();
-  hdrAdn = "";
-  tabAdn = "";
+  headerFiltered = 0;
+  clearHeader();
+  clearBody();
 
   ledger.reset();
   STR version;
@@ -108,14 +114,38 @@ void TQMMSG::clear() {
   ledger.scoreDetails.add(version.view());
 }
 
+void TQMMSG::clearBody() {
+  bodyParsed = 0;
+  msgContext.clear();
+  htmlContext.clear();
+  textContext.clear();
+  bodyCharset.clear();
+  messageCharset.clear();
+  TBLOCK* const values[] = {&text, &html, &body};
+  for (TBLOCK* value : values) value->clear();
+  int32_t* const numbers[] = {&bodyIsHtml, &answerCount,    &answersRemoved,
+                              &linkCount,  &imageCount,     &nonBlankLines,
+                              &highChars,  &attachmentCount};
+  for (int32_t* number : numbers) *number = 0;
+  STR* const texts[] = {&firstLine,    &lastLine, &lastButOneLine, &imageSizes,
+                        &imageWeights, &lineAdn,  &lineAdnDetail,  &typeAdn,
+                        &tags,         &bodyAdn,  &htmlAdn,        &datesAdn};
+  for (STR* value : texts) *value = "";
+  TBLOCKVECT* const lists[] = {&bodyLines, &bodyWords, &subjectWords,
+                               &aliasWords, &profiles};
+  for (TBLOCKVECT* list : lists) list->clear();
+  STRVECT* const strings[] = {&fieldTokens, &attachAdns, &attachContentAdns};
+  for (STRVECT* list : strings) list->clear();
+}
+
 void TQMMSG::setProfileInfo(int32_t bailoutScore, const char* profileText) {
   if (bailoutScore >= kMinBailout) bailout = bailoutScore;
   if (profileText && *profileText) profile = profileText;
 }
 
-void TQMMSG::setParams(const char* text) {
+void TQMMSG::setParams(const char* settings) {
   paramLines.clear();
-  params = text;
+  params = settings;
 }
 
 void TQMMSG::buildParams() {
@@ -137,25 +167,20 @@ void TQMMSG::startLoad(const char* userText) {
 // Only the header of the text, when that is all that is wanted: up to one byte
 // ahead of the LF that the blank line follows. That byte is the CR of the last
 // header line or, deliberately so, with bare LF its last character.
-TBLOCK TQMMSG::cutToHeader(TBLOCK text) const {
-  if (!headerOnly) return text;
-  int32_t at = text.find("\n\r\n");
-  if (at < 0) at = text.find("\n\n");
-  if (at < 0) return text;
-  return text.head(at > 0 ? static_cast<uint32_t>(at - 1) : 0);
+TBLOCK TQMMSG::cutToHeader(TBLOCK source) const {
+  if (!headerOnly) return source;
+  int32_t at = source.find("\n\r\n");
+  if (at < 0) at = source.find("\n\n");
+  if (at < 0) return source;
+  return source.head(at > 0 ? static_cast<uint32_t>(at - 1) : 0);
 }
 
-void TQMMSG::takeHeader(TBLOCK text) {
-  if (wantHeader) header = new (std::nothrow) HEADER(text);
-}
-
-int TQMMSG::loadFromBlock(TBLOCK text, const char* userText, int parseNow) {
+int TQMMSG::loadFromBlock(TBLOCK source, const char* userText, int parseNow) {
   startLoad(userText);
-  text.cut(kMaxBlockBytes);
-  text = cutToHeader(text);
-  takeHeader(text);
-  truncated = text.length > kMaxMessageBytes;
-  if (!text.empty() && !msgBlock.add(text.head(kMaxMessageBytes))) {
+  source.cut(kMaxBlockBytes);
+  source = cutToHeader(source);
+  truncated = source.length > kMaxMessageBytes;
+  if (!source.empty() && !msgBlock.add(source.head(kMaxMessageBytes))) {
     clear();
     return 0;
   }
@@ -174,7 +199,6 @@ int TQMMSG::loadFromFile(const char* path, const char* userText, int parseNow) {
   }
   truncated = msgBlock.length == kMaxMessageBytes;
   msgView = cutToHeader(msgBlock.view());
-  takeHeader(msgView);
   if (parseNow) parse(0);
   return 1;
 }
@@ -202,18 +226,18 @@ void TQMMSG::applyProxyMode() {
   msgView.length = static_cast<uint32_t>(out - msgView.pointer);
 }
 
-void TQMMSG::getQMVersion(STR& text) const {
+void TQMMSG::getQMVersion(STR& version) const {
   const TBLOCK builtIn(kBuiltInVersion);
   const TBLOCK loaded = dico.version();
-  text = "Quay Marsh ";
-  text += IsNewer(loaded, builtIn) ? loaded : builtIn;
-  text += " AV+AS Profile: ";
-  text += profile.empty() ? TBLOCK("<none>") : profile.view();
-  text += "; Bailout: ";
+  version = "Quay Marsh ";
+  version += IsNewer(loaded, builtIn) ? loaded : builtIn;
+  version += " AV+AS Profile: ";
+  version += profile.empty() ? TBLOCK("<none>") : profile.view();
+  version += "; Bailout: ";
   if (noBailout)
-    text += "N/A";
+    version += "N/A";
   else
-    text += bailout;
+    version += bailout;
 }
 
 void TQMMSG::appendExtendedCause(BLOCK& /*text*/) {}

@@ -8,8 +8,14 @@
 //
 //   Contents                                   bodies in
 //   life, loading, parameters                  scan/tqmmsg.cc
-//   header fields, body preparation            scan/header_fields.cc,
-//                                              scan/body_preparation.cc
+//   header fields                              scan/header_fields.cc,
+//                                              scan/subject.cc
+//   body preparation                           scan/body_preparation.cc,
+//                                              scan/answers.cc,
+//                                              scan/body_lines.cc,
+//                                              scan/body_parts.cc,
+//                                              scan/attachment_adn.cc
+//   fingerprints                               scan/fingerprints.cc
 //   the order of a scan, the three branches    scan/driver.cc
 //   the recipient's white lists                scan/white_lists.cc
 //   ledger                                     scan/ledger.cc
@@ -33,6 +39,7 @@
 #include "base/tblock.h"
 #include "base/vectors.h"
 #include "content/contexts.h"
+#include "message/block_date.h"
 #include "message/block_part.h"
 #include "message/charset.h"
 #include "message/mailbox.h"
@@ -54,6 +61,19 @@ const int32_t kDefaultBailout = 300;
 const int32_t kMinBailout = 100;
 // Beyond this in either direction lists and filters have settled the case.
 const int32_t kDecisiveScore = 999;
+
+// Rule fields that are fingerprints of a value.
+enum : int {
+  kFieldAdnFrom = 0x0E,
+  kFieldAdnId = 0x29,
+  kFieldAdnCid = 0x2A,
+  kFieldAdnBound = 0x2B,
+  kFieldAdnHtml = 0x2C,
+  kFieldAdnText = 0x2E,
+  kFieldAdnThid = 0x32,
+  kFieldAdnFilename = 0x4C,
+  kFieldAdnSubject = 0x50
+};
 
 class TQMMSG : public OLISTGURU {
  public:
@@ -103,8 +123,9 @@ class TQMMSG : public OLISTGURU {
   UrlBlacklist* blacklist;
 
   // Owned; live as long as this.
-  HEADER* header;    // editable copy of the header block, of the message in
-                     // full; null unless wantHeader was set before the load
+  HEADER* header;    // editable copy of the header block, as long as
+                     // headerEnd tells; made by parseHeader, and null unless
+                     // wantHeader was set before
   BLOCK msgBlock;    // private copy of the message
   TBLOCK msgView;    // of msgBlock; unstuffed in proxy mode
   TQMDICO dico;      // the rule dictionary, with this scan's counters
@@ -113,9 +134,7 @@ class TQMMSG : public OLISTGURU {
   const int32_t depth;
   STR params;             // parameter text
   TBLOCKVECT paramLines;  // its lines
-  int32_t wantHeader;     // not 0: a load makes the editable copy. Without it
-                          // the part of a message behind kMaxMessageBytes
-                          // costs nothing
+  int32_t wantHeader;     // not 0: parseHeader makes the editable copy
   int32_t noBailout;      // not 0: no early exit by score; set by check
   int32_t bailout;
   STR profile;        // profile words, comma-separated
@@ -126,8 +145,15 @@ class TQMMSG : public OLISTGURU {
   // ==== Header fields: scan/header_fields.cc
 
   // Reads the header of msgView, once for each load. parseHeader runs the
-  // four steps in order.
+  // four steps in order; clearHeader takes everything back that they find.
   void parseHeader();
+  void clearHeader();
+  // Puts other header lines in place of a parsed message's and reads them.
+  // Views into the old ones that stand outside of this section become stale
+  // only with the text that they point to. The text must live as long as the
+  // load; WRITES to it. Nothing happens for an empty text or before
+  // parsePart. For callers inside the library; there is none yet.
+  void changeHeader(TBLOCK text);
   // The first field of that name in the root, compared through
   // LowerConvTable: 1 with its value, without white space and enclosing quotes
   // (with `strip` without white space inside them either), or 0 with an empty
@@ -135,6 +161,31 @@ class TQMMSG : public OLISTGURU {
   int readHeaderField(const char* name, TBLOCK& value, int strip);
   // The last one.
   int readLastHeaderField(const char* name, TBLOCK& value, int strip);
+  // A parameter of the first field of that name, unquoted; empty without one.
+  TBLOCK getHeaderFieldParam(const char* field, const char* param);
+  // The first field of that name with its encoded words decoded into `store`,
+  // on which `value` is a view; 1, or 0 with an empty value. A field that is
+  // not there leaves the charset alone, one without encoded words clears it.
+  int readMimeField(const char* name, TBLOCK& value, BLOCK& store);
+  int readMimeFieldWithCharset(const char* name, TBLOCK& value, BLOCK& store,
+                               TCharset& charset);
+  // The stored user becomes the value of that field, if there is one.
+  void setUserFromHeaderXField(const char* name);
+  // The bare address of the user text; returns the text.
+  const char* getUserEmail(STR& address) const;
+  void parseDates();
+  // Looks in `mailer` for the longest rest behind one of its words that is
+  // more than a version number.
+  void parseMailer();
+
+  // scan/subject.cc: the subject as its author wrote it, before filters on
+  // the way put their tags in front. The first reads it into `subject`, the
+  // second takes the tags off.
+  void readSubjectField(TBLOCK& value, BLOCK& store);
+  void cleanSubjectTag(TBLOCK& value);
+  // Cuts a tag in these brackets off the front; 1 when there was one.
+  static int checkEnclosedTag(TBLOCK& block, char open, char close);
+  static bool isSubjectTag(TBLOCK text);
 
   // One-time work done for this load.
   int32_t headerParsed;
@@ -144,7 +195,7 @@ class TQMMSG : public OLISTGURU {
   int32_t fieldsRead;  // successful field reads; 0 means "no mail at all"
   uint32_t headerEnd;  // offset in msgView at which the body begins
 
-  // Field values, as views into the message.
+  // Field values, as views into the message or into the decoded texts below.
   TBLOCK from, to, cc, bcc, subject;
   TBLOCK replyTo, returnPath, sender, mailer, date, precedence;
   TBLOCK rawMessageId;       // the last "message-id"
@@ -152,14 +203,39 @@ class TQMMSG : public OLISTGURU {
   TBLOCK originalMessageId;  // bare
   TBLOCK inReplyTo;          // bare
   TBLOCK contentType, mimeOle, msMailPriority, threadIndex, userAgent;
+  TBLOCK boundary;    // parameter of the first "content-type"
+  TBLOCK mailerName;  // see parseMailer
   // What an earlier filter wrote.
   TBLOCK xSpamState, xSpamScore, xSpamAgent, xSpamCause, xSpamSubject,
       xSpamType;
+  // Decoded texts of the fields that may hold encoded words.
+  BLOCK fromStore, toStore, ccStore, bccStore, subjectStore, replyToStore,
+      returnPathStore, mailerStore, senderStore;
+  // Charset of From; of the last present field among the other addresses and
+  // the mailer; of the subject.
+  TCharset fromCharset, headerCharset, subjectCharset;
+
+  TBLOCKVECT receivedFields;  // values of the "Received" fields, top first
+  TBLOCK lastRelay;           // of them the one that names the last relay
+  int32_t mailingListScore;   // sum of the section "HdrMailingList"
 
   TMAILBOX fromBox, replyToBox, returnPathBox, senderBox;
-  TMAILBOX recipientBox;  // first address of To; empty until lists are parsed
+  TMAILBOX recipientBox;    // first address of To; empty until lists are
+                            // parsed
+  STR recipientDomain64;    // its domain in base64
+  TBLOCKVECT addressWords;  // the addresses of the four boxes, unique
 
-  // ==== Body preparation: scan/body_preparation.cc
+  // Dates. A cleared record stands for "not there". Of the relay lines they
+  // are empty until these are parsed.
+  BLOCKDATE headerDate;  // the last "date" field
+  BLOCKDATE firstReceivedDate, secondReceivedDate, lastReceivedDate;
+  BLOCKDATE lastRecordDate;  // of the last Received record
+  BLOCKDATE messageDate;     // best guess at when it was written
+  BLOCKDATE relayDate;       // best guess at when it was handed over
+
+  int32_t idFromMta;  // 1: the Message-ID seems to come from a relay
+
+  // ==== Body preparation: scan/body_preparation.cc and what it names
 
   // Parses the body, once for each load; the header first if need be.
   void parseBody();
@@ -169,13 +245,80 @@ class TQMMSG : public OLISTGURU {
   // above the bailout ends here with the body unparsed; then parseBody.
   void parse(int filterHeader);
 
+  // scan/answers.cc: cuts quoted mail off the end of a text. 1 when the text
+  // was shortened; `count` gets the number of answer lines.
+  int removeAnswers(TBLOCK& answered, int32_t& count);
+  // scan/dico_regex.cc: tries the lines of a section as patterns, in order:
+  // true with the score of the first that matches in `count` and the offset of
+  // the match; else false, with 0 and -1.
+  bool _dicoRegexAndOffset(TBLOCK block, int32_t& count, int32_t& offset,
+                           const char* section);
+  // scan/body_lines.cc: cuts `body` into bodyLines; takes the footers of virus
+  // scanners off; names of "Name: value" lines at its head into fieldTokens.
+  void buildBodyLines();
+  void removeAntiVirusFooter();
+  void parseBodyTokens();
+  // scan/body_parts.cc: what the parts besides the bodies tell.
+  void describeParts();
+  // scan/attachment_adn.cc: a fingerprint of the attachment's content, empty
+  // when it is of no kind that has one; returns the text.
+  const char* getAdnFromAttach(BLOCKPART* part, STR& out);
+  const char* getMP3AdnFromAttach(BLOCKPART* part, STR& out);
+
   TMSGCONTEXT msgContext;
   THTMLCONTEXT htmlContext;
   TTEXTCONTEXT textContext;
-  TCharset headerCharset, subjectCharset, bodyCharset, messageCharset;
+  // Charset of the body and, with all of them summed, of the message.
+  TCharset bodyCharset, messageCharset;
+  BLOCK textStore, htmlStore;  // what the parsers wrote
+  TBLOCK text;                 // plain text as left by QmTextParse
+  TBLOCK html;                 // plain text that QmHtmlParse extracted
+  TBLOCK body;                 // html when there is an HTML body, else text
+  int32_t bodyIsHtml;          // 1: an HTML part was handled
+  int32_t answerCount;         // lines of quoted answers
+  int32_t answersRemoved;      // 1: the HTML part was shortened by them
+  int32_t linkCount;
+  int32_t imageCount;
+  TBLOCKVECT bodyLines;  // of body, without blank lines at both ends
+  int32_t nonBlankLines;
+  STR firstLine, lastLine, lastButOneLine;  // of those that are not blank
+  STRVECT fieldTokens;
+  int32_t highChars;  // share of distinct high bytes in the body
+
+  // Of the parts, in order.
+  STRVECT attachAdns;         // fingerprints of file names
+  STRVECT attachContentAdns;  // of contents
+  int32_t attachmentCount;    // attachments that are no pictures
+  STR imageSizes;             // kind, width, "x", height of each picture
+  STR imageWeights;           // one character each for its size in kilobytes
+
   TBLOCKVECT bodyWords, subjectWords, aliasWords;
+  STR lineAdn;          // one letter for each line of the body
+  STR lineAdnDetail;    // the same, more finely cut
   TBLOCKVECT profiles;  // words that rules can test
-  STR hdrAdn, tabAdn;   // fingerprints of the header
+
+  // ==== Fingerprints: scan/fingerprints.cc. Empty until it has bodies: a
+  // result is the empty text.
+
+  // The fingerprint of a value as the rule field of that number (kField...)
+  // shows it.
+  void getAdnFromBlock(int field, TBLOCK value, STR& adn);
+  void buildHeaderAdn(STR& adn);
+  void getTabAdn(STR& adn);
+  void getDatesAdn(STR& adn);
+  void getAdnCounts();
+  void buildRecipAdn();
+  // Appends the letter of the message's character set to hdrAdn: "0" without
+  // one, "?" for one that the dictionary has no letter for.
+  void addCharsetToHdr();
+  // One letter for each MIME entity, root first.
+  void buildTypeAdn();
+  // Letters for what the message has: see the body.
+  void setTags();
+
+  STR hdrAdn, tabAdn;  // of the header
+  STR subjectAdn, threadIndexAdn, boundaryAdn, messageIdAdn, fromAdn;
+  STR typeAdn, tags, bodyAdn, htmlAdn, datesAdn;
 
   // ==== The order of a scan: scan/driver.cc
 
@@ -263,6 +406,7 @@ class TQMMSG : public OLISTGURU {
   void checkUserInText();  // does nothing, and stays so
 
   // checks/message_id.cc
+  int checkIdFromMTA();
   void checkMessageId();
   int checkThreadIndex();
 
@@ -349,10 +493,25 @@ class TQMMSG : public OLISTGURU {
   void _parseHeaderThree();
 
   int takeFieldValue(TBLOCK field, TBLOCK& value, int strip);
-  void readBareField(const char* name, TBLOCK& value);
+  int readBareField(const char* name, TBLOCK& value);
+  void readRootFields();
+  void readReceivedAndLists();
+  void clearDates();
+  void encodeRecipientDomain();
+
+  // Steps of parseBody, in order.
+  void prepareText();
+  void prepareHtml();
+  void prepareLinks();
+  void prepareImages();
+  void prepareCharsets();
+  void prepareIds();
+  void checkEmptyBody();
+  void prepareUnsub();
+
   void startLoad(const char* userText);
+  void clearBody();
   TBLOCK cutToHeader(TBLOCK text) const;
-  void takeHeader(TBLOCK text);
   void applyProxyMode();
   bool isSelfTest(const char* recipient) const;
   bool findEmbeddedMessage(TBLOCK& text);

@@ -1,0 +1,9 @@
+// Lines of the body.
+
+#include "scan/tqmmsg.h"
+
+void TQMMSG::buildBodyLines() {}
+
+void TQMMSG::removeAntiVirusFooter() {}
+
+void TQMMSG::parseBodyTokens() {}

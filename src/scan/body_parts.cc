@@ -1,0 +1,5 @@
+// What the parts of the tree tell.
+
+#include "scan/tqmmsg.h"
+
+void TQMMSG::describeParts() {}

@@ -95,4 +95,101 @@ TEST_F(HeaderFieldsTest, HeaderEndIsTheBodysOffset) {
   }
 }
 
+// Decoded values, and whose charset is kept: From has its own, and of the
+// others the last one that is there.
+TEST_F(HeaderFieldsTest, EncodedWords) {
+  load(
+      "From: =?koi8-r?q?a=3Db?= <f@a.example>\r\nTo: =?utf-8?b?eA==?=\r\n"
+      "Subject: =?utf-8?q?[SPAM]_=C3=A9t=C3=A9?=\r\n"
+      "X-Mailer: =?iso-8859-2?q?M?=\r\n\r\n");
+  EXPECT_EQ("a=b <f@a.example>", Text(m.from));
+  EXPECT_EQ("f@a.example", Text(m.fromBox.email));
+  EXPECT_EQ("x", Text(m.to));
+  EXPECT_EQ("\xE9t\xE9", Text(m.subject));
+  EXPECT_EQ("M", Text(m.mailer));
+  EXPECT_EQ("koi8-r", Text(m.fromCharset.name));
+  EXPECT_EQ("iso-8859-2", Text(m.headerCharset.name));
+  EXPECT_EQ("utf-8", Text(m.subjectCharset.name));
+  load("To: =?utf-8?q?x?=\r\nReturn-Path: <p@a.example>\r\n\r\n");
+  EXPECT_TRUE(m.headerCharset.name.empty());
+}
+
+TEST_F(HeaderFieldsTest, RelaysBoundaryMailer) {
+  load(
+      "Received: by a\r\nReceived: \" from b\"\r\nreceived:\r\n"
+      "Content-Type: multipart/mixed; x=\";Boundary=no\"; boundary = "
+      "\"b;c\"\r\n"
+      "X-Mailer: (Super) Mailer 2.0\r\n\r\n");
+  EXPECT_EQ(3, m.receivedFields.count());
+  EXPECT_EQ(" from b", Text(m.lastRelay));
+  EXPECT_EQ("b;c", Text(m.boundary));
+  EXPECT_EQ("Mailer 2.0", Text(m.mailerName));
+  for (const char* mailer : {"Mailer 2.0.1.12", "One five", "Single", ""}) {
+    load("X-Mailer: " + std::string(mailer) + "\r\n\r\n");
+    EXPECT_EQ("", Text(m.mailerName)) << mailer;
+  }
+}
+
+TEST_F(HeaderFieldsTest, Dates) {
+  load("Date: Mon, 3 Mar 2008 10:00:00 +0100\r\n\r\n");
+  EXPECT_EQ(1204534800, m.headerDate.utc);
+  EXPECT_EQ(1204534800, m.messageDate.utc);
+  EXPECT_EQ(1204534800, m.relayDate.utc);
+  load("Date: soon\r\n\r\n");
+  EXPECT_EQ(1, m.headerDate.error);
+  EXPECT_EQ(-1, m.headerDate.utc);
+  EXPECT_EQ(0, m.messageDate.utc);
+  load("Date:\r\n\r\n");
+  EXPECT_EQ(0, m.headerDate.error);
+  EXPECT_EQ(0, m.headerDate.utc);
+}
+
+// The host replaces headerEnd bytes by the edited copy: it must tell of
+// nothing else, or lines would be there twice.
+TEST_F(HeaderFieldsTest, EditableCopyCoversTheHeaderOnly) {
+  const struct {
+    const char* text;
+    const char* copy;
+  } rows[] = {
+      {"From: a\r\n b\r\nTo: c\r\n\r\nX: y\r\n", "From: a\r\n b\r\nTo: c\r\n"},
+      {"From: a\r\n--x\r\nTo: c\r\n\r\nX: y\r\n", "From: a\r\n"},
+      {"From: a\nTo: c", "From: a\r\nTo: c\r\n"},
+      {"\r\nFrom: a\r\n\r\n", ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    m.wantHeader = 1;
+    load(row.text);
+    ASSERT_NE(nullptr, m.header);
+    char out[64];
+    ASSERT_EQ(1, m.header->copyTo(out, sizeof out));
+    EXPECT_EQ(std::string(row.copy) + "\r\n", out);
+  }
+}
+
+TEST_F(HeaderFieldsTest, ChangeHeader) {
+  load("From: a@a.example\r\nSubject: old\r\n\r\nbody");
+  std::string text = "From: b@b.example\r\n--end\r\n";
+  const TBLOCK lines(&text[0], static_cast<uint32_t>(text.size()));
+  m.changeHeader(lines);
+  EXPECT_EQ("old", Text(m.subject)) << "nothing is parsed yet";
+  m.parseBody();
+  m.changeHeader(TBLOCK());
+  EXPECT_EQ("old", Text(m.subject));
+  m.changeHeader(lines);
+  EXPECT_EQ("b@b.example", Text(m.fromBox.email));
+  EXPECT_EQ("", Text(m.subject));
+  EXPECT_EQ(1, m.fieldsRead);
+  EXPECT_TRUE(m.message.flags & pfBadStructure);
+}
+
+TEST_F(HeaderFieldsTest, User) {
+  load("X-User: Some One <u@a.example>\r\n\r\n");
+  m.setUserFromHeaderXField("x-nobody");
+  EXPECT_STREQ("", m.user.c_str());
+  m.setUserFromHeaderXField("x-user");
+  STR address;
+  EXPECT_STREQ("u@a.example", m.getUserEmail(address));
+}
+
 }  // namespace

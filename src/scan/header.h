@@ -7,9 +7,9 @@
 // (it begins with space or TAB) is a line of its own and belongs to the entry
 // ahead of it; lines ahead of the first entry belong to none.
 //
-// The block comes uncut from the host. Every operation is linear in its size,
-// however many fields it holds and however many of them match. A line that
-// memory is too short for is left out.
+// The block is the header as the host gave it. Every operation is linear in its
+// size, however many fields it holds and however many of them match. A line
+// that memory is too short for is left out.
 //
 // Field names are given with or without the closing ":" and compared by ASCII
 // rules without regard to case. A null name or value makes an operation do

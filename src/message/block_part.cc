@@ -1,27 +1,105 @@
-// One MIME entity. Tested by block_part_test.cc.
+// The header of a MIME entity: it is split off and unfolded in place, and its
+// Content- fields are read. Where type and boundary contradict each other a
+// reading is chosen here, so that all that follows can go by contentClass
+// alone: ccMultipart means a boundary to split at.
+//
+// Entry points: parse, parseHeader, findHeaderValue. Tested by
+// block_part_test.cc.
 
 #include "message/block_part.h"
 
-BLOCKPART::BLOCKPART()
-    : root(nullptr),
-      fields(64),
-      nameBuffer(0, 128),
+#include "message/field_piece.h"
+
+namespace {
+
+// The rows of contentClass.
+const char* const ContentTypes[] = {"text",        "multipart", "image",
+                                    "application", "message",   "audio"};
+
+// Bytes that the fields of a header grow by; the usual step of a vector would
+// cost 128,000 for each part with many of them.
+const uint32_t kFieldsStep = 1024;
+const int32_t kInitialFields = 64;
+
+// Takes one enclosing pair of quotes off, and only one.
+TBLOCK WithoutQuotes(TBLOCK value) {
+  if (value.empty() || value.length < 2) return value;
+  const unsigned char quote = value[0];
+  if ((quote != '"' && quote != '\'') || value[value.length - 1] != quote)
+    return value;
+  return TBLOCK(value.pointer + 1, value.length - 2);
+}
+
+// What stands between "<" and the ">" behind it; all of it without such a
+// pair.
+TBLOCK InsideAngles(TBLOCK value) {
+  const int32_t open = value.findByte('<');
+  if (open < 0) return value;
+  const TBLOCK inside = value.from(static_cast<uint32_t>(open) + 1);
+  const int32_t close = inside.findByte('>');
+  return close < 0 ? value : inside.head(static_cast<uint32_t>(close));
+}
+
+// The name of a character set in `charset=NAME`: it ends at ";" or white space
+// outside double quotes, since a mailer writes "reply-type=original" behind
+// it, and loses its quotes only then.
+TBLOCK CharsetName(TBLOCK parameter) {
+  const int32_t equals = parameter.findByte('=');
+  TBLOCK value = parameter.from(static_cast<uint32_t>(equals + 1));
+  value.trim();
+  bool quoted = false;
+  uint32_t n = 0;
+  for (; !value.empty() && n < value.length; n++) {
+    if (value[n] == '"') quoted = !quoted;
+    if (quoted) continue;
+    if (value[n] == ';' || TBLOCK::Is(value[n], bitWhiteSpace)) break;
+  }
+  value.cut(n);
+  TBLOCK::BlockUnquote(value, 1);
+  return value;
+}
+
+}  // namespace
+
+BLOCKPART::BLOCKPART() : BLOCKPART(nullptr) {}
+
+BLOCKPART::BLOCKPART(BLOCKPART* parent)
+    : root(parent ? parent->root : nullptr),
+      fields(kInitialFields),
+      nameBuffer(128, 128),
       archiveText(64),
       archiveNames(0),
-      depth(0) {
+      depth(parent ? parent->depth + 1 : 0) {
+  fields.step = archiveNames.step = kFieldsStep;
   clear();
 }
 
 BLOCKPART::~BLOCKPART() {}
 
 void BLOCKPART::clear() {
+  attachKind = akNone;
   flags = 0;
-  raw.clear();
-  header.clear();
+  raw = header = content = decoded = TBLOCK();
   fields.clear();
-  content.clear();
   rawLength = 0;
-  type.clear();
+  contentTypeField = dispositionField = transferField = TBLOCK();
+  locationField = contentId = description = TBLOCK();
+  contentClass = ccNone;
+  name = fileName = boundary = type = subType = disposition = TBLOCK();
+  charset.clear();
+  unicode = 0;
+  nameBuffer.empty();
+  displayName = extension = TBLOCK();
+  multipartType = kNoMultipart;
+  width = height = 0;
+  imageKind = 0;
+  archiveText = "";
+  archiveNames.clear();
+}
+
+void BLOCKPART::parse(TBLOCK text) {
+  parseHeader(text);
+  parsePart();
 }
 
 TBLOCK BLOCKPART::trimPart(TBLOCK& block) {
@@ -30,10 +108,6 @@ TBLOCK BLOCKPART::trimPart(TBLOCK& block) {
   block.trim();
   if (block.begins("content-") || block.begins("received")) return block;
   return untrimmed;
-}
-
-TBLOCK BLOCKPART::decodeContent() {
-  return content;
 }
 
 void BLOCKPART::parseHeader(TBLOCK text) {
@@ -45,4 +119,92 @@ void BLOCKPART::parseHeader(TBLOCK text) {
   header = raw.head(static_cast<uint32_t>(offset));
   content = raw.from(static_cast<uint32_t>(offset));
   rawLength = content.length;
+  parseHeaderFields();
+}
+
+int32_t BLOCKPART::headerFieldIndex(const char* fieldName,
+                                    TBLOCK& value) const {
+  const TBLOCK wanted(fieldName);
+  for (int32_t i = fields.count() - 1; i >= 0; i--) {
+    const TBLOCK field = fields.get(i);
+    if (field.length <= wanted.length || field[wanted.length] != ':' ||
+        !field.begins(wanted))
+      continue;
+    value = field.from(wanted.length + 1);
+    value.trim();
+    value = WithoutQuotes(value);
+    return i;
+  }
+  value.clear();
+  return -1;
+}
+
+TBLOCK BLOCKPART::findHeaderValue(const char* fieldName) const {
+  TBLOCK value;
+  headerFieldIndex(fieldName, value);
+  return value;
+}
+
+void BLOCKPART::parseHeaderFields() {
+  contentTypeField = findHeaderValue("content-type");
+  dispositionField = findHeaderValue("content-disposition");
+  transferField = findHeaderValue("content-transfer-encoding");
+  locationField = findHeaderValue("content-location");
+  contentId = InsideAngles(findHeaderValue("content-id"));
+  if (!contentTypeField.empty()) parseTypeField(contentTypeField);
+  if (!dispositionField.empty()) parseDispositionField(dispositionField);
+}
+
+// The first row that is a prefix, so that "textual" is text.
+void BLOCKPART::parseContentType() {
+  for (contentClass = 0; contentClass < ccOther; contentClass++)
+    if (type.begins(ContentTypes[contentClass])) return;
+}
+
+void BLOCKPART::parseTypeField(TBLOCK value) {
+  type = NextFieldPiece(value);
+  parseContentType();
+  while (!value.empty()) parseTypeParameter(NextFieldPiece(value));
+
+  // Too deep: with nothing to split at this stays one leaf.
+  if (depth > kMaxMimeDepth) boundary.clear();
+  if (contentClass == ccOther && type.ends("/html")) contentClass = ccText;
+  const bool isMultipart = contentClass == ccMultipart;
+  if (isMultipart == !boundary.empty()) return;
+  flags |= pfBadStructure;
+  contentClass = isMultipart ? ccText : ccMultipart;
+}
+
+// Of a parameter that stands there twice the last one counts.
+void BLOCKPART::parseTypeParameter(TBLOCK piece) {
+  TBLOCK value = piece;
+  if (contentClass == ccOther && TBLOCK::BlockToken(value, "type", '=')) {
+    type = value;
+    parseContentType();
+  } else if (TBLOCK::BlockToken(value, "boundary", '=')) {
+    boundary = value;
+  } else if (TBLOCK::BlockToken(value, "report-type", '=')) {
+    if (root) root->reportType = value;
+  } else if (TBLOCK::BlockToken(value, "charset", '=')) {
+    charset.setName(CharsetName(piece));
+  } else if (TBLOCK::BlockToken(value, "name", '=')) {
+    name = value;
+  }
+}
+
+void BLOCKPART::parseDispositionField(TBLOCK value) {
+  disposition = NextFieldPiece(value);
+  if (disposition.equals("attachment")) flags |= pfAttachment;
+  if (disposition.equals("inline")) flags |= pfInline;
+  bool quotedSeen = false;
+  while (!value.empty()) {
+    TBLOCK piece = NextFieldPiece(value);
+    int quoted;
+    if (TBLOCK::BlockToken(piece, "filename", '=', quoted)) {
+      fileName = piece;
+      if (quoted) quotedSeen = true;
+    }
+    // Also when the name comes later: a mark of its order, not of its absence.
+    if (!quotedSeen) flags |= pfUnquotedFileName;
+  }
 }

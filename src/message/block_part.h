@@ -9,8 +9,9 @@
 // The tree is flat: the leaves of all multiparts stand in `parts` of the root,
 // in order, and a multipart is deleted once its pieces are taken.
 //
-// Bodies: block_part.cc (one entity), block_msg.cc (the message),
-// archive.cc (listings of ZIP and RAR attachments).
+// Bodies: block_part.cc (header of an entity), block_content.cc (its body and
+// pieces), block_msg.cc (the message), archive.cc (listings of ZIP and RAR
+// attachments).
 
 #ifndef MESSAGE_BLOCK_PART_H_
 #define MESSAGE_BLOCK_PART_H_
@@ -64,10 +65,17 @@ enum : int32_t {
   ccOther = 6
 };
 
+// BLOCKPART::multipartType; from 0 on the row in
+// "mixed,related,alternative,report,appledouble".
+enum : int32_t { kNoMultipart = -2, kUnknownMultipart = -1 };
+
 // A multipart nested deeper than this is taken as a leaf. The root is 0.
 const int32_t kMaxMimeDepth = 64;
 // Leaves of one message; the last one takes what is left of its multipart.
 const int32_t kMaxParts = 16384;
+// Coded bytes that are kept of an "application/" part when it is decoded: its
+// checks look at the start only.
+const uint32_t kMaxDecodedApplication = 1024;
 
 class BLOCKPART {
  public:
@@ -99,8 +107,7 @@ class BLOCKPART {
   BLOCK nameBuffer;       // owns the bytes of displayName
   TBLOCK displayName;     // decoded file name
   TBLOCK extension;       // what follows its last ".", trimmed
-  int32_t multipartType;  // -2 no multipart, -1 unknown, else the row in
-                          // "mixed,related,alternative,report,appledouble"
+  int32_t multipartType;  // kNoMultipart, kUnknownMultipart or a row
   uint32_t width;         // pixels; 0 when not known
   uint32_t height;
   char imageKind;           // 'G' GIF, 'J' JPEG, 'P' PNG, 0 none
@@ -149,6 +156,8 @@ class BLOCKPART {
   static TBLOCK trimPart(TBLOCK& block);
 
  protected:
+  // Takes the pieces of a multipart; of a leaf finds out what it is and what
+  // it is called, and compacts base64.
   void parsePart();
   // Works out everything that the header's fields say of the body.
   void parseHeaderFields();
@@ -156,11 +165,19 @@ class BLOCKPART {
  private:
   void parseContentType();
   void parseTypeField(TBLOCK value);
+  void parseTypeParameter(TBLOCK piece);
   void parseDispositionField(TBLOCK value);
   void parseMultiPartType();
+  // Returns the number of pieces that were taken.
   int32_t parseMultiPart();
+  int32_t takePiece(TBLOCK piece, int result);
+  void decodeName();
   void checkBase64();
+  bool findImage();
   void findAttachKind();
+  // Whether the first line that is not empty begins a uuencoded file; if so,
+  // `name` becomes the file's name, which may be empty. 1 or 0.
+  static int _checkUUencoded(TBLOCK text, TBLOCK& name);
   void _decodeStuffAndUU();
 
   int32_t depth;  // 0 for the root
@@ -190,7 +207,7 @@ class BLOCKMSG : public BLOCKPART, public OLISTGURU {
   // Reads the root's header; does nothing once parsePart has run, until
   // `clear`. NUL bytes at the end of the text are dropped.
   void parseHeader(TBLOCK text);
-  // Builds the tree, chooses the bodies and decodes them.
+  // Builds the tree, chooses the bodies and decodes them; once, until `clear`.
   void parsePart();
   // Reads the file into fileBuffer and parses it. 1, or 0 when it cannot be
   // read.
@@ -210,6 +227,10 @@ class BLOCKMSG : public BLOCKPART, public OLISTGURU {
   // but for the message itself, and no choice points to it any more; of
   // `attachments` it is kept. OLISTGURU's contract.
   int yes2Remove(OLIST* list, const void* item, int index) override;
+
+ private:
+  void findEmbedded();
+  void findHtmlInText();
 };
 
 #endif  // MESSAGE_BLOCK_PART_H_

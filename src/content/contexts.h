@@ -20,7 +20,9 @@ class THTMLCONTEXT {
 
 class TTEXTCONTEXT {
  public:
-  void clear() {}
+  bool isHtml = false;  // the text opens an HTML document
+
+  void clear() { isHtml = false; }
 };
 
 #endif  // CONTENT_CONTEXTS_H_

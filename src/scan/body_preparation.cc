@@ -1,10 +1,78 @@
-// Body preparation: from the body of the message to text, links and words.
-// Entry: TQMMSG::parse, and parseWords for the checks that need words. Tested
-// by driver_test.cc.
+// Body preparation: from the raw body to what the checks read. Entry:
+// TQMMSG::parse, and parseWords for the checks that need words. The order of
+// the steps is part of their meaning: each works on what the ones before it
+// left of the text. Tested by body_preparation_test.cc, body_lines_test.cc and
+// answers_seam_test.cc.
 //
-// The tree below the root is not built yet, and no text comes out of it.
+// Where something is not built yet a comment stands in its place.
 
+#include <string.h>
+
+#include "content/html_parse.h"
+#include "content/text_parse.h"
 #include "scan/tqmmsg.h"
+
+namespace {
+
+// Room behind a text that a parser rewrites, for what it may add.
+const uint32_t kParseReserve = 128;
+// Rule field whose fingerprint the body has: "AdnText".
+const int kFieldText = 0x2E;
+// Words of a body: of more than these the first and the last are kept, so that
+// nobody can hide words behind a long text.
+const int32_t kMaxBodyWords = 1023;
+const int32_t kFirstBodyWords = 512;
+
+// White space off, and odd characters by plain ones. WRITES.
+void Fold(TBLOCK& source) {
+  source.trim();
+  source.convert(TBLOCK::AlphaConvTable);
+}
+
+// A copy of the text with spare room for a parser; empty when memory is short.
+TBLOCK CopyToParse(TBLOCK source, BLOCK& store) {
+  store.reset();
+  const uint32_t n = source.empty() ? 0 : source.length;
+  if (!store.addSpace(n + kParseReserve) || !store.add(source.pointer, n))
+    return TBLOCK();
+  memset(store.data + n, 0, kParseReserve);
+  return TBLOCK(store.data, n + kParseReserve);
+}
+
+// The first, last and last but one line that are not blank. There are no
+// blank lines at both ends.
+void TakeOuterLines(const TBLOCKVECT& lines, STR& first, STR& last,
+                    STR& lastButOne) {
+  const int32_t count = lines.count();
+  first = lines.get(0);
+  last = lines.get(count - 1);
+  lastButOne = "";
+  for (int32_t i = count - 2; i >= 0; i--) {
+    TBLOCK shown = lines.get(i);
+    shown.trim();
+    if (shown.empty()) continue;
+    lastButOne = lines.get(i);
+    return;
+  }
+}
+
+// Whether a letter of lineAdn stands for a kind that is divided further.
+bool IsDividedLine(char letter) {
+  return (letter >= '1' && letter <= '9') || (letter >= 'A' && letter <= 'D');
+}
+
+// Keeps the ends of a list that is too long.
+void DropMiddleWords(TBLOCKVECT& words) {
+  const int32_t count = words.count();
+  if (count <= kMaxBodyWords) return;
+  const int32_t moved = count - kMaxBodyWords;
+  for (int32_t i = kFirstBodyWords; i < kMaxBodyWords; i++)
+    words.set(words.get(i + moved), i);
+  words.setMaxCount(kMaxBodyWords);
+  words.setMaxCount(0);
+}
+
+}  // namespace
 
 void TQMMSG::parse(int filterHeader) {
   parseHeader();
@@ -20,6 +88,127 @@ void TQMMSG::parseBody() {
   parseHeader();
   bodyParsed = 1;
   message.parsePart();
+  message.decodeContent();
+  message.decoded.trim();
+  body.clear();
+  bodyIsHtml = 0;
+  prepareText();
+  prepareHtml();
+  prepareLinks();
+  prepareImages();
+  buildBodyLines();
+  removeAntiVirusFooter();
+  // What virus scanners wrote into the HTML is cut out of its fingerprint
+  // here, and the body's fingerprint of characters is taken.
+  TakeOuterLines(bodyLines, firstLine, lastLine, lastButOneLine);
+  parseBodyTokens();
+  prepareCharsets();
+  buildTypeAdn();
+  describeParts();
+  prepareIds();
+  checkEmptyBody();
+  prepareUnsub();
+  getAdnFromBlock(kFieldText, body, bodyAdn);
+  setTags();
+  // Phone numbers of the body are collected here.
+  getAdnCounts();
+  // The fingerprint of the HTML and the names of its fonts are taken here.
+  getDatesAdn(datesAdn);
 }
 
-void TQMMSG::parseWords() {}
+void TQMMSG::prepareText() {
+  TBLOCK source = message.getTextBlock();
+  if (source.empty()) return;
+  Fold(source);
+  int32_t answers = 0;
+  removeAnswers(source, answers);
+  answerCount = ClampScore(int64_t{answerCount} + answers);
+  const TBLOCK copy = CopyToParse(source, textStore);
+  text = copy.head(QmTextParse(source, copy, textContext, pool, &dico));
+  text.trim();
+  body = text;
+  if (!message.htmlPart && textContext.isHtml) {
+    message.htmlPart = message.textPart;
+    message.textPart = nullptr;
+  }
+}
+
+// An HTML body is the body even when it shows no text at all. When nothing is
+// left ahead of the answers, they are all that there is to read.
+void TQMMSG::prepareHtml() {
+  TBLOCK source = message.getHtmlBlock();
+  if (source.empty()) return;
+  bodyIsHtml = 1;
+  Fold(source);
+  TBLOCK own = source;
+  int32_t answers = 0;
+  answersRemoved = removeAnswers(own, answers);
+  answerCount = ClampScore(int64_t{answerCount} + answers);
+  TBLOCK copy = CopyToParse(own, htmlStore);
+  uint32_t shown = QmHtmlParse(own, copy, htmlContext, pool, &dico);
+  if (shown == 0 && answersRemoved) {
+    copy = CopyToParse(source, htmlStore);
+    shown = QmHtmlParse(source, copy, htmlContext, pool, &dico);
+  }
+  html = copy.head(shown);
+  body = html;
+}
+
+// Links of the HTML, else of the text, are chosen here, those of virus
+// scanners' home pages dropped; their domains, numbers and fingerprints follow.
+void TQMMSG::prepareLinks() {}
+
+// Pictures of the HTML are counted here, with fingerprints of where they are.
+void TQMMSG::prepareImages() {}
+
+// Decoding has counted the letters of an encoded body before; that they count
+// again here, with those of a body in plain bytes, is deliberate.
+void TQMMSG::prepareCharsets() {
+  if (bodyIsHtml) {
+    messageCharset = message.charset;
+    if (message.htmlPart)
+      messageCharset.addZoneCounts(message.htmlPart->charset);
+    // The counts of the charset that the HTML names itself join here.
+  } else if (message.textPart) {
+    messageCharset = message.textPart->charset;
+  }
+  // highChars, the share of distinct high bytes, is taken here.
+  messageCharset.zoneUpdate(body);
+  subjectCharset.zoneUpdate(subject);
+  addCharsetToHdr();
+}
+
+// Fingerprints of the hidden identifiers are taken here.
+void TQMMSG::prepareIds() {}
+
+// A message of attachments alone is not empty.
+void TQMMSG::checkEmptyBody() {
+  if (headerOnly || !message.getTextBlock().empty() ||
+      !message.getHtmlBlock().empty())
+    return;
+  msgContext.emptyBody = 1;
+  OITER walk(&message.parts);
+  while (const void* part = walk.next())
+    if (part != message.htmlPart && part != message.textPart)
+      msgContext.emptyBody = 0;
+}
+
+// Texts that offer to unsubscribe are collected here.
+void TQMMSG::prepareUnsub() {}
+
+void TQMMSG::parseWords() {
+  // The words of the subject, of the sender's display name and of the body's
+  // lines are taken here; with the latter lineAdn gets a letter for each line.
+  lineAdnDetail = lineAdn;
+  for (int32_t i = 0; i < lineAdnDetail.len(); i++) {
+    if (!IsDividedLine(lineAdnDetail.text[i])) continue;
+    TBLOCK line = bodyLines.get(i);
+    line.trim();
+    TBLOCK name;
+    lineAdnDetail.text[i] =
+        dico.matchFirstNamedRegex("AdnLines", line, name) && !name.empty()
+            ? static_cast<char>(name[0])
+            : '#';
+  }
+  DropMiddleWords(bodyWords);
+}

@@ -12,7 +12,7 @@
 //
 // Bodies: charset.cc (names, single code points, zones), charset_decode.cc
 // (blocks of text, transfer decoding, encoded words). Tables:
-// src/data/charset_tables.cc, generated from the lists beside it.
+// data/charset_tables.h.
 
 #ifndef MESSAGE_CHARSET_H_
 #define MESSAGE_CHARSET_H_
@@ -78,8 +78,9 @@ class TCharset {
   // script. Folded Greek and Cyrillic letters count in their zone.
   unsigned char ucToCp1252(uint32_t codePoint);
   // Converts `src` into dest.pointer and sets dest.length, which is never more
-  // than src.length; dest may be src. False when nothing had to be done, with
-  // dest untouched: the text is then right as it stands.
+  // than src.length; dest may be src. False, with dest untouched, when the
+  // text stays as it is for want of a name that is known; a text without any
+  // name is converted all the same when it has ISO-2022 escapes.
   // REQUIRES: room for src.length bytes at dest.pointer. WRITES.
   bool blockToCp1252(TBLOCK src, TBLOCK& dest);
   // Counts each byte in its zone and overwrites marks. WRITES.

@@ -85,7 +85,8 @@ void TCharset::blockUtfToCp1252(TBLOCK src, TBLOCK& dest) {
 }
 
 void TCharset::blockUtf8ToCp1252(TBLOCK src, TBLOCK& dest) {
-  // Text of code page 1252 under a wrong label comes through unharmed.
+  // Nothing to do, as in most texts. What is code page 1252 under a wrong
+  // label comes through unharmed too.
   if (!BlockContainsUtf8(src)) {
     CopyText(src, dest);
     return;

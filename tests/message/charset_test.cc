@@ -35,15 +35,11 @@ TEST(Charset, NamesAreFoundWhole) {
               0u);
   }
   EXPECT_EQ(rows, 36u);
-  EXPECT_EQ(GetCharsetInfo(TBLOCK("iso-8859-15")), 2u << 16 | 15);
-  EXPECT_EQ(GetCharsetInfo(TBLOCK("KOI8-R")), 4u << 16 | 1);
-  EXPECT_EQ(GetCharsetInfo(TBLOCK("")), 0u);
+  EXPECT_EQ(GetCharsetInfo(TBLOCK()), 0u);
   TCharset charset;
   charset.setName(TBLOCK("euc-kr"));
   charset.setName(TBLOCK());
   EXPECT_EQ(DumpZones(charset), "euc-kr 6/3");
-  charset.setName(TBLOCK("gbk"));
-  EXPECT_EQ(DumpZones(charset), "gbk 0/0");
 }
 
 TEST(Charset, EveryRowOfTheMapIsFoundAndNothingElse) {
@@ -60,13 +56,6 @@ TEST(Charset, EveryRowOfTheMapIsFoundAndNothingElse) {
     ASSERT_EQ(code < 0x100 && want != code, quote) << code;
   }
   EXPECT_EQ(row, kUnicodeMapRows);
-  // Bytes of the page come back, but for the quotation marks.
-  for (uint32_t byte = 0x80; byte < 0x100; byte++) {
-    const uint32_t code = WcpToUc(static_cast<unsigned char>(byte), 0);
-    const uint32_t want =
-        code == kUndefinedCode ? +UNKNOWNCHAR : UnicodeMap1252[byte][1];
-    EXPECT_EQ(UcToCp1252(code), want) << byte;
-  }
 }
 
 TEST(Charset, TextBecomesOneByteACharacter) {
@@ -89,15 +78,19 @@ TEST(Charset, TextBecomesOneByteACharacter) {
        "\\xC3\\xC3le\\x8F\\xC5", "3/0 letter=5 other=1 marks=1"},
       {"utf-8", "\xE2\x80\x9C\xC2\xAB\xC2\x93\xE2\x82\xAC\xEF\xBF\xBF",
        "\"\"\"\\x80\\x7F", "3/0 control=1 sign=4"},
+      // The ends of blocks.
+      {"utf-8", "\xC7\xBF\xC8\x80\xCF\xBF\xD0\x80\xD4\xAF\xD4\xB0",
+       "\\xF8A\\x8DE\\x81\\x8F",
+       "3/0 letter=3 cyrillic=2 greek=2 other=1 marks=3"},
       // Broken sequences pass, and so does what has no sequence at all.
       {"utf-8", "caf\xE9 \x93\xFE\xFF", "caf\\xE9 \\x93\\xFE\\xFF",
        "3/0 letter=6 sign=2"},
-      {"utf-8", "\xC3\xA9\x93\xE9\xC3", "\\xE9\\x93\\xE9\\xC3",
-       "3/0 letter=3 sign=1"},
+      {"utf-8", "\xC3\xA9\x93\xC9\xE9\xC3", "\\xE9\\x93\\xC9\\xE9\\xC3",
+       "3/0 letter=4 sign=1"},
       {"utf-8", "\xFD\xBF\xBF\xBF\xBF\xBF\xFC\x80\x80\x80\x81\xA9", "\\x8Fi",
        "3/0 letter=1 other=1 marks=1"},
-      {"utf-7", "1+-2+AOk-3+AOkEKg\r+", "1+2\\xE93\\xE9\\x81\\x0D+",
-       "3/1 control=1 letter=2 sign=2 digit=3 cyrillic=1 marks=1"},
+      {"utf-7", "1+-2+AOk-3+AOkEKgDp\r+", "1+2\\xE93\\xE9\\x81\\xE9\\x0D+",
+       "3/1 control=1 letter=3 sign=2 digit=3 cyrillic=1 marks=1"},
       {"utf-7", "+A O\xCFk-+", "\\xE9+", "3/1 letter=1 sign=1"},
       {"windows-1252", "\x93\x81\x9D", "\\x93\\x81\\x9D",
        "1/0 sign=1 cyrillic=1 arabic=1 marks=2"},
@@ -117,7 +110,8 @@ TEST(Charset, TextBecomesOneByteACharacter) {
        "5/0 control=1 letter=4 sign=1 asian=2 marks=2"},
       {"iso-2022-jp", "\x1B(B\x1B$A1\n2\x1B", "\\x90\\x90",
        "5/0 asian=2 marks=2"},
-      {"", "\x1B\x1B$B12", "\\x1B\\x90", "0/0 control=1 asian=1 marks=1"},
+      {"", "\x1B\x1B$(C12", "\\x1B\\x90", "0/0 control=1 asian=1 marks=1"},
+      {"", "a\x1B(Jb", "ab", "0/0 letter=2"},
       {"", "\x1B$\xE9", "=\\x1B$\\xE9", "0/0 control=1 letter=1 sign=1"},
       {"gbk", "\x1B$B12", "=\\x1B$B12",
        "0/0 control=1 letter=1 sign=1 digit=2"},
@@ -162,18 +156,17 @@ TEST(Charset, AZoneCountsFromALimitOn) {
     charset.addZoneCounts(one);
     EXPECT_TRUE(charset.checkZone(row.zone)) << row.zone;
   }
+  // Letters against all that is foreign, Greek aside; sums do not wrap.
   TCharset charset;
-  for (TCHARZONE zone : {czCyrillic, czAsian, czArabic})
-    charset.zoneCounts[zone] = 0x60000000;
+  charset.zoneCounts[czCyrillic] = charset.zoneCounts[czAsian] = 0x60000000;
   charset.zoneCounts[czLetter] = 0xFFFFFFFF;
   EXPECT_FALSE(charset.checkZone(czLetter));
-  charset.clear();
-  charset.zoneCounts[czAsian] = 2;
-  charset.zoneCounts[czGreek] = 9;
-  charset.zoneCounts[czLetter] = 4;
-  EXPECT_FALSE(charset.checkZone(czLetter));
-  charset.zoneCounts[czLetter]++;
-  EXPECT_TRUE(charset.checkZone(czLetter));
+  for (uint32_t letters : {6, 7}) {
+    for (TCHARZONE zone : {czCyrillic, czAsian, czArabic, czGreek})
+      charset.zoneCounts[zone] = 1;
+    charset.zoneCounts[czLetter] = letters;
+    EXPECT_EQ(charset.checkZone(czLetter), letters == 7);
+  }
 }
 
 TEST(Charset, Utf8HoldsThirtyOneBits) {

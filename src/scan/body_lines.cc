@@ -1,7 +1,7 @@
 // Lines of the body: cutting it, taking the footers off that virus scanners
 // append, and the names of what looks like a form or a header at its start.
 // Entries: TQMMSG::buildBodyLines, removeAntiVirusFooter, parseBodyTokens.
-// Tested by body_lines_test.cc.
+// Tested by body_preparation_test.cc.
 
 #include "scan/tqmmsg.h"
 

@@ -1,7 +1,7 @@
 // Body preparation: from the raw body to what the checks read. Entry:
 // TQMMSG::parse, and parseWords for the checks that need words. The order of
 // the steps is part of their meaning: each works on what the ones before it
-// left of the text. Tested by body_preparation_test.cc, body_lines_test.cc and
+// left of the text. Tested by body_preparation_test.cc and
 // answers_seam_test.cc.
 //
 // Where something is not built yet a comment stands in its place.

@@ -1,0 +1,93 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "base/heap_text.h"
+#include "scan/tqmmsg.h"
+
+namespace {
+
+TEST(BodyPreparationTest, Lines) {
+  const std::string seven = "1\n2\n3\n4\n5\n6\nvirus";
+  const struct {
+    std::string body, lines, tokens;
+    int nonBlank;
+    uint32_t left;
+  } rows[] = {
+      {" \n\t\r\n", "", "", 0, 5},
+      {"\r\n a\r\n\r\nb\n \n\t ", " a||b|", "", 2, 12},
+      {"a\n-- \nsignature", "a|-- |signature|", "", 3, 15},
+      {"virus\n--\nx", "virus|--|x|", "", 3, 10},
+      {"a\r\n \r\n--\r\nno VIRUSES here\r\n", "a|", "", 1, 1},
+      {"-- virus", "-- virus|", "", 1, 8},
+      {"NO virus Found\nx", "", "", 0, 0},
+      {"a\n--\n" + seven, "a|", "", 1, 1},
+      {"a\n--\n0\n" + seven, "a|--|0|1|2|3|4|5|6|virus|", "", 10, 24},
+      {"a\n--\nvirus\n\n__\nvirus\n\n--virus", "a|", "", 1, 1},
+      {"a\n--x\nb\n--\nvirus", "a|--x|b|", "", 3, 7},
+      {"A: 1\nB: 2", "A: 1|B: 2|", "", 2, 9},
+      {"A:1\nB:2\nx\nC:1\nx\n N\xE9 - 1 :v:\nD:3\nE:3",
+       "A:1|B:2|x|C:1|x| N\xE9 - 1 :v:|D:3|E:3|", "a|b|ne1|d|e|", 8, 35},
+  };
+  TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.body);
+    const HeapText body(row.body);
+    m.body = body.view();
+    m.buildBodyLines();
+    m.removeAntiVirusFooter();
+    m.parseBodyTokens();
+    TBLOCKVECT tokens(0);
+    for (int32_t i = 0; i < m.fieldTokens.count(); i++)
+      tokens.add(m.fieldTokens.at(i)->view(), 1, 0);
+    EXPECT_EQ(row.lines + row.tokens, Join(m.bodyLines) + Join(tokens));
+    EXPECT_EQ(row.nonBlank, m.nonBlankLines);
+    EXPECT_EQ(row.left, m.body.length);
+  }
+}
+
+TEST(BodyPreparationTest, Pictures) {
+  const HeapText room(std::string(84649, 'A'));
+  TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
+  for (uint32_t length : {1364u, 1365u, 84648u, 84649u}) {
+    BLOCKPART* part = new BLOCKPART;
+    m.message.parts.insert(part, 1);
+    part->imageKind = 'P';
+    part->content = room.view().head(length);
+    part->width = length;
+    part->height = length / 10 % 10;
+  }
+  m.describeParts();
+  EXPECT_STREQ("P1364x006P1365x006P84648x004P84649x004", m.imageSizes.c_str());
+  EXPECT_STREQ("01z%", m.imageWeights.c_str());
+}
+
+TEST(BodyPreparationTest, WholeMessages) {
+  const std::string html = "Content-Type: text/html; charset=utf-8\n\n12";
+  const struct {
+    std::string mail;
+    int headerOnly;
+    std::string dump;  // empty, digits; charset, last and last but one line
+  } rows[] = {
+      {"A: b\n\n1\n\n 2 \n3\n", 0, "0 3 03| 2 "},
+      {"A: b\n\n", 0, "1 0 0|"},
+      {"A: b\n\n1", 1, "0 0 0|"},
+      {"Content-Type: image/x\n\n", 0, "0 0 0|"},
+      // What decoding counted stays in.
+      {html, 0, "0 4 ?|"},
+      {"Content-Type: multipart/x; boundary=b\n\n--b\n" + html, 0, "0 2 0|"},
+  };
+  for (const auto& row : rows) {
+    TQMMSG m(nullptr, nullptr, nullptr, row.headerOnly, 0);
+    m.loadFromBlock(HeapText(row.mail).view(), "", 1);
+    m.parseBody();
+    const uint32_t digits = m.messageCharset.zoneCounts[czDigit];
+    EXPECT_EQ(row.dump, std::to_string(m.msgContext.emptyBody) + " " +
+                            std::to_string(digits) + " " +
+                            Str(m.hdrAdn.view()) + Str(m.lastLine.view()) +
+                            "|" + Str(m.lastButOneLine.view()))
+        << row.mail;
+  }
+}
+
+}  // namespace

@@ -23,6 +23,15 @@ bool IsBlank(TBLOCK line) {
   return line.empty();
 }
 
+// Makes room for the lines of a text at once: growing step by step would touch
+// fresh memory several times over.
+void ReserveLines(TBLOCK text, TBLOCKVECT& lines) {
+  uint32_t bytes = sizeof(TBLOCK);
+  for (uint32_t i = 0; i < text.length; i++)
+    if (text[i] == '\n') bytes += sizeof(TBLOCK);
+  if (bytes > lines.capacity) lines.addSpace(bytes - lines.capacity);
+}
+
 // Deletes the lines from that index on, and then blank ones at the end.
 void DropLines(TBLOCKVECT& lines, int32_t from, int32_t& nonBlank) {
   for (int32_t last = lines.count() - 1; last >= 0; last--) {
@@ -79,6 +88,7 @@ void TQMMSG::buildBodyLines() {
   while (!body.empty() &&
          (body[body.length - 1] == ' ' || body[body.length - 1] == '\t'))
     body.length--;
+  ReserveLines(body, bodyLines);
   TBLOCK rest = body;
   while (!rest.empty()) {
     const TBLOCK line = TBLOCK::BlockNextLine(rest);

@@ -44,7 +44,7 @@ TEST(AnswersTest, Cuts) {
       {"----\r\n|-----Answers5", 1},
       {"a|----Answers5\n----Answers6", 3},
       {"a----Answers6\n----Answers1", -1},
-      {"---- ----Answers5", 0},
+      {"---- ----Answers5\n", 0},
       // A ruler is seven runs, two bytes apart.
       {"----Answers5" + Times(6, "\r\n----"), 1},
       {Times(6, "----\r\n") + "x|Comment----Answers5", 1},

@@ -55,10 +55,10 @@ TEST(BodyPreparationTest, Pictures) {
     part->imageKind = 'P';
     part->content = room.view().head(length);
     part->width = length;
-    part->height = length / 10 % 10;
+    part->height = length % 6 * 6;
   }
   m.describeParts();
-  EXPECT_STREQ("P1364x006P1365x006P84648x004P84649x004", m.imageSizes.c_str());
+  EXPECT_STREQ("P1364x012P1365x018P84648x000P84649x006", m.imageSizes.c_str());
   EXPECT_STREQ("01z%", m.imageWeights.c_str());
 }
 
@@ -88,6 +88,17 @@ TEST(BodyPreparationTest, WholeMessages) {
                             "|" + Str(m.lastButOneLine.view()))
         << row.mail;
   }
+}
+
+TEST(BodyPreparationTest, WordsKeepBothEnds) {
+  const HeapText letters(std::string(3000, 'a'));
+  TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
+  for (uint32_t i = 0; i < 3000; i++)
+    m.bodyWords.add(letters.view().from(i), 0, 0);
+  m.parseWords();
+  EXPECT_EQ(1023, m.bodyWords.count());
+  EXPECT_EQ(2489u, m.bodyWords.get(511).length);
+  EXPECT_EQ(511u, m.bodyWords.get(512).length);
 }
 
 }  // namespace

@@ -16,10 +16,10 @@ namespace {
 const char* const ContentTypes[] = {"text",        "multipart", "image",
                                     "application", "message",   "audio"};
 
-// Bytes that the fields of a header grow by; the usual step of a vector would
-// cost 128,000 for each part with many of them.
-const uint32_t kFieldsStep = 1024;
-const int32_t kInitialFields = 64;
+// Bytes that a part's vectors grow by; the usual step of a vector would cost
+// 128,000 for each part. Nothing is reserved ahead, since a message may have
+// thousands of parts and most of them neither fields nor names.
+const uint32_t kPartStep = 64 * sizeof(TBLOCK);
 
 // Takes one enclosing pair of quotes off, and only one.
 TBLOCK WithoutQuotes(TBLOCK value) {
@@ -65,12 +65,11 @@ BLOCKPART::BLOCKPART() : BLOCKPART(nullptr) {}
 
 BLOCKPART::BLOCKPART(BLOCKPART* parent)
     : root(parent ? parent->root : nullptr),
-      fields(kInitialFields),
-      nameBuffer(128, 128),
-      archiveText(64),
+      fields(0),
+      nameBuffer(0, 128),
       archiveNames(0),
       depth(parent ? parent->depth + 1 : 0) {
-  fields.step = archiveNames.step = kFieldsStep;
+  fields.step = archiveNames.step = kPartStep;
   clear();
 }
 

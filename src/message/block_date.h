@@ -22,7 +22,7 @@ struct BLOCKDATE {
   int32_t zone;         // hhmm with sign, as written: -500. A zone that was
                         // given by name is in whole hours: -5, on purpose
   int32_t zoneSeconds;  // from `zone` as if it were hhmm, also for a name:
-                        // "EST" gives -300
+                        // "EST" gives -300; 0 when the text gave no day
   int32_t weekDay;      // 1 Sunday to 7 Saturday; 0 when not named
   int32_t error;        // 1: something in the text could not be read
 
@@ -40,6 +40,8 @@ struct BLOCKDATE {
 // number is out of range.
 bool DecodeDateBlock(const char* format, TBLOCK text, int32_t& time);
 
+// Those of the functions below that do not name null REQUIRE that pointers are
+// not.
 struct FILETIME {
   uint32_t low;
   uint32_t high;
@@ -60,8 +62,7 @@ int FileTimeToDays(const FILETIME* time, int32_t& days, int32_t from,
 // Milliseconds since the last full hour.
 uint32_t ModHoursAsMilliSeconds(const FILETIME* time);
 bool IdenticalToTheMillisecond(const FILETIME* a, const FILETIME* b);
-// Writes year and month in UTC as six digits and a NUL; needs 7 bytes, plus
-// what a year of more than four digits takes: 12 are always enough.
+// Writes year and month in UTC as six digits and a NUL: 7 bytes.
 void tt2YYYYMM(const int32_t* time, char* out);
 
 #endif  // MESSAGE_BLOCK_DATE_H_

@@ -1,0 +1,69 @@
+#include "message/block_dsn.h"
+
+#include <gtest/gtest.h>
+
+#include "base/heap_text.h"
+
+namespace {
+
+// "state action status recipient".
+std::string Judge(const std::string& text) {
+  const HeapText copy(text);
+  BLOCKDSN dsn;
+  dsn.setContent(copy.view());
+  return std::to_string(dsn.state) + " " + std::to_string(dsn.action) + " " +
+         std::to_string(dsn.status) + " " + Str(dsn.recipient);
+}
+
+TEST(BlockDsnTest, Steps) {
+  const struct {
+    const char* text;
+    const char* result;
+  } rows[] = {
+      {"", "0 0 0 "},
+      {"Action: Failed\naction :\trelayed \r\n", "0 4 0 "},
+      {"Action: failed (bounced)\nX-Action: failed", "0 0 0 "},
+      {"Final-Recipient: RFC822;<a@b>\nAction: delayed", "0 3 0 <a@b>"},
+      {"Final-Recipient: x400; rfc822;", "0 0 0 x400; rfc822;"},
+      {"Final-Recipient: rfc822;", "0 0 0 "},
+      {"Status: 4.4.7", "0 0 447 "},
+      {"Status: 5.1.1 (no such user)", "0 0 511 "},
+      // Groups in their order, whatever the order in the text.
+      {"Status: 5.0.0\nDiagnostic-Code: x User Unknown", "1 0 500 "},
+      {"Status: 5.0.0\nDiagnostic-Code: virus Mailbox full", "2 0 500 "},
+      {"Status: 5.0.0\nDiagnostic-Code: a VIRUS", "3 0 500 "},
+      {"Status: 5.0.0\nDiagnostic-Code: mailbox", "0 0 500 "},
+      {"Status: 5.1.1\nDiagnostic-Code: virus", "0 0 511 "},
+      {"Status: 0.0.0\nDiagnostic-Code: virUS over quota", "3 0 0 "},
+      {"Diagnostic-Code: user unknown", "0 0 0 "},
+      // What stands in the next line is no part of the field.
+      {"Diagnostic-Code: x\n virus", "0 0 0 "},
+  };
+  for (const auto& row : rows) EXPECT_EQ(row.result, Judge(row.text));
+  const char* const bad[] = {"",      "5.1.",  "5.1.10", "5.1.1;",
+                             "5.1.x", "5.1:1", "5:1.1"};
+  for (const char* text : bad)
+    EXPECT_EQ("0 0 0 ", Judge(std::string("Status: ") + text)) << text;
+}
+
+TEST(BlockDsnTest, ViewsAreThoseOfTheLastCall) {
+  const HeapText copy(
+      "Reporting-MTA: dns; m\r\nArrival-Date: d\r\n\r\n"
+      "Final-Recipient: rfc822; a\r\nAction: failed\r\nStatus: 5.0.0\r\n"
+      "Diagnostic-Code: \"no such recipient\"\r\nFinal-Recipient: b\r\n");
+  BLOCKDSN dsn;
+  dsn.setContent(copy.view());
+  EXPECT_EQ("dns; m|d|b|failed|5.0.0|no such recipient|b|1|2",
+            Str(dsn.reportingMta) + "|" + Str(dsn.arrivalDate) + "|" +
+                Str(dsn.finalRecipient) + "|" + Str(dsn.actionField) + "|" +
+                Str(dsn.statusField) + "|" + Str(dsn.diagnosticCode) + "|" +
+                Str(dsn.recipient) + "|" + std::to_string(dsn.state) + "|" +
+                std::to_string(dsn.action));
+  const TBLOCK next("Status: 4.0.0");
+  dsn.setContent(next);
+  EXPECT_EQ(next.pointer, dsn.content.pointer);
+  EXPECT_TRUE(dsn.recipient.empty() && dsn.diagnosticCode.empty());
+  EXPECT_EQ(0, dsn.state + dsn.action);
+}
+
+}  // namespace

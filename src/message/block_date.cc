@@ -129,6 +129,7 @@ int64_t Number(TBLOCK word) {
 
 // Reads two or three numbers with a colon between them; the third is 0 when
 // there are two. The result is how many there were, 0 for anything else.
+// REQUIRES: a word with a colon.
 int ReadTime(TBLOCK word, int64_t numbers[3]) {
   int count = 0;
   bool inNumber = false;
@@ -144,7 +145,7 @@ int ReadTime(TBLOCK word, int64_t numbers[3]) {
       return 0;
     }
   }
-  return inNumber && count > 1 ? count : 0;
+  return inNumber ? count : 0;
 }
 
 // Days from 1970-01-01 to the first day of a month. Years begin in March here,

@@ -64,7 +64,7 @@ void BLOCKDSN::setContent(TBLOCK text) {
 void BLOCKDSN::_parseAction() {
   TBLOCK value = actionField;
   value.trim();
-  for (int32_t i = 0; i < 5 && !action; i++)
+  for (int32_t i = 0; i < 5; i++)
     if (value.equals(DsnActionTokens[i])) action = i + 1;
 }
 

@@ -74,6 +74,7 @@ expect 'bailout too low' 64 "$cli" scan --bailout 99 x
 expect 'unknown check' 64 "$cli" scan --check virus,wires x
 expect 'check is no allowance' 64 "$cli" scan --check eastern x
 expect 'stdin is no file' 64 "$cli" scan --from-file -
+expect 'no message to look into' 64 "$cli" fields
 expect 'help' 0 "$cli" --help
 expect 'help of a subcommand' 0 "$cli" scan --help
 expect 'version' 0 "$cli" --version
@@ -267,6 +268,46 @@ stderr_has 'pass-through' 'through: state 0 (clean), score 0'
 } >../want
 expect 'pass-through of an mbox, one refused' 65 fake scan --pass-through box2
 
+# ---- fields: every value on a line of ASCII; as JSON the bytes themselves
+
+printf '%b' 'Subject: a\\b \0033\0344\r\nFrom: <x@example.org>\r\n' \
+  'Date: Mon, 3 Mar 2008 10:00:00 +0100\r\n' \
+  'Content-Type: multipart/mixed; boundary=b\r\n\r\n' \
+  '--b\r\n\r\nName: x\r\nCity: y\r\n\r\nlast\0000line\r\n' \
+  '\r\n--b\r\nContent-Disposition: attachment; filename="p.txt"\r\n\r\nx\r\n' \
+  '\r\n--b--\r\n' >parts
+expect 'fields' 0 "$cli" fields parts
+while read -r line; do
+  grep -qxF -- "$line" ../out || fail "fields: no line '$line': $(cat ../out)"
+done <<'EOF'
+file: parts
+subject: a\\b \x1B\xE4
+from: <x@example.org>
+to:
+date: utc=1204534800 local=1204538400 zone=100/3600 weekDay=2 error=0
+first-line: Name: x
+last-line: last line
+field-tokens: name
+field-tokens: city
+content-types: multipart/mixed
+EOF
+grep -q '^tree: multipart/mixed 1\[[^]]*\] text=0 .*display=p.txt' ../out ||
+  fail "fields: $(grep tree ../out)"
+"$cli" fields --json - <parts >../json
+for text in '{"file":"-","fields":{"tree":["multipart/mixed 1[' \
+  "\"subject\":[\"a\\\\b \\u001b$(printf '\303\244')\"]," '"to":[],' \
+  '"field-tokens":["name","city"],'; do
+  grep -qF -- "$text" ../json || fail "fields --json: no $text: $(cat ../json)"
+done
+{
+  printf 'From a\n' && cat parts
+  printf '\nFrom b\n' && cat clean
+} >box3
+expect 'fields of several, one missing' 66 "$cli" fields box3 missing parts
+[ "$(grep -a '^file' ../out | tr '\n' ,)" = \
+  'file: box3:1,file: box3:2,file: parts,' ] || fail "fields: $(cat ../out)"
+expect 'fields of nothing' 65 "$cli" fields empty
+
 # ---- decode: all bytes at even and odd offsets, by arithmetic of our own
 
 awk 'BEGIN {
@@ -319,6 +360,11 @@ for sample in "$samples"/*; do
     fail "$sample: the body has changed"
   grep -aq '^X-SPAM-SCORE: ' ../out || fail "$sample: no score in the header"
 done
+# Nothing of a message ends a line or reaches a terminal as it is.
+rm -f ../want
+expect 'fields of the samples' 0 "$cli" fields "$samples"
+grep -avxE '([a-z-]+:( [ -~]*)?)?' ../out >../err &&
+  fail "fields of the samples: $(cat ../err)"
 
 [ "$failures" -eq 0 ] && echo "all passed"
 exit "$((failures > 0))"

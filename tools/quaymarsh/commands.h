@@ -26,6 +26,7 @@ enum ExitCode {
 // Each adds one subcommand. When it was chosen, parsing runs it and stores its
 // exit code through `exitCode`, which must outlive the parser.
 void AddScanCommand(CLI::App& app, int* exitCode);
+void AddFieldsCommand(CLI::App& app, int* exitCode);
 void AddDecodeCommand(CLI::App& app, int* exitCode);
 
 // Writes "quaymarsh: NAME: WHAT" to stderr; an empty name is left out.

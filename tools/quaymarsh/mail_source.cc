@@ -69,7 +69,7 @@ bool ReadRest(FILE* file, std::string* bytes, int* code, std::string* what) {
   size_t got;
   errno = 0;
   while ((got = fread(chunk, 1, sizeof(chunk), file)) > 0) {
-    if (bytes->size() + got > kMaxMessageBytes) {
+    if (bytes->size() + got > kMaxMailBytes) {
       *code = kExitData;
       *what = kTooLarge;
       return false;
@@ -209,7 +209,7 @@ void StreamReader::startMail(const std::string& separator) {
 
 void StreamReader::addLine(const std::string& line) {
   lastEmptyLine_ = IsEmptyLine(line) ? line.size() : 0;
-  if (mail_.text.size() + line.size() > kMaxMessageBytes) tooLarge_ = true;
+  if (mail_.text.size() + line.size() > kMaxMailBytes) tooLarge_ = true;
   if (tooLarge_) return;
   if (inBody_ && StartsWith(line, ">From ")) {
     mail_.quotes.push_back(mail_.text.size());

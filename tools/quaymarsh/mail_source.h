@@ -10,7 +10,7 @@
 
 // The largest message that is taken into memory. It bounds what an endless
 // device or pipe can cost.
-const size_t kMaxMessageBytes = 512u << 20;
+const size_t kMaxMailBytes = 512u << 20;
 
 // One message. For one out of an mbox, `text` is the message as it was before
 // it was stored there; the other members put the stored bytes together again.

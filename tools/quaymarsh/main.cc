@@ -77,6 +77,7 @@ int Run(int argc, char** argv) {
                        "Print the library's version string");
   app.require_subcommand(1);
   AddScanCommand(app, &exitCode);
+  AddFieldsCommand(app, &exitCode);
   AddDecodeCommand(app, &exitCode);
   if (argc < 2) {
     fputs(app.help().c_str(), stderr);

@@ -73,9 +73,10 @@ std::string TextIn(const std::string& charset,
 const std::string kMixed =
     "Subject: x\nContent-Type: multipart/mixed; boundary=b\n\n";
 
-// A message with one part, an attachment of that name.
+// A message with an attachment of that name. Its type is none of those of which
+// only the first bytes are decoded.
 std::string Attached(const std::string& name, const std::string& encoding) {
-  return kMixed + "--b\n\ntext\n--b\nContent-Type: application/octet-stream\n" +
+  return kMixed + "--b\n\ntext\n--b\nContent-Type: x/y\n" +
          "Content-Disposition: attachment; filename=\"" + name + "\"\n" +
          "Content-Transfer-Encoding: " + encoding + "\n\n";
 }
@@ -335,28 +336,29 @@ const Shape kShapes[] = {
      }},
     {"ZIP entries",
      [](N n) {
-       return Repeat(n, Attached("a.zip", "8bit"), ZipEntry("a.txt"));
-     }},
-    {"ZIP entries in base64",
-     [](N n) {
        return AttachedBase64(n, "a.zip", Repeat(n, "", ZipEntry("a,b.exe")));
      }},
+    {"ZIP of spanned marks",
+     [](N n) { return AttachedBase64(n, "a.zip", Repeat(n, "", "PK00")); }},
     {"RAR entries",
-     [](N n) {
-       return Repeat(n, Attached("a.rar", "8bit") + kRarHead,
-                     RarEntry("a.txt"));
-     }},
-    {"RAR entries in base64",
      [](N n) {
        return AttachedBase64(n, "a.rar",
                              Repeat(n, kRarHead, RarEntry("a,b.exe")));
      }},
-    {"MP3 of FF",
-     [](N n) { return Repeat(n, Attached("a.mp3", "8bit"), "\xFF"); }},
-    {"MP3 frames in base64",
+    {"RAR entries, names of commas",
+     [](N n) {
+       return AttachedBase64(n, "a.rar",
+                             Repeat(n, kRarHead, RarEntry(S(200, ','))));
+     }},
+    {"RAR blocks",
+     [](N n) {
+       return AttachedBase64(n, "a.rar",
+                             Repeat(n, kRarHead, Chars("\0\0\x73\0\0\7\0", 7)));
+     }},
+    {"MP3 without a frame",
      [](N n) {
        return AttachedBase64(n, "a.mp3",
-                             Repeat(n, "", Chars("\xFF\xFB\x10\x40", 4)));
+                             Repeat(n, "LAME3.99", Chars("\xFF\0", 2)));
      }},
     {"JPEG segments",
      [](N n) {

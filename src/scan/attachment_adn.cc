@@ -158,8 +158,11 @@ void AddPdfName(TBLOCK name, STR& out) {
     out += name.head(kShortName);
     return;
   }
-  for (uint32_t i = 0; i < name.length; i++)
-    if (TBLOCK::Is(name[i], bitUpper)) out += static_cast<char>(name[i]);
+  while (!name.empty()) {
+    const TBLOCK run = name.head(CountBytes(name, 0, bitUpper));
+    out += run;
+    name.skip(run.length + 1);
+  }
 }
 
 // Appends the names in an object in their short form.

@@ -27,10 +27,7 @@ void CheckPart(const BLOCKPART& part, TBLOCK text) {
   for (const TBLOCK& view : views) CheckInside(view, text);
   for (int32_t i = 0; i < part.fields.count(); i++)
     CheckInside(part.fields.get(i), text);
-  // A uuencoded file's name is in the text, any other is the part's own.
-  if (!part.displayName.empty() &&
-      part.displayName.pointer != part.nameBuffer.data)
-    CheckInside(part.displayName, text);
+  CheckInside(part.displayName, part.nameBuffer.view());
   CheckInside(part.extension, part.displayName);
   if (part.contentClass < ccNone || part.contentClass > ccOther ||
       part.content.length > part.rawLength)

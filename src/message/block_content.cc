@@ -63,8 +63,13 @@ void BLOCKPART::parsePart() {
     charset.setName(root->charset.name);
   flags |= pfParsed;
   decodeName();
-  if (_checkUUencoded(content, displayName) && !displayName.empty())
-    flags |= pfAttachment;
+  if (_checkUUencoded(content, displayName)) {
+    // Decoding overwrites the line that the name stands in.
+    nameBuffer.empty();
+    nameBuffer.add(displayName);
+    displayName = nameBuffer.view();
+    if (!displayName.empty()) flags |= pfAttachment;
+  }
   const int32_t dot = displayName.findLastByte('.');
   extension =
       dot < 0 ? TBLOCK() : displayName.from(static_cast<uint32_t>(dot) + 1);

@@ -19,7 +19,7 @@ const char* const ContentTypes[] = {"text",        "multipart", "image",
 // Bytes that a part's vectors grow by; the usual step of a vector would cost
 // 128,000 for each part. Nothing is reserved ahead, since a message may have
 // thousands of parts and most of them neither fields nor names.
-const uint32_t kPartStep = 64 * sizeof(TBLOCK);
+const uint32_t kPartStep = 8 * sizeof(TBLOCK);
 
 // Takes one enclosing pair of quotes off, and only one.
 TBLOCK WithoutQuotes(TBLOCK value) {

@@ -179,8 +179,23 @@ void TQMMSG::readRootFields() {
   if (wanted) asLoaded.add(msgView);
   message.parseHeader(msgView);
   headerEnd = static_cast<uint32_t>(message.header.end() - msgView.pointer);
+  if (message.content.empty()) skipTrimmedLines();
   if (wanted)
     header = new (std::nothrow) HEADER(asLoaded.view().head(headerEnd));
+}
+
+// A header that was trimmed and that nothing follows has lost the end of its
+// last line and the blank line, which are no body.
+void TQMMSG::skipTrimmedLines() {
+  TBLOCK rest = msgView.from(headerEnd);
+  for (bool last = true; !rest.empty(); last = false) {
+    const TBLOCK line = TBLOCK::NextMailLine(rest);
+    TBLOCK seen = line;
+    seen.trim();
+    if (!seen.empty()) return;
+    headerEnd = static_cast<uint32_t>(rest.pointer - msgView.pointer);
+    if (line.empty() && !last) return;
+  }
 }
 
 // The addresses and the subject.
@@ -289,11 +304,18 @@ void TQMMSG::parseDates() {
 }
 
 // Of all rests behind a word the one behind the first word is the longest, and
-// when that is nothing but digits and dots so are the others.
+// when that is nothing but digits and dots so are the others. A word may stand
+// in brackets.
 void TQMMSG::parseMailer() {
   TBLOCK rest = mailer;
-  rest.trimLeft(bitWordSep);
-  while (!rest.empty() && !TBLOCK::Is(rest[0], bitWordSep)) rest.skip(1);
+  rest.trimLeft();
+  if (!rest.empty() && (rest[0] == '(' || rest[0] == '[')) {
+    const int32_t end = rest.findByte(rest[0] == '(' ? ')' : ']');
+    rest.skip(end < 0 ? 1 : static_cast<uint32_t>(end) + 1);
+  } else {
+    rest.trimLeft(bitWordSep);
+    while (!rest.empty() && !TBLOCK::Is(rest[0], bitWordSep)) rest.skip(1);
+  }
   rest.trim();
   TBLOCK letters = rest;
   letters.trimLeft(bitDigit | bitDot);

@@ -495,6 +495,7 @@ class TQMMSG : public OLISTGURU {
   int takeFieldValue(TBLOCK field, TBLOCK& value, int strip);
   int readBareField(const char* name, TBLOCK& value);
   void readRootFields();
+  void skipTrimmedLines();
   void readReceivedAndLists();
   void clearDates();
   void encodeRecipientDomain();

@@ -87,6 +87,8 @@ TEST_F(HeaderFieldsTest, HeaderEndIsTheBodysOffset) {
       {"\r\nbody", 2},
       {"", 0},
       {"From: a\n--x\nbody", 8},
+      {"Received: a\r\n\r\n\r\n", 15},
+      {"Received: a\n", 12},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.text);

@@ -17,7 +17,7 @@ TEST(SubjectTest, TagsOfFilters) {
       {"*** Hello", "*** Hello"},
       {"**** SPAM **** Hello", "Hello"},
       {"**** offer **** Hello", "**** offer **** Hello"},
-      {"{ Scanned }(bulk): - Hello", "Hello"},
+      {"{ Scanned }(bulk): - Hello", "- Hello"},
       {"[***] Hello", "Hello"},
       {"[**] Hello", "[**] Hello"},
       {"[spam Hello", "Hello"},

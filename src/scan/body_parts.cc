@@ -6,9 +6,6 @@
 
 namespace {
 
-// Rule field whose fingerprint a file's name has: "AdnFilename".
-const int kFieldFileName = 0x4C;
-
 // Letters for a picture's size: as many kilobytes as its place; "%" is more.
 const char kWeights[] =
     "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
@@ -52,7 +49,7 @@ void TQMMSG::describeParts() {
     BLOCKPART* part =
         const_cast<BLOCKPART*>(static_cast<const BLOCKPART*>(item));
     if (!part->displayName.empty()) {
-      getAdnFromBlock(kFieldFileName, part->displayName, adn);
+      getAdnFromBlock(kFieldAdnFilename, part->displayName, adn);
       attachAdns.add(adn.view());
       if (*getAdnFromAttach(part, adn)) attachContentAdns.add(adn.view());
       if ((part->flags & pfAttachment) && !IsPicture(*part)) attachmentCount++;

@@ -16,8 +16,6 @@ namespace {
 
 // Room behind a text that a parser rewrites, for what it may add.
 const uint32_t kParseReserve = 128;
-// Rule field whose fingerprint the body has: "AdnText".
-const int kFieldText = 0x2E;
 // Words of a body: of more than these the first and the last are kept, so that
 // nobody can hide words behind a long text.
 const int32_t kMaxBodyWords = 1023;
@@ -108,7 +106,7 @@ void TQMMSG::parseBody() {
   prepareIds();
   checkEmptyBody();
   prepareUnsub();
-  getAdnFromBlock(kFieldText, body, bodyAdn);
+  getAdnFromBlock(kFieldAdnText, body, bodyAdn);
   setTags();
   // Phone numbers of the body are collected here.
   getAdnCounts();

@@ -173,6 +173,7 @@ void TQMMSG::parseHeader() {
 // Reads the root's header. The host's editable copy is made of exactly the
 // bytes that headerEnd tells, as they were before the parser edits them: where
 // a header ends early, the host then replaces what the engine took for one.
+// White space that was trimmed ahead of the header stays out.
 void TQMMSG::readRootFields() {
   const bool wanted = wantHeader && !header;
   BLOCK asLoaded(0, BLOCK::_DEFALLOCSIZE);
@@ -181,7 +182,8 @@ void TQMMSG::readRootFields() {
   headerEnd = static_cast<uint32_t>(message.header.end() - msgView.pointer);
   if (message.content.empty()) skipTrimmedLines();
   if (wanted)
-    header = new (std::nothrow) HEADER(asLoaded.view().head(headerEnd));
+    header = new (std::nothrow) HEADER(asLoaded.view().head(headerEnd).from(
+        static_cast<uint32_t>(message.header.pointer - msgView.pointer)));
 }
 
 // A header that was trimmed and that nothing follows has lost the end of its

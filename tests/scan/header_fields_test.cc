@@ -157,6 +157,7 @@ TEST_F(HeaderFieldsTest, EditableCopyCoversTheHeaderOnly) {
       {"From: a\r\n--x\r\nTo: c\r\n\r\nX: y\r\n", "From: a\r\n"},
       {"From: a\nTo: c", "From: a\r\nTo: c\r\n"},
       {"\r\nFrom: a\r\n\r\n", ""},
+      {" \n\nReceived: a\n\nb", "Received: a\r\n"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.text);

@@ -3,6 +3,7 @@
 // other header of the project, so that it can be lifted out.
 //
 //   zr_regcomp.cc   the parser
+//   zr_list.cc      how it and every copy build a list of nodes
 //   zr_rewrite.cc   what is done to the node lists afterwards
 //   zr_search.cc    what a subject must hold, worked out once for a pattern
 //   zr_regexec.cc   the matcher
@@ -42,7 +43,7 @@ enum zr_opcode : uint32_t {
   ZR_DIGIT = 20,     // 0-9
   ZR_NOTDIGIT = 21,  // all others
   ZR_OPEN = 22,      // opens a group: a record, b close node
-  ZR_CLOSE = 23,     // closes it: a open node, b record
+  ZR_CLOSE = 23,     // closes it: a open node, b record (the open's, too)
   ZR_LITOPEN = 24,   // as ZR_OPEN; every alternative is one literal
   ZR_LITCLOSE = 25,  // its close
   ZR_START = 26,     // first node of a list: a record 0, b end node

@@ -138,7 +138,11 @@ void WriteCause(TQMMSG& message, QMINFO* info) {
 // subject. A buffer of exactly the length gets headerOutLength but no text:
 // the copy wants room for its NUL.
 void WriteHeader(TQMMSG& message, QMINFO* info) {
-  if (!message.header) return;
+  if (!(info->flags & QM_REWRITE_HEADER)) return;
+  if (!message.header) {
+    info->headerOutLength = 0;
+    return;
+  }
   HEADER& header = *message.header;
   header.removeEntry(kAgentField);
   header.removeEntry(kScoreField);
@@ -220,7 +224,7 @@ int ScanRecord(TQMMSG& message, QMINFO* info, int version) {
                 (info->flags & QM_NO_BAILOUT) != 0,
                 (info->flags & QM_SKIP_EMAILS) != 0, info->user,
                 (info->flags & QM_FLAG_BIT5) != 0);
-  info->headerLength = static_cast<int>(message.headerEnd);
+  info->headerLength = static_cast<int>(message.headerLength());
   LogState(message, info->user);
   info->state = message.ledger.state;
   info->score = message.ledger.score;

@@ -60,9 +60,8 @@ bool DASHWALK::next() {
 
 }  // namespace
 
-// The count stays also when the search is given up.
+// The count goes on from what it was, and stays when the search is given up.
 int TQMMSG::removeAnswers(TBLOCK& answered, int32_t& count) {
-  count = 0;
   int32_t score = 0;
   int32_t offset = -1;
   bool found = false;

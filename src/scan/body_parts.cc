@@ -22,10 +22,12 @@ void _IntOnThree(uint32_t number, STR& out) {
   out += static_cast<int32_t>(number);
 }
 
-// Bytes of the picture itself, whose text is mostly still in base64.
+// Bytes of the picture itself, by its text in base64. A part that was decoded
+// has kept only its first bytes, so that the text's length is taken then.
 uint32_t PictureBytes(const BLOCKPART& part) {
-  if (part.flags & pfDecoded) return part.content.length;
-  return (part.content.length + 3) / 4 * 3;
+  const uint32_t coded =
+      part.flags & pfDecoded ? part.rawLength : part.content.length;
+  return (coded + 3) / 4 * 3;
 }
 
 void AddPicture(const BLOCKPART& part, STR& sizes, STR& weights) {
@@ -53,8 +55,8 @@ void TQMMSG::describeParts() {
       attachAdns.add(adn.view());
       if (*getAdnFromAttach(part, adn)) attachContentAdns.add(adn.view());
       if ((part->flags & pfAttachment) && !IsPicture(*part)) attachmentCount++;
-      part->parseZipPart();
     }
+    part->parseZipPart();
     // The part's contentId joins the hidden identifiers here.
     if (part->imageKind) AddPicture(*part, imageSizes, imageWeights);
   }

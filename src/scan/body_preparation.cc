@@ -118,9 +118,7 @@ void TQMMSG::prepareText() {
   TBLOCK source = message.getTextBlock();
   if (source.empty()) return;
   Fold(source);
-  int32_t answers = 0;
-  removeAnswers(source, answers);
-  answerCount = ClampScore(int64_t{answerCount} + answers);
+  removeAnswers(source, answerCount);
   const TBLOCK copy = CopyToParse(source, textStore);
   text = copy.head(QmTextParse(source, copy, textContext, pool, &dico));
   text.trim();
@@ -139,9 +137,7 @@ void TQMMSG::prepareHtml() {
   bodyIsHtml = 1;
   Fold(source);
   TBLOCK own = source;
-  int32_t answers = 0;
-  answersRemoved = removeAnswers(own, answers);
-  answerCount = ClampScore(int64_t{answerCount} + answers);
+  answersRemoved = removeAnswers(own, answerCount);
   TBLOCK copy = CopyToParse(own, htmlStore);
   uint32_t shown = QmHtmlParse(own, copy, htmlContext, pool, &dico);
   if (shown == 0 && answersRemoved) {

@@ -171,19 +171,42 @@ void TQMMSG::parseHeader() {
 }
 
 // Reads the root's header. The host's editable copy is made of exactly the
-// bytes that headerEnd tells, as they were before the parser edits them: where
-// a header ends early, the host then replaces what the engine took for one.
-// White space that was trimmed ahead of the header stays out.
+// bytes that headerLength tells, as they were before the parser edits them:
+// where a header ends early, the host then replaces what the engine took for
+// one. White space that was trimmed ahead of the header stays out. Without
+// memory for the copy there is none: an empty one would cost the host its
+// header.
 void TQMMSG::readRootFields() {
-  const bool wanted = wantHeader && !header;
   BLOCK asLoaded(0, BLOCK::_DEFALLOCSIZE);
-  if (wanted) asLoaded.add(msgView);
+  const bool copied = wantHeader && !header && copyAsLoaded(asLoaded);
   message.parseHeader(msgView);
   headerEnd = static_cast<uint32_t>(message.header.end() - msgView.pointer);
   if (message.content.empty()) skipTrimmedLines();
-  if (wanted)
-    header = new (std::nothrow) HEADER(asLoaded.view().head(headerEnd).from(
-        static_cast<uint32_t>(message.header.pointer - msgView.pointer)));
+  if (copied)
+    header = new (std::nothrow)
+        HEADER(asLoaded.view()
+                   .head(headerLength())
+                   .from(static_cast<uint32_t>(message.header.pointer -
+                                               msgView.pointer)));
+}
+
+// The message as the host has it, with the dots that unstuffing took.
+int TQMMSG::copyAsLoaded(BLOCK& copy) const {
+  uint32_t done = 0;
+  for (int32_t i = 0; i < takenDots.count(); i++) {
+    const uint32_t at = static_cast<uint32_t>(takenDots.get(i));
+    if (!copy.add(msgView.head(at).from(done)) || !copy.add(".")) return 0;
+    done = at;
+  }
+  return copy.add(msgView.from(done));
+}
+
+uint32_t TQMMSG::headerLength() const {
+  int32_t dots = 0;
+  while (dots < takenDots.count() &&
+         static_cast<uint32_t>(takenDots.get(dots)) < headerEnd)
+    dots++;
+  return headerEnd + static_cast<uint32_t>(dots);
 }
 
 // A header that was trimmed and that nothing follows has lost the end of its
@@ -272,18 +295,23 @@ void TQMMSG::_parseHeaderThree() {
     messageId = rawMessageId;
     StripAngleBrackets(messageId);
   }
+  // The identifier's generator is read here.
   idFromMta = checkIdFromMTA();
   getAdnFromBlock(kFieldAdnId, messageId, messageIdAdn);
   readBareField("X-Original-Message-ID", originalMessageId);
   readHeaderField("x-mimeole", mimeOle, 1);
   readHeaderField("x-msmail-priority", msMailPriority, 1);
+  // The generator of the boundary is read here.
   readBareField("in-Reply-To", inReplyTo);
+  // The generators of that identifier and of the thread index are read here.
   buildHeaderAdn(hdrAdn);
   getTabAdn(tabAdn);
   parseMailer();
   buildRecipAdn();
   getAdnFromBlock(kFieldAdnFrom, from, fromAdn);
+  // The first recipient becomes the recipient's mailbox here.
   encodeRecipientDomain();
+  // The profile's pieces are listed here.
 }
 
 void TQMMSG::clearDates() {

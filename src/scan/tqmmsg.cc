@@ -18,6 +18,7 @@ const char kBuiltInVersion[] = "01.333.21";
 
 // Growth step of the blocks for decoded texts.
 const uint32_t kDecodedStep = 512;
+const uint32_t kTakenDotsStep = 1024;
 
 const char kProxyModeParam[] = "mode=proxy";
 
@@ -41,6 +42,7 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
       blacklist(blacklistToUse),
       header(nullptr),
       msgBlock(0, BLOCK::_DEFALLOCSIZE),
+      takenDots(0, kTakenDotsStep),
       dico(poolToUse, stuff),
       message(poolToUse),
       headerOnly(headerOnlyMode),
@@ -100,6 +102,7 @@ void TQMMSG::clear() {
   message.clear();
   msgBlock.empty();
   msgView.clear();
+  takenDots.empty();
   paramLines.clear();
   msgPath = "";
   user = "";
@@ -217,6 +220,7 @@ void TQMMSG::applyProxyMode() {
   while (in < end) {
     if (end - in >= 4 && memcmp(in, "\r\n..", 4) == 0) {
       memmove(out, "\r\n.", 3);
+      takenDots.add(static_cast<int32_t>(out + 2 - msgView.pointer));
       out += 3;
       in += 4;
     } else {

@@ -123,13 +123,14 @@ class TQMMSG : public OLISTGURU {
   UrlBlacklist* blacklist;
 
   // Owned; live as long as this.
-  HEADER* header;    // editable copy of the header block, as long as
-                     // headerEnd tells; made by parseHeader, and null unless
-                     // wantHeader was set before
-  BLOCK msgBlock;    // private copy of the message
-  TBLOCK msgView;    // of msgBlock; unstuffed in proxy mode
-  TQMDICO dico;      // the rule dictionary, with this scan's counters
-  BLOCKMSG message;  // the MIME tree, parsed from msgView
+  HEADER* header;     // editable copy of the header block, as long as
+                      // headerLength tells; made by parseHeader, and null
+                      // unless wantHeader was set before
+  BLOCK msgBlock;     // private copy of the message
+  TBLOCK msgView;     // of msgBlock; unstuffed in proxy mode
+  INTVECT takenDots;  // offsets in msgView ahead of which a "." was taken
+  TQMDICO dico;       // the rule dictionary, with this scan's counters
+  BLOCKMSG message;   // the MIME tree, parsed from msgView
   const int32_t headerOnly;
   const int32_t depth;
   STR params;             // parameter text
@@ -192,6 +193,9 @@ class TQMMSG : public OLISTGURU {
   int32_t bodyParsed;
   int32_t headerFiltered;
 
+  // Bytes of the header in the message as it was handed in.
+  uint32_t headerLength() const;
+
   int32_t fieldsRead;  // successful field reads; 0 means "no mail at all"
   uint32_t headerEnd;  // offset in msgView at which the body begins
 
@@ -246,7 +250,7 @@ class TQMMSG : public OLISTGURU {
   void parse(int filterHeader);
 
   // scan/answers.cc: cuts quoted mail off the end of a text. 1 when the text
-  // was shortened; `count` gets the number of answer lines.
+  // was shortened; the number of answer lines is added to `count`.
   int removeAnswers(TBLOCK& answered, int32_t& count);
   // scan/dico_regex.cc: tries the lines of a section as patterns, in order:
   // true with the score of the first that matches in `count` and the offset of
@@ -496,6 +500,7 @@ class TQMMSG : public OLISTGURU {
   int readBareField(const char* name, TBLOCK& value);
   void readRootFields();
   void skipTrimmedLines();
+  int copyAsLoaded(BLOCK& copy) const;
   void readReceivedAndLists();
   void clearDates();
   void encodeRecipientDomain();

@@ -56,6 +56,12 @@ TEST(BodyPreparationTest, Pictures) {
     part->content = room.view().head(length);
     part->width = length;
     part->height = length % 6 * 6;
+    // Decoding keeps the first bytes only; the text's length still counts.
+    if (length % 2) {
+      part->flags |= pfDecoded;
+      part->rawLength = length;
+      part->content.cut(9);
+    }
   }
   m.describeParts();
   EXPECT_STREQ("P1364x012P1365x018P84648x000P84649x006", m.imageSizes.c_str());

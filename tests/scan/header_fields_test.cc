@@ -146,7 +146,7 @@ TEST_F(HeaderFieldsTest, Dates) {
   EXPECT_EQ(0, m.headerDate.utc);
 }
 
-// The host replaces headerEnd bytes by the edited copy: it must tell of
+// The host replaces headerLength bytes by the edited copy: it must tell of
 // nothing else, or lines would be there twice.
 TEST_F(HeaderFieldsTest, EditableCopyCoversTheHeaderOnly) {
   const struct {
@@ -168,6 +168,15 @@ TEST_F(HeaderFieldsTest, EditableCopyCoversTheHeaderOnly) {
     ASSERT_EQ(1, m.header->copyTo(out, sizeof out));
     EXPECT_EQ(std::string(row.copy) + "\r\n", out);
   }
+  // What a proxy hands over goes back over the wire: a lone "." would end it.
+  const std::string stuffed = "From: a\r\n..\r\n..b: c\r\n\r\n";
+  m.setParams("mode=proxy");
+  load(stuffed + "..x\r\n.\r\n");
+  EXPECT_EQ(stuffed.size(), m.headerLength());
+  EXPECT_EQ(".x\r\n", Text(m.message.content));
+  char out[64];
+  ASSERT_EQ(1, m.header->copyTo(out, sizeof out));
+  EXPECT_EQ(stuffed, out);
 }
 
 TEST_F(HeaderFieldsTest, ChangeHeader) {

@@ -1,0 +1,300 @@
+// HASHTAB: open addressing, multiplicative hashing, linear probing.
+//
+// The hash of a key is a polynomial in 131 over its folded bytes; its slot is
+// the fractional part of hash * golden ratio, spread over the slots. Tables in
+// files keep their entries by slot, so the arithmetic has to give the same
+// slot in every build: plain doubles, one operation a statement, so that no
+// compiler fuses two of them. Files are read and written in hash_file.cc.
+// Tested by hashtab_test.cc.
+
+#include "base/hashtab.h"
+
+#include <float.h>
+#include <math.h>
+
+#include <new>
+
+static_assert(FLT_EVAL_METHOD == 0,
+              "doubles are computed wider than they are: -mfpmath=sse");
+
+namespace {
+
+const double kGoldenRatio = 0.6180339887498949;
+const double kSlotFactor = 1.25;
+const int32_t kMinCapacity = 32;
+const uint32_t kRadix = 131;
+// kRadix * kRadixInverse is 1 in 32 bits: takes a byte off a hash again.
+const uint32_t kRadixInverse = 3376959019u;
+static_assert(kRadix * kRadixInverse == 1u, "not the inverse");
+
+const unsigned char* const kFolds[] = {
+    TBLOCK::NoConvTable, TBLOCK::UpperToLower, TBLOCK::AsciiConvTable,
+    TBLOCK::AsciiLowerTable};
+
+uint32_t HashOf(TBLOCK key, const unsigned char* fold) {
+  uint32_t hash = 0;
+  for (uint32_t i = 0; i < key.length; i++) hash = hash * kRadix + fold[key[i]];
+  return hash;
+}
+
+bool IsEntry(const HASHKEY& key, int32_t slot) {
+  return key.home == slot;
+}
+
+TBLOCK KeyOf(const HASHKEY& entry) {
+  return TBLOCK(entry.key, entry.length);
+}
+
+}  // namespace
+
+HASHTAB::HASHTAB(int32_t initial, int32_t mode)
+    : multiplier(kGoldenRatio),
+      slotFactor(kSlotFactor),
+      slotCount(0),
+      capacity(0),
+      count(0),
+      slots(nullptr),
+      collisions(0),
+      flags(mode),
+      recSize(0),
+      longestKey(0),
+      deleted(0) {
+  HASHTAB::setCapacity(initial);
+}
+
+HASHTAB::~HASHTAB() {
+  dropSlots();
+}
+
+const unsigned char* HASHTAB::foldTable() const {
+  return kFolds[flags & hashFoldMask];
+}
+
+int32_t HASHTAB::homeSlot(uint32_t hash) const {
+  // The most negative number stays as it is, and is then taken as positive.
+  if (hash & 0x80000000u) hash = 0u - hash;
+  const double product = hash * multiplier;
+  const double fraction = product - floor(product);
+  const double place = fraction * slotCount;
+  const int32_t slot = static_cast<int32_t>(floor(place + 0.5));
+  return slot >= slotCount ? 0 : slot;  // rounding may reach the end
+}
+
+// ---- The array of slots
+
+HASHKEY* HASHTAB::allocKeys(int32_t n) {
+  if (static_cast<uint32_t>(n) > SIZE_MAX / 2 / sizeof(HASHKEY)) return nullptr;
+  HASHKEY* made = new (std::nothrow) HASHKEY[n]();
+  for (int32_t i = 0; made && i < n; i++) made[i].home = kHashFree;
+  return made;
+}
+
+void HASHTAB::dropSlots() {
+  delete[] slots;
+  slots = nullptr;
+  slotCount = capacity = count = deleted = 0;
+  longestKey = 0;
+}
+
+// Places all entries in new slots; false, with nothing changed, when memory is
+// short. Keys are known to differ, or may be equal: none is compared.
+bool HASHTAB::rebuild(int32_t newCapacity) {
+  if (newCapacity < kMinCapacity) newCapacity = kMinCapacity;
+  if (newCapacity > kMaxHashCapacity) return false;
+  int32_t n = static_cast<int32_t>(floor(slotFactor * newCapacity + 0.5)) + 1;
+  if (n < newCapacity + 1) n = newCapacity + 1;
+  HASHKEY* const made = allocKeys(n);
+  if (!made) return false;
+  HASHKEY* const old = slots;
+  const int32_t oldCount = slotCount;
+  slots = made;
+  slotCount = n;
+  capacity = newCapacity;
+  deleted = 0;
+  for (int32_t i = 0; i < oldCount; i++) {
+    if (!IsEntry(old[i], i)) continue;
+    int32_t slot = homeSlot(HashOf(KeyOf(old[i]), foldTable()));
+    for (collisions++; slots[slot].home >= 0; collisions++)
+      slot = slot + 1 == slotCount ? 0 : slot + 1;
+    slots[slot] = old[i];
+    slots[slot].home = slot;
+  }
+  delete[] old;
+  return true;
+}
+
+void HASHTAB::setCapacity(int32_t n) {
+  if (n <= count || rebuild(n)) return;
+  clear();
+  dropSlots();
+}
+
+void HASHTAB::compress() {
+  if (slots) rebuild(flags & hashFixed ? capacity : count);
+}
+
+// Sees to it that the next entry finds a slot soon.
+bool HASHTAB::makeRoom() {
+  if (count >= capacity && !(flags & hashFixed)) {
+    const int32_t most = capacity > count ? capacity : count;
+    setCapacity(most > kMaxHashCapacity / 2 ? kMaxHashCapacity : most * 2);
+    return capacity > count;
+  }
+  // Marks of deleted entries lengthen every search as entries do. Failing is
+  // no harm here: the slots are as good as they were.
+  if (deleted > slotCount / 16 && slotCount - count - deleted < slotCount / 8)
+    rebuild(capacity);
+  return slotCount > 0;
+}
+
+void HASHTAB::clear() {
+  for (int32_t i = 0; i < slotCount; i++) {
+    if (IsEntry(slots[i], i)) clearKey(&slots[i]);
+    slots[i].home = kHashFree;
+  }
+  count = deleted = 0;
+  longestKey = 0;
+}
+
+void HASHTAB::clearKey(HASHKEY* entry) {
+  entry->length = 0;
+  entry->key = nullptr;
+  entry->data = nullptr;
+}
+
+void HASHTAB::dataConvert(unsigned char* records, int32_t bytes, int32_t) {
+  for (int32_t i = 0; i + 4 <= bytes; i += 4) {
+    unsigned char* const word = records + i;
+    const unsigned char first = word[0], second = word[1];
+    word[0] = word[3];
+    word[1] = word[2];
+    word[2] = second;
+    word[3] = first;
+  }
+}
+
+// ---- Search
+
+// The slot of the key, or -1. `reusable` gets the slot where it could be put,
+// or -1 when none is left; `looked` is raised by the number of slots seen.
+int32_t HASHTAB::search(TBLOCK key, uint32_t hash, int32_t* reusable,
+                        uint32_t* looked) const {
+  const unsigned char* const fold = foldTable();
+  const bool compare = !reusable || !(flags & hashDuplicates);
+  int32_t slot = homeSlot(hash);
+  int32_t found = -1;
+  int32_t usable = -1;
+  int32_t probes = 0;
+  for (; probes < slotCount; probes++) {
+    const HASHKEY& entry = slots[slot];
+    if (entry.home < 0 && usable < 0) usable = slot;
+    if (entry.home == kHashFree || (usable >= 0 && !compare)) break;
+    if (compare && entry.home == slot && entry.length == key.length &&
+        KeyOf(entry).equals(key, fold)) {
+      found = slot;
+      break;
+    }
+    slot = slot + 1 == slotCount ? 0 : slot + 1;
+  }
+  if (reusable) *reusable = usable;
+  if (looked) *looked += static_cast<uint32_t>(probes) + 1;
+  return found;
+}
+
+int32_t HASHTAB::insert(TBLOCK key, void* data) {
+  if (key.empty()) return 0;
+  if (!makeRoom()) return -1;
+  int32_t slot = -1;
+  if (search(key, HashOf(key, foldTable()), &slot, &collisions) >= 0) return -1;
+  if (slot < 0) return -1;
+  if (slots[slot].home == kHashDeleted) deleted--;
+  slots[slot] = HASHKEY{slot, key.length, key.pointer, data};
+  count++;
+  if (key.length > longestKey) longestKey = key.length;
+  return slot;
+}
+
+int32_t HASHTAB::findKey(TBLOCK key) const {
+  if (key.empty() || count == 0 || key.length > longestKey) return -1;
+  return search(key, HashOf(key, foldTable()), nullptr, nullptr);
+}
+
+int32_t HASHTAB::find(TBLOCK key, void*& data) const {
+  const int32_t slot = findKey(key);
+  if (slot >= 0) data = slots[slot].data;
+  return slot;
+}
+
+// Hashes the longest prefix that can be a key, then takes byte after byte off
+// its end, which is as cheap as adding one.
+TBLOCK HASHTAB::longestMatch(TBLOCK text) const {
+  if (text.empty() || count == 0) return TBLOCK();
+  TBLOCK prefix = text.head(longestKey);
+  uint32_t hash = HashOf(prefix, foldTable());
+  for (; prefix.length; prefix.length--) {
+    if (search(prefix, hash, nullptr, nullptr) >= 0) return prefix;
+    const uint32_t last = foldTable()[prefix[prefix.length - 1]];
+    hash = (hash - last) * kRadixInverse;
+  }
+  return TBLOCK();
+}
+
+// ---- Entries by slot
+
+int32_t HASHTAB::first() const {
+  int32_t slot = -1;
+  return next(slot);
+}
+
+int32_t HASHTAB::next(int32_t& slot) const {
+  int32_t at = slot < -1 ? 0 : slot + 1;
+  while (at < slotCount && !IsEntry(slots[at], at)) at++;
+  return slot = at < slotCount ? at : -1;
+}
+
+int32_t HASHTAB::nextSame(int32_t& slot) const {
+  const TBLOCK key = getBlock(slot);
+  const int32_t start = slot;
+  slot = -1;
+  if (key.empty()) return -1;
+  // Goes on where the search for the first one stopped, and ends where that
+  // search began.
+  const int32_t home = homeSlot(HashOf(key, foldTable()));
+  for (int32_t at = start;;) {
+    at = at + 1 == slotCount ? 0 : at + 1;
+    if (at == home || slots[at].home == kHashFree) return -1;
+    if (IsEntry(slots[at], at) && KeyOf(slots[at]).equals(key, foldTable()))
+      return slot = at;
+  }
+}
+
+const HASHKEY* HASHTAB::getKey(int32_t slot) const {
+  if (slot < 0 || slot >= slotCount || !IsEntry(slots[slot], slot))
+    return nullptr;
+  return &slots[slot];
+}
+
+TBLOCK HASHTAB::getBlock(int32_t slot) const {
+  const HASHKEY* const entry = getKey(slot);
+  return entry ? KeyOf(*entry) : TBLOCK();
+}
+
+unsigned char* HASHTAB::getData(int32_t slot) const {
+  const HASHKEY* const entry = getKey(slot);
+  return entry ? static_cast<unsigned char*>(entry->data) : nullptr;
+}
+
+int HASHTAB::setData(int32_t slot, unsigned char* data) {
+  if (!getKey(slot)) return 0;
+  slots[slot].data = data;
+  return 1;
+}
+
+int HASHTAB::deleteEntry(int32_t slot) {
+  if (!getKey(slot)) return 0;
+  clearKey(&slots[slot]);
+  slots[slot].home = kHashDeleted;
+  count--;
+  deleted++;
+  return 1;
+}

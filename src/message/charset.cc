@@ -165,7 +165,9 @@ unsigned char TCharset::ucToCp1252(uint32_t codePoint) {
   if (!block) return byte;
   if (byte == CHUNK) return block->mark;
   // A folded letter reads as Latin, and leaves a trace of what it was.
-  if (block->folded != kNotCounted) zoneCounts[block->folded]++;
+  // A sign that has its place in the page says nothing about the script.
+  if (block->folded != kNotCounted && TBLOCK::Is(byte, bitLetter))
+    zoneCounts[block->folded]++;
   return byte;
 }
 

@@ -210,6 +210,9 @@ TEST(Charset, EncodedWords) {
        "utf-8 3/0 letter=5 sign=3 digit=1"},
       {"=?utf-8?q?\?==?big5?q?=A4=40?==?utf-8?q?=", "?=?utf-8?q?=",
        "big5 6/0 asian=1 marks=1"},
+      // A folded letter leaves a trace of its script, a small tilde does not.
+      {"=?utf-8?q?=CE=91=CB=9C?=", "A\\x98",
+       "utf-8 3/0 letter=1 sign=1 greek=1"},
       {"=?utf-8?q?=41?=?=", "A?=", "utf-8 3/0 letter=1"},
       {"=?koi8-u?q?\?==??q?=C2?=", "?", "koi8-u 4/1 cyrillic=1 marks=1"},
       {"=?utf-8?q", "=?utf-8?q", "- 0/0"},

@@ -6,6 +6,15 @@
 
 #include "regex/regex_pool.h"
 
+#include "regex/zr_regex.h"
+
+namespace {
+
+const int32_t kStartCapacity = 4096;  // patterns
+const uint32_t kTextStep = 16384;     // bytes, of pointers to the texts
+
+}  // namespace
+
 #define QM_PATTERN(member, text) const char REGEXPOOL::member[] = text;
 #include "regex/regex_patterns.inc"
 #undef QM_PATTERN
@@ -74,4 +83,52 @@ const AdnAgentRow _Adn_Agent_Table[kAdnAgentCount] = {
     {"68", "^Forte Agent"},
 };
 
-void REGEXPOOL::addAllHardCodedRegexes() {}
+const uint32_t REGEXPOOL::kMemberCount;
+
+REGEXPOOL::REGEXPOOL()
+    : HASHTAB(kStartCapacity, hashExact), texts(kTextStep, kTextStep) {}
+
+REGEXPOOL::~REGEXPOOL() {
+  clear();
+}
+
+void REGEXPOOL::clearKey(HASHKEY* entry) {
+  zr_regfree(static_cast<zr_regex*>(entry->data));
+  HASHTAB::clearKey(entry);
+}
+
+zr_regex* REGEXPOOL::findRegex(TBLOCK pattern) const {
+  void* data = nullptr;
+  return find(pattern, data) < 0 ? nullptr : static_cast<zr_regex*>(data);
+}
+
+void REGEXPOOL::addCompiledRegex(TBLOCK pattern, int& error) {
+  error = ZR_OK;
+  if (pattern.empty() || findRegex(pattern)) return;
+  // A NUL ends the pattern, for the engine and so for the key.
+  STR text;
+  text = pattern;
+  if (!text.text) error = ZR_NOMEMORY;
+  if (text.empty() || findRegex(text.view())) return;
+  zr_regex* regex = zr_regalloc();
+  error = regex ? zr_regcomp(regex, text.c_str(), 0) : ZR_NOMEMORY;
+  if (error == ZR_OK && !keep(text.view(), regex)) error = ZR_NOMEMORY;
+  if (error != ZR_OK) zr_regfree(regex);
+}
+
+// Enters a pattern under a copy of its text.
+bool REGEXPOOL::keep(TBLOCK pattern, zr_regex* regex) {
+  if (!texts.add(pattern)) return false;
+  const int32_t last = texts.count() - 1;
+  if (insert(texts.at(last)->view(), regex) >= 0) return true;
+  texts.del(last);
+  return false;
+}
+
+void REGEXPOOL::addAllHardCodedRegexes() {
+  int error;
+  for (const Member& member : kMembers)
+    addCompiledRegex(TBLOCK(member.pattern), error);
+  for (const AdnAgentRow& row : _Adn_Agent_Table)
+    addCompiledRegex(TBLOCK(row.pattern), error);
+}

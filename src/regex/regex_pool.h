@@ -1,13 +1,18 @@
-// REGEXPOOL: the table from pattern text to compiled pattern. It is filled
-// while a speedup context is built and only read by scans, so that any number
-// of them may share it.
+// REGEXPOOL: the table from pattern text to compiled pattern, which owns both.
+// It is filled while a speedup context is built and only read by scans, so
+// that any number of them may share it. Patterns that differ in case are two.
 
 #ifndef REGEX_REGEX_POOL_H_
 #define REGEX_REGEX_POOL_H_
 
 #include <stdint.h>
 
-class REGEXPOOL {
+#include "base/hashtab.h"
+#include "base/vectors.h"
+
+struct zr_regex;
+
+class REGEXPOOL : public HASHTAB {
  public:
 // The patterns that the code itself uses, NUL-terminated.
 #define QM_PATTERN(member, text) static const char member[];
@@ -22,8 +27,25 @@ class REGEXPOOL {
   static const uint32_t kMemberCount = 63;
   static const Member kMembers[kMemberCount];
 
-  // Compiles the patterns that the code itself uses into the pool.
+  REGEXPOOL();
+  ~REGEXPOOL() override;
+  // Releases the compiled form of an entry that goes.
+  void clearKey(HASHKEY* entry) override;
+
+  // Compiles a copy of the pattern, unless it is there already. `error` is the
+  // engine's code; a pattern that is refused leaves nothing behind. An empty
+  // one adds nothing and is no error.
+  void addCompiledRegex(TBLOCK pattern, int& error);
+  // The same for the patterns that the code itself uses, mail programs last.
   void addAllHardCodedRegexes();
+
+  // The compiled form, owned by the pool; null when it is not there.
+  zr_regex* findRegex(TBLOCK pattern) const;
+
+ private:
+  bool keep(TBLOCK pattern, zr_regex* regex);
+
+  STRVECT texts;  // of the patterns: what the keys point at
 };
 
 // Mail programs by the text that names them; see GetAdnAgent.

@@ -1,0 +1,249 @@
+// Patterns as the rest of the system uses them. The pool is asked first, at
+// the price of one hash; only patterns that it does not hold are compiled
+// here. Tested by regex_test.cc.
+
+#include "regex/regex.h"
+
+#include <new>
+
+#include "base/block.h"
+#include "regex/regex_pool.h"
+#include "regex/zr_regex.h"
+
+namespace {
+
+// Never null, also for a view that is.
+const char* Bytes(TBLOCK text) {
+  return text.empty() ? "" : reinterpret_cast<const char*>(text.pointer);
+}
+
+uint32_t Length(TBLOCK text) {
+  return text.empty() ? 0 : text.length;
+}
+
+// Where the "~" stands that splits the pattern, or -1.
+int32_t FindSplit(TBLOCK pattern) {
+  const int32_t at = pattern.findByte('~');
+  const bool escaped = at > 0 && pattern[static_cast<uint32_t>(at) - 1] == '\\';
+  return escaped ? -1 : at;
+}
+
+bool Matches(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool) {
+  REGEX regex(pattern, pool);
+  return regex.match(subject);
+}
+
+// Appends the class of a run of letters and digits, with its count.
+void AddRunClass(TBLOCK run, STR& out) {
+  const uint32_t kShortRun = 4;  // below this its length says little
+  const int32_t kSlack = 2;
+  bool hexa = true, lower = false, upper = false, digit = false;
+  for (uint32_t i = 0; i < run.length; i++) {
+    hexa = hexa && TBLOCK::Is(run[i], bitHexa);
+    lower = lower || TBLOCK::Is(run[i], bitLower);
+    upper = upper || TBLOCK::Is(run[i], bitUpper);
+    digit = digit || TBLOCK::Is(run[i], bitDigit);
+  }
+  out += '[';
+  if (hexa) {
+    out += "a-fA-F0-9";
+  } else {
+    if (lower) out += "a-z";
+    if (upper) out += "A-Z";
+    if (digit) out += "0-9";
+  }
+  out += ']';
+  if (run.length < kShortRun) {
+    out += "{1,5}";
+    return;
+  }
+  const int32_t length = static_cast<int32_t>(run.length);
+  out += '{';
+  out += length - kSlack;
+  out += ',';
+  out += length + kSlack;
+  out += '}';
+}
+
+}  // namespace
+
+REGEX::REGEX()
+    : pooled(0),
+      compiled(nullptr),
+      compileError(ZR_OK),
+      details(nullptr),
+      detailCount(0) {}
+
+REGEX::REGEX(const char* patternText, REGEXPOOL* pool)
+    : REGEX(TBLOCK(patternText), pool) {}
+
+REGEX::REGEX(TBLOCK patternText, REGEXPOOL* pool) : REGEX() {
+  set(patternText, pool);
+}
+
+REGEX::~REGEX() {
+  release();
+}
+
+void REGEX::release() {
+  if (!pooled) zr_regfree(compiled);
+  delete[] details;
+  pooled = 0;
+  compiled = nullptr;
+  compileError = ZR_OK;
+  details = nullptr;
+  detailCount = 0;
+}
+
+void REGEX::set(TBLOCK patternText, REGEXPOOL* pool) {
+  release();
+  pattern = patternText;
+  subject.clear();
+  if (pattern.empty()) return;
+  if (pool) compiled = pool->findRegex(pattern);
+  if (compiled)
+    pooled = 1;
+  else
+    _commonCtorJob();
+}
+
+// Compiles a private copy.
+void REGEX::_commonCtorJob() {
+  compiled = zr_regalloc();
+  if (!compiled) {
+    compileError = ZR_NOMEMORY;
+    return;
+  }
+  compileError = zr_regcomp_len(compiled, Bytes(pattern), 0, pattern.length);
+  if (compileError == ZR_OK) return;
+  zr_regfree(compiled);
+  compiled = nullptr;
+}
+
+bool REGEX::match(TBLOCK text) {
+  detailCount = 0;
+  subject = text;
+  return compiled && zr_regexec_len(compiled, Bytes(text), 0, nullptr, 0,
+                                    Length(text)) == ZR_OK;
+}
+
+int32_t REGEX::matchWithDetails(TBLOCK text) {
+  detailCount = 0;
+  subject = text;
+  // As many pairs as the pattern can fill, however long the subject is, and
+  // one for the mark behind them: they serve all subjects.
+  if (!compiled) return 0;
+  const uint32_t slots = compiled->captureCount;
+  if (!details) details = new (std::nothrow) zr_pair[slots + 1];
+  if (!details) return 0;
+  for (uint32_t i = 0; i <= slots; i++) details[i] = {-1, -1};
+  const uint32_t asked = Length(text) < slots ? Length(text) : slots;
+  if (zr_regexec_len(compiled, Bytes(text), asked, details, 0, Length(text)) !=
+      ZR_OK)
+    return 0;
+  for (uint32_t i = 0; i < asked; i++)
+    if (details[i].start != -1) detailCount = static_cast<int32_t>(i) + 1;
+  return detailCount;
+}
+
+bool REGEX::match(TBLOCK text, TBLOCK& out, int32_t i) {
+  matchWithDetails(text);
+  int32_t start, end;
+  if (!getDetail(i, start, end)) return false;
+  out = start < 0 ? TBLOCK()
+                  : subject.head(static_cast<uint32_t>(end))
+                        .from(static_cast<uint32_t>(start));
+  return true;
+}
+
+bool REGEX::getDetail(int32_t i, int32_t& start, int32_t& end) const {
+  const bool there = i >= 0 && i < detailCount;
+  start = there ? details[i].start : -1;
+  end = there ? details[i].end : -1;
+  return there;
+}
+
+bool REGEX::getDetail(int32_t i, STR& text) const {
+  int32_t start, end;
+  const bool there = getDetail(i, start, end);
+  text = "";
+  if (start >= 0)
+    text += subject.head(static_cast<uint32_t>(end))
+                .from(static_cast<uint32_t>(start));
+  return there;
+}
+
+bool BlockMatchRegex(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool,
+                     REGEX* compiled) {
+  // Two shortcuts that differ from the patterns: "." of the engine does not
+  // match every byte.
+  if (subject.empty() ? pattern.equals("^$") : pattern.equals(".")) return true;
+  if (pattern.empty()) return false;
+  const int32_t split = FindSplit(pattern);
+  if (split >= 0) {
+    const uint32_t at = static_cast<uint32_t>(split);
+    if (at > 0 && !Matches(subject, pattern.head(at), pool)) return false;
+    return !Matches(subject, pattern.from(at + 1), pool);
+  }
+  return compiled ? compiled->match(subject) : Matches(subject, pattern, pool);
+}
+
+bool BlockMatchRegex(TBLOCK subject, const char* pattern, REGEXPOOL* pool) {
+  return BlockMatchRegex(subject, TBLOCK(pattern), pool, nullptr);
+}
+
+bool BlockSortedMatchRegex(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool) {
+  if (subject.empty()) return BlockMatchRegex(subject, pattern, pool, nullptr);
+  BLOCK sorted(subject.length, 0);
+  if (!sorted.add(subject)) return false;
+  TBLOCK::BlockSort(sorted.view());
+  return BlockMatchRegex(sorted.view(), pattern, pool, nullptr);
+}
+
+void ReplaceRegex(TBLOCK pattern, TBLOCK subject, const STR& replacement,
+                  STR& out, REGEXPOOL* pool) {
+  out = "";
+  REGEX regex(pattern, pool);
+  int32_t start, end;
+  while (regex.matchWithDetails(subject) > 0) {
+    regex.getDetail(0, start, end);
+    if (start == end) break;
+    out += subject.head(static_cast<uint32_t>(start));
+    out += replacement;
+    subject.skip(static_cast<uint32_t>(end));
+  }
+  out += subject;
+}
+
+void RegexFromBlock(TBLOCK sample, STR& out, int anchorStart, int anchorEnd) {
+  const uint32_t kInRun = bitAlpha | bitDigit;
+  out = "";
+  if (anchorStart) out += '^';
+  while (!sample.empty()) {
+    uint32_t n = 0;
+    while (n < sample.length && TBLOCK::Is(sample[n], kInRun)) n++;
+    if (n > 0) {
+      AddRunClass(sample.head(n), out);
+    } else {
+      n = 1;
+      out += '\\';
+      out += sample.head(n);
+    }
+    sample.skip(n);
+  }
+  if (anchorEnd) out += '$';
+}
+
+void GetAdnAgent(STR& out, TBLOCK agent, REGEXPOOL* pool) {
+  out = "";
+  if (agent.empty()) {
+    out += "98";
+    return;
+  }
+  for (const AdnAgentRow& row : _Adn_Agent_Table) {
+    if (!Matches(agent, TBLOCK(row.pattern), pool)) continue;
+    out += row.code;
+    return;
+  }
+  out += "99";
+}

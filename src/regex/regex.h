@@ -1,0 +1,91 @@
+// REGEX: one pattern with its compiled form; and what rules do with patterns:
+// the form with "~", replacement, a pattern made from a sample.
+//
+// A REGEX borrows its pattern, its subject and, when the pool knows the
+// pattern, the compiled form; all of these must outlive its use. A pattern
+// that does not compile matches nothing. The match calls write into the object:
+// one is for one thread. Pools may be null everywhere: then a pattern is
+// compiled where it is used.
+
+#ifndef REGEX_REGEX_H_
+#define REGEX_REGEX_H_
+
+#include <stdint.h>
+
+#include "base/str.h"
+#include "base/tblock.h"
+
+class REGEXPOOL;
+struct zr_pair;
+struct zr_regex;
+
+class REGEX {
+ public:
+  int32_t pooled;        // 1: `compiled` is the pool's, 0: owned
+  TBLOCK pattern;        // a view
+  TBLOCK subject;        // a view: of the last match call
+  zr_regex* compiled;    // null when there is no pattern or it is faulty
+  int32_t compileError;  // ZR_OK, or why a private pattern was refused
+  zr_pair* details;      // owned; null until captures are asked for
+  int32_t detailCount;   // those of the last call of matchWithDetails
+
+  REGEX();
+  REGEX(const char* pattern, REGEXPOOL* pool);
+  REGEX(TBLOCK pattern, REGEXPOOL* pool);
+  ~REGEX();
+  REGEX(const REGEX&) = delete;
+  REGEX& operator=(const REGEX&) = delete;
+
+  // Takes another pattern.
+  void set(TBLOCK pattern, REGEXPOOL* pool);
+
+  // Whether the pattern matches somewhere in the subject, which may be empty.
+  // The cheap form: no captures.
+  bool match(TBLOCK subject);
+  // The same with captures: how many, the whole match (number 0) included, up
+  // to the last one that took part; 0 for no match. A subject of n bytes gives
+  // at most n, so an empty subject always gives 0, on purpose.
+  int32_t matchWithDetails(TBLOCK subject);
+  // Calls matchWithDetails, and points `out` at capture i, empty when it took
+  // no part. False, with `out` left as it is, when there are not so many.
+  bool match(TBLOCK subject, TBLOCK& out, int32_t i);
+
+  // Capture i of the last matchWithDetails: its offsets, which are -1, -1 when
+  // it took no part. False with -1, -1 when there are not so many.
+  bool getDetail(int32_t i, int32_t& start, int32_t& end) const;
+  // Its text; false with an empty text when there are not so many.
+  bool getDetail(int32_t i, STR& text) const;
+
+ private:
+  void _commonCtorJob();
+  void release();
+};
+
+// Whether the subject matches by the reading of rules: "^$" is the empty
+// subject, "." one that is not, "~R" one that R does not match, and "A~B" one
+// that A matches and B does not. "\~" is no such mark and hides all behind it.
+// `compiled`, when given, must be of this pattern, and stands in for the pool
+// where the pattern is none of these.
+bool BlockMatchRegex(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool,
+                     REGEX* compiled);
+bool BlockMatchRegex(TBLOCK subject, const char* pattern, REGEXPOOL* pool);
+// The same on the subject's bytes in ascending order. False without memory.
+bool BlockSortedMatchRegex(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool);
+
+// Stores the subject with each match replaced by `replacement` as it stands.
+// What is left behind a match is a subject of its own: "^" holds there. An
+// empty match ends the work, and the rest is copied. Neither text may stand
+// in `out`.
+void ReplaceRegex(TBLOCK pattern, TBLOCK subject, const STR& replacement,
+                  STR& out, REGEXPOOL* pool);
+
+// Stores a pattern that texts of the sample's shape match: runs of letters and
+// digits become classes of about their length, all else stands for itself.
+// anchorStart and anchorEnd, when not 0, add "^" and "$".
+void RegexFromBlock(TBLOCK sample, STR& out, int anchorStart, int anchorEnd);
+
+// Stores the two digits of the mail program that calls itself `agent`: "98"
+// when it has no name, "99" when nobody knows it.
+void GetAdnAgent(STR& out, TBLOCK agent, REGEXPOOL* pool);
+
+#endif  // REGEX_REGEX_H_

@@ -716,9 +716,26 @@ static Way MatchAll(Walker* w, uint32_t nmatch, zr_pair* pmatch) {
   return way;
 }
 
+// For a record whose compilation left nothing derived: derives it for this
+// one call.
+static int MatchDerivingFirst(const zr_regex* preg, const char* subject,
+                              uint32_t nmatch, zr_pair* pmatch,
+                              uint32_t length) {
+  zr_regex copy = *preg;
+  int code = zr_search_build(&copy);
+  if (code == ZR_OK)
+    code = zr_regexec_len(&copy, subject, nmatch, pmatch, 0, length);
+  else if (nmatch != 0 && pmatch)
+    pmatch[0] = zr_pair{-1, -1};
+  zr_search_free(copy.search);
+  return code;
+}
+
 int zr_regexec_len(const zr_regex* preg, const char* subject, uint32_t nmatch,
                    zr_pair* pmatch, int eflags, uint32_t length) {
   (void)eflags;
+  if (!preg->search)
+    return MatchDerivingFirst(preg, subject, nmatch, pmatch, length);
   Walker w = {};
   ChooseList(&w, preg, preg->hasBackref || nmatch != 0);
   w.text = reinterpret_cast<const uint8_t*>(subject);

@@ -29,8 +29,7 @@ class RegexDuel {
 
   // Compares the match without captures, with `nmatch` pairs, and with pairs
   // counted but not given; "" when nothing differs. Where the model has no
-  // answer within its budget, or the engine must give up, the pair counts in
-  // `unanswered` and only that the engine returns is seen.
+  // answer within its budget, only that the engine returns is seen.
   std::string compare(std::string_view subject, uint32_t nmatch);
 
   bool compiled() const { return engineCode_ == 0 && model_.error == 0; }
@@ -41,7 +40,9 @@ class RegexDuel {
   uint64_t budget = 200000;
   // How often the engine may be seen giving up: each time is slow.
   uint32_t giveUps = 2;
-  uint64_t answered = 0, unanswered = 0, matched = 0;
+  // Calls with an answer, those of them with a match, those on which the
+  // engine must give up, and those that the model has no answer for.
+  uint64_t answered = 0, matched = 0, endless = 0, unanswered = 0;
 
  private:
   std::string compareOnce(std::string_view subject, uint32_t nmatch,

@@ -380,15 +380,16 @@ int Matcher::walkSingle(const Alternative& one, size_t i, size_t pos,
                         const Run* run) {
   const Element& element = one.elements[i];
   size_t width = 0;
+  // As few as may be is one at least.
+  if (element.lazy && element.max == 0) return kFails;
   if (element.kind == Kind::kBackref) {
     if (!isSet(element.slot)) return kFails;
     // No text at all is had as often as one likes.
     if (captured(element.slot).empty()) return walk(one, i + 1, pos, run);
   }
   if (element.lazy) {
-    // As few as may be, but one at least; never more.
+    // Never more than the least.
     const uint32_t wanted = element.min == 0 ? 1 : element.min;
-    if (element.max == 0) return kFails;
     for (uint32_t n = 0; n < wanted; n++) {
       if (!spend()) return kNoAnswer;
       if (!matchesOnce(element, pos, &width)) return kFails;

@@ -145,11 +145,11 @@ class Comparison {
  public:
   explicit Comparison(uint32_t shown = 20) : left_(shown) {}
   ~Comparison() {
-    if (getenv("QM_REGEX_DEPTH") || getenv("QM_REGEX_RANDOM"))
-      printf(
-          "%llu patterns, %llu compiled; %llu answers, %llu matches; "
-          "%llu not answered\n",
-          patterns_, compiled_, answered_, matched_, unanswered_);
+    if (!longRun_) return;
+    printf(
+        "%llu patterns, %llu compiled; %llu answers, %llu matches; "
+        "%llu endless, %llu not answered\n",
+        patterns_, compiled_, answered_, matched_, endless_, unanswered_);
   }
 
   bool goesOn() const { return left_ > 0; }
@@ -160,10 +160,11 @@ class Comparison {
   void show(const std::string& difference);
 
   uint32_t left_;
+  const bool longRun_ = getenv("QM_REGEX_DEPTH") || getenv("QM_REGEX_RANDOM");
   // The engine may be seen giving up this often: each time is slow.
-  uint32_t giveUps_ = 40;
+  uint32_t giveUps_ = longRun_ ? 2000 : 40;
   unsigned long long patterns_ = 0, compiled_ = 0, answered_ = 0, matched_ = 0,
-                     unanswered_ = 0;
+                     endless_ = 0, unanswered_ = 0;
 };
 
 void Comparison::show(const std::string& difference) {
@@ -196,6 +197,7 @@ void Comparison::take(const std::string& pattern, int flags,
   if (giveUps_ > 0 && duel.giveUps == 0) giveUps_--;
   answered_ += duel.answered;
   matched_ += duel.matched;
+  endless_ += duel.endless;
   unanswered_ += duel.unanswered;
 }
 
@@ -336,6 +338,7 @@ class Generator {
     if (numbers_.Below(3) != 0) return;
     *text += kQuantifiers[numbers_.Below(8)];
     if (numbers_.Below(4) == 0) *text += "?";
+    if (numbers_.Below(8) == 0) quantifier(text);
   }
 
   Numbers numbers_;

@@ -57,8 +57,10 @@ HASHTAB::HASHTAB(int32_t initial, int32_t mode)
       collisions(0),
       flags(mode),
       recSize(0),
+      maxProbes(0),
       longestKey(0),
-      deleted(0) {
+      deleted(0),
+      reach(0) {
   HASHTAB::setCapacity(initial);
 }
 
@@ -92,12 +94,19 @@ HASHKEY* HASHTAB::allocKeys(int32_t n) {
 void HASHTAB::dropSlots() {
   delete[] slots;
   slots = nullptr;
-  slotCount = capacity = count = deleted = 0;
+  slotCount = capacity = count = deleted = reach = 0;
   longestKey = 0;
 }
 
+void HASHTAB::noteProbes(int32_t probes) {
+  collisions += static_cast<uint32_t>(probes);
+  if (probes > reach) reach = probes;
+}
+
 // Places all entries in new slots; false, with nothing changed, when memory is
-// short. Keys are known to differ, or may be equal: none is compared.
+// short. No keys are compared: they differ, or are meant to be equal. A larger
+// table stretches the distances between home slots, so that no entry gets
+// further from its own.
 bool HASHTAB::rebuild(int32_t newCapacity) {
   if (newCapacity < kMinCapacity) newCapacity = kMinCapacity;
   if (newCapacity > kMaxHashCapacity) return false;
@@ -110,14 +119,16 @@ bool HASHTAB::rebuild(int32_t newCapacity) {
   slots = made;
   slotCount = n;
   capacity = newCapacity;
-  deleted = 0;
+  deleted = reach = 0;
   for (int32_t i = 0; i < oldCount; i++) {
     if (!IsEntry(old[i], i)) continue;
     int32_t slot = homeSlot(HashOf(KeyOf(old[i]), foldTable()));
-    for (collisions++; slots[slot].home >= 0; collisions++)
+    int32_t probes = 1;
+    for (; slots[slot].home >= 0; probes++)
       slot = slot + 1 == slotCount ? 0 : slot + 1;
     slots[slot] = old[i];
     slots[slot].home = slot;
+    noteProbes(probes);
   }
   delete[] old;
   return true;
@@ -136,8 +147,9 @@ void HASHTAB::compress() {
 // Sees to it that the next entry finds a slot soon.
 bool HASHTAB::makeRoom() {
   if (count >= capacity && !(flags & hashFixed)) {
-    const int32_t most = capacity > count ? capacity : count;
-    setCapacity(most > kMaxHashCapacity / 2 ? kMaxHashCapacity : most * 2);
+    int32_t n = capacity > count ? capacity : count;
+    n = n > kMaxHashCapacity / 2 ? kMaxHashCapacity : n * 2;
+    setCapacity(n < kMinCapacity ? kMinCapacity : n);
     return capacity > count;
   }
   // Marks of deleted entries lengthen every search as entries do. Failing is
@@ -152,7 +164,7 @@ void HASHTAB::clear() {
     if (IsEntry(slots[i], i)) clearKey(&slots[i]);
     slots[i].home = kHashFree;
   }
-  count = deleted = 0;
+  count = deleted = reach = 0;
   longestKey = 0;
 }
 
@@ -175,38 +187,36 @@ void HASHTAB::dataConvert(unsigned char* records, int32_t bytes, int32_t) {
 
 // ---- Search
 
-// The slot of the key, or -1. `reusable` gets the slot where it could be put,
-// or -1 when none is left; `looked` is raised by the number of slots seen.
-int32_t HASHTAB::search(TBLOCK key, uint32_t hash, int32_t* reusable,
-                        uint32_t* looked) const {
-  const unsigned char* const fold = foldTable();
-  const bool compare = !reusable || !(flags & hashDuplicates);
+int32_t HASHTAB::search(TBLOCK key, uint32_t hash) const {
   int32_t slot = homeSlot(hash);
-  int32_t found = -1;
-  int32_t usable = -1;
-  int32_t probes = 0;
-  for (; probes < slotCount; probes++) {
+  for (int32_t probes = 0; probes < reach; probes++) {
     const HASHKEY& entry = slots[slot];
-    if (entry.home < 0 && usable < 0) usable = slot;
-    if (entry.home == kHashFree || (usable >= 0 && !compare)) break;
-    if (compare && entry.home == slot && entry.length == key.length &&
-        KeyOf(entry).equals(key, fold)) {
-      found = slot;
-      break;
-    }
+    if (entry.home == kHashFree) break;
+    if (IsEntry(entry, slot) && entry.length == key.length &&
+        KeyOf(entry).equals(key, foldTable()))
+      return slot;
     slot = slot + 1 == slotCount ? 0 : slot + 1;
   }
-  if (reusable) *reusable = usable;
-  if (looked) *looked += static_cast<uint32_t>(probes) + 1;
-  return found;
+  return -1;
 }
 
+// A key that is looked up is not behind the first free slot, nor behind the
+// reach; a deleted slot on the way is the place for it only once it is known
+// not to be there.
 int32_t HASHTAB::insert(TBLOCK key, void* data) {
   if (key.empty()) return 0;
   if (!makeRoom()) return -1;
-  int32_t slot = -1;
-  if (search(key, HashOf(key, foldTable()), &slot, &collisions) >= 0) return -1;
-  if (slot < 0) return -1;
+  const uint32_t hash = HashOf(key, foldTable());
+  if (!(flags & hashDuplicates) && search(key, hash) >= 0) return -1;
+  int32_t slot = homeSlot(hash);
+  const int32_t most =
+      maxProbes > 0 && maxProbes < slotCount ? maxProbes : slotCount;
+  int32_t probes = 1;
+  for (; slots[slot].home >= 0; probes++) {
+    if (probes >= most) return -1;
+    slot = slot + 1 == slotCount ? 0 : slot + 1;
+  }
+  noteProbes(probes);
   if (slots[slot].home == kHashDeleted) deleted--;
   slots[slot] = HASHKEY{slot, key.length, key.pointer, data};
   count++;
@@ -216,7 +226,7 @@ int32_t HASHTAB::insert(TBLOCK key, void* data) {
 
 int32_t HASHTAB::findKey(TBLOCK key) const {
   if (key.empty() || count == 0 || key.length > longestKey) return -1;
-  return search(key, HashOf(key, foldTable()), nullptr, nullptr);
+  return search(key, HashOf(key, foldTable()));
 }
 
 int32_t HASHTAB::find(TBLOCK key, void*& data) const {
@@ -232,7 +242,7 @@ TBLOCK HASHTAB::longestMatch(TBLOCK text) const {
   TBLOCK prefix = text.head(longestKey);
   uint32_t hash = HashOf(prefix, foldTable());
   for (; prefix.length; prefix.length--) {
-    if (search(prefix, hash, nullptr, nullptr) >= 0) return prefix;
+    if (search(prefix, hash) >= 0) return prefix;
     const uint32_t last = foldTable()[prefix[prefix.length - 1]];
     hash = (hash - last) * kRadixInverse;
   }

@@ -45,6 +45,13 @@ enum : int32_t {
 // Entries that setCapacity accepts; more count as an allocation failure.
 const int32_t kMaxHashCapacity = 100000000;
 
+// HASHTAB::maxProbes for keys out of message text. Whoever writes the message
+// can make up keys that all want one slot, and the hash cannot be seeded, since
+// files depend on it; each such key would then cost a walk over all others.
+// With ordinary keys a table that grows never gets near this: measured at most
+// 288 in a million keys.
+const int32_t kHostileProbes = 1024;
+
 class HASHTAB {
  public:
   double multiplier;    // of the hash: the golden ratio
@@ -56,6 +63,7 @@ class HASHTAB {
   uint32_t collisions;  // statistics: slots that inserts have looked at
   int32_t flags;        // hash... bits
   int32_t recSize;      // bytes of a record; 0 when `data` is a plain word
+  int32_t maxProbes;    // slots that an insert may look at; 0: all of them
 
   // Allocates nothing for a capacity of 0.
   explicit HASHTAB(int32_t initial = 0, int32_t mode = hashExact);
@@ -79,7 +87,7 @@ class HASHTAB {
                            int32_t saving);
 
   // The slot of the new entry; -1 when the key is there already (unless
-  // hashDuplicates), when a fixed table has no slot left or memory is short;
+  // hashDuplicates), when no slot is left within maxProbes or memory is short;
   // 0, with nothing changed, for an empty key. An insert may grow the table
   // even if the key turns out to be there.
   int32_t insert(TBLOCK key, void* data);
@@ -110,10 +118,10 @@ class HASHTAB {
   void compress();
 
  protected:
-  // The fields below can be had from the slots. No key that was ever inserted
-  // is longer than longestKey.
+  // Where a search may end. No key in the table is longer than longestKey.
   uint32_t longestKey;
   int32_t deleted;  // slots marked kHashDeleted
+  int32_t reach;    // no entry is this many slots behind its home slot
 
   const unsigned char* foldTable() const;
   // The slot at which the search for a hash begins.
@@ -125,8 +133,8 @@ class HASHTAB {
   static HASHKEY* allocKeys(int32_t n);
   bool rebuild(int32_t newCapacity);
   bool makeRoom();
-  int32_t search(TBLOCK key, uint32_t hash, int32_t* reusable,
-                 uint32_t* looked) const;
+  void noteProbes(int32_t probes);
+  int32_t search(TBLOCK key, uint32_t hash) const;
 };
 
 #endif  // BASE_HASHTAB_H_

@@ -1,4 +1,4 @@
-// One-line dumps of parsed structures, for tests and `quaymarsh fields`. Text
+// One-line dumps of parsed structures, for tests and the command line. Text
 // of a message is escaped (see EscapeBytes), so that a dump is one line of
 // ASCII whatever the message holds, and two dumps can be compared by diff.
 
@@ -12,6 +12,7 @@
 class BLOCKMSG;
 class TCharset;
 struct BLOCKDATE;
+struct zr_regex;
 
 // Printable ASCII as it is, "\\" doubled, all else as \xHH.
 std::string EscapeBytes(TBLOCK text);
@@ -21,5 +22,10 @@ std::string DumpTree(const BLOCKMSG& message);
 std::string DumpDate(const BLOCKDATE& date);
 // Name, family and index, and every zone that was seen, with its count.
 std::string DumpZones(const TCharset& charset);
+
+// A pattern that compiled: its full or its reduced list, and its figures, with
+// "full/reduced" where the lists differ.
+std::string DumpRegexList(const zr_regex& regex, bool reduced);
+std::string DumpRegexFigures(const zr_regex& regex);
 
 #endif  // DUMP_DUMP_H_

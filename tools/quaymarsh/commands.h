@@ -28,6 +28,7 @@ enum ExitCode {
 void AddScanCommand(CLI::App& app, int* exitCode);
 void AddFieldsCommand(CLI::App& app, int* exitCode);
 void AddDecodeCommand(CLI::App& app, int* exitCode);
+void AddRegexCommand(CLI::App& app, int* exitCode);
 
 // Writes "quaymarsh: NAME: WHAT" to stderr; an empty name is left out.
 void PrintError(const std::string& name, const std::string& what);

@@ -79,6 +79,7 @@ int Run(int argc, char** argv) {
   AddScanCommand(app, &exitCode);
   AddFieldsCommand(app, &exitCode);
   AddDecodeCommand(app, &exitCode);
+  AddRegexCommand(app, &exitCode);
   if (argc < 2) {
     fputs(app.help().c_str(), stderr);
     return kExitUsage;

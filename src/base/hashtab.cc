@@ -45,6 +45,14 @@ TBLOCK KeyOf(const HASHKEY& entry) {
   return TBLOCK(entry.key, entry.length);
 }
 
+// From the end, where keys such as names with a number differ.
+bool HoldsKey(const HASHKEY& entry, TBLOCK key, const unsigned char* fold) {
+  if (entry.length != key.length) return false;
+  for (uint32_t i = key.length; i-- > 0;)
+    if (fold[entry.key[i]] != fold[key[i]]) return false;
+  return true;
+}
+
 }  // namespace
 
 HASHTAB::HASHTAB(int32_t initial, int32_t mode)
@@ -188,13 +196,12 @@ void HASHTAB::dataConvert(unsigned char* records, int32_t bytes, int32_t) {
 // ---- Search
 
 int32_t HASHTAB::search(TBLOCK key, uint32_t hash) const {
+  const unsigned char* const fold = foldTable();
   int32_t slot = homeSlot(hash);
   for (int32_t probes = 0; probes < reach; probes++) {
     const HASHKEY& entry = slots[slot];
     if (entry.home == kHashFree) break;
-    if (IsEntry(entry, slot) && entry.length == key.length &&
-        KeyOf(entry).equals(key, foldTable()))
-      return slot;
+    if (IsEntry(entry, slot) && HoldsKey(entry, key, fold)) return slot;
     slot = slot + 1 == slotCount ? 0 : slot + 1;
   }
   return -1;
@@ -273,7 +280,7 @@ int32_t HASHTAB::nextSame(int32_t& slot) const {
   for (int32_t at = start;;) {
     at = at + 1 == slotCount ? 0 : at + 1;
     if (at == home || slots[at].home == kHashFree) return -1;
-    if (IsEntry(slots[at], at) && KeyOf(slots[at]).equals(key, foldTable()))
+    if (IsEntry(slots[at], at) && HoldsKey(slots[at], key, foldTable()))
       return slot = at;
   }
 }

@@ -48,8 +48,8 @@ const int32_t kMaxHashCapacity = 100000000;
 // HASHTAB::maxProbes for keys out of message text. Whoever writes the message
 // can make up keys that all want one slot, and the hash cannot be seeded, since
 // files depend on it; each such key would then cost a walk over all others.
-// With ordinary keys a table that grows never gets near this: measured at most
-// 288 in a million keys.
+// With ordinary keys a table that grows never gets near this: at most 258 in a
+// million numbers, digests, addresses or words.
 const int32_t kHostileProbes = 1024;
 
 class HASHTAB {
@@ -113,6 +113,13 @@ class HASHTAB {
   // 1, or 0 where no entry is.
   int setData(int32_t slot, unsigned char* data);
   int deleteEntry(int32_t slot);
+  // A new block (delete it) with the image of the table, see hash_file.h; null
+  // when memory is short or the image would be too large. With recBytes > 0
+  // each `data` points at a record of that size, or is null for one of zeros;
+  // else it is a word, of which 32 bits are saved. `swapped` asks for the
+  // other byte order.
+  BLOCK* save4File(int32_t recBytes, int32_t swapped);
+
   // Gives up the marks of deleted entries and, unless hashFixed, spare room.
   // Changes nothing when memory is short.
   void compress();
@@ -126,11 +133,12 @@ class HASHTAB {
   const unsigned char* foldTable() const;
   // The slot at which the search for a hash begins.
   int32_t homeSlot(uint32_t hash) const;
+  // n free slots, or null.
+  static HASHKEY* allocKeys(int32_t n);
   // Frees the slots: an empty table with a capacity of 0.
   void dropSlots();
 
  private:
-  static HASHKEY* allocKeys(int32_t n);
   bool rebuild(int32_t newCapacity);
   bool makeRoom();
   void noteProbes(int32_t probes);

@@ -317,7 +317,7 @@ static uint8_t EscapedByte(Parser* p, uint8_t c) {
   if (c != 'x') return c;
   const uint8_t high = HexValue(ByteAt(*p, p->at));
   const uint8_t low = HexValue(ByteAt(*p, p->at + 1));
-  p->at = p->length - p->at < 2 ? p->length : p->at + 2;
+  p->at += 2;  // behind the end, when digits are missing
   return static_cast<uint8_t>(high * 16 + low);
 }
 

@@ -74,12 +74,6 @@ static bool OpensAlternative(const zr_node& node) {
          node.opcode == ZR_ALT;
 }
 
-// Whether an element stands here that may be left out. The `min` of what ends
-// an alternative is another matter.
-static bool IsOptional(const zr_node& node) {
-  return node.min == 0 && node.opcode != ZR_ALT && node.opcode != ZR_CLOSE;
-}
-
 // Copies the element at `first` up to `end`, once more than its minimum.
 static int CopyRaised(const zr_list& from, uint32_t first, uint32_t end,
                       zr_list* to) {
@@ -108,8 +102,9 @@ static int SplitAlternative(const zr_list& from, uint32_t first, uint32_t last,
   return code;
 }
 
-// One pass over the list. What was split is copied without a second look: the
-// next pass sees it.
+// One pass over the list. Behind an opener, only an element can have the
+// minimum 0: a group around it that may be left out was split before. What was
+// split is copied without a second look: the next pass sees it.
 static int RewritePass(zr_list* from, zr_list* to, bool* changed) {
   MarkStarts(from);
   uint32_t i = 0;
@@ -118,7 +113,7 @@ static int RewritePass(zr_list* from, zr_list* to, bool* changed) {
     int code = CopyNode(*from, i, to);
     ++i;
     if (code == ZR_OK && OpensAlternative(node) &&
-        from->groups[node.a].skip != 0 && IsOptional(from->nodes[i])) {
+        from->groups[node.a].skip != 0 && from->nodes[i].min == 0) {
       const uint32_t last = from->groups[node.a].last;
       code = SplitAlternative(*from, i, last, to);
       i = last;
@@ -263,7 +258,7 @@ static bool WalkStarts(const zr_node* nodes, zr_group* groups, bool set) {
     if (opcode == ZR_CASEON || opcode == ZR_CASEOFF || opcode == ZR_EOS) {
       return false;
     }
-    if (IsOptional(node)) return false;
+    if (node.min == 0) return false;
     if (opcode == ZR_OPEN) {
       record = node.a;
       continue;

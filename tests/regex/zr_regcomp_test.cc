@@ -70,6 +70,9 @@ TEST(ZrRegcomp, BytesAndClasses) {
        "[10!] 'be.' lf cr tab word notword space notspace", nullptr},
       {"\\x41\\x4\\x", 0, 3, 1, "[3!] 'A@x'", nullptr},
       {"\\xZZa\\x", 0, 3, 1, "[3!] '\\x00a\\x00'", nullptr},
+      {"\\x\xc1"
+       "1",
+       0, 1, 1, "[1!] '\\x01'", nullptr},
       {"\\x6", 0, 1, 1, "[1!] '`'", nullptr},
       {"a\xe9\xf7\xff", 1, 4, 1, "[4!] 'A\\xC9\\xF7\\xFF'", nullptr},
       // Classes and what they come down to.
@@ -101,6 +104,7 @@ TEST(ZrRegcomp, JoiningAndCounting) {
   static const ListRow kRows[] = {
       {"abc*", 0, 2, 1, "[2!] 'ab' 'c'{0,}", nullptr},
       {"a+a", 0, 2, 1, "[2!] 'a'{2,}", nullptr},
+      {"xa+aa*", 0, 3, 1, "[3!] 'x' 'a'{2,}", nullptr},
       {"aa*aa", 0, 3, 1, "[3!] 'a'{1,} 'aa'", nullptr},
       {"x\\d+\\d{2}.*.", 0, 5, 1, "[5!] 'x' digit{3,} any{1,}", nullptr},
       {"[a-z][a-z][^b][^b][ab][ab]", 0, 6, 0,
@@ -117,9 +121,9 @@ TEST(ZrRegcomp, JoiningAndCounting) {
       {"xa{1,2}{2}", 0, 3, 1, "[3!] 'x' 'a'{2}", nullptr},
       {"xa{3,5}{2,4}?b", 0, 6, 1, "[6!] 'x' 'a'{4,8}? 'b'", nullptr},
       {"xa+*xb+{0,2}", 0, 2, 1, "[2!] 'x' 'a'{0,} 'x' 'b'{0,}", nullptr},
-      {"xa{}b{,3}c{2,0}d{,}", 0, 3, 1,
-       "[3!] 'x' 'a'{0} 'b'{0,3} 'c'{2,} 'd'{0,}", nullptr},
-      {"xa**", 0, 0xFFFFFFFF, 1, "[4294967295!] 'x' 'a'{never,}", nullptr},
+      {"xa{}b{,3}c{2,0}d{,}e{2,2}", 0, 5, 1,
+       "[5!] 'x' 'a'{0} 'b'{0,3} 'c'{2,} 'd'{0,} 'e'{2}", nullptr},
+      {"xa***", 0, 0xFFFFFFFF, 1, "[4294967295!] 'x' 'a'{never,}", nullptr},
       {"xa**{5}a", 0, 0xFFFFFFFF, 1, "[4294967295!] 'x' 'a'{never,}", nullptr},
       {"xa?{0,1}", 0, 0xFFFFFFFF, 1, "[4294967295!] 'x' 'a'{never,1}", nullptr},
       {"xa{4294967296}", 0, 0xFFFFFFFF, 1, "[4294967295!] 'x' 'a'{never,}",
@@ -138,6 +142,7 @@ TEST(ZrRegcomp, AlternativesAndAnchors) {
       {"|", 0, 0, 0, "[0!] |[0!]", nullptr},
       {"^", 0, 0, 0, "[0!] ^", nullptr},
       {"^ab", 0, 2, 2, "[2!] ^ 'ab'", nullptr},
+      {"^ab$", 0, 2, 2, "[2!] ^ 'ab' $3", nullptr},
       {"^ab|c", 0, 1, 0, "[2!] ^ 'ab' |[1!] 'c'", nullptr},
       {"^(ab)", 0, 2, 0, "[2!] ^ (1[2] 'ab' )", "[2!] ^ 'ab'"},
       // Literals by length; a swap throws one of equal length behind another.
@@ -199,6 +204,10 @@ TEST(ZrRegcomp, OptionalStartsAndReducedLists) {
        "(4[0] 'de' ){0,1}?",
        "[2!] 'x' (1[0] 'a'{1,} ){0,1} (2[0] 'b'{2} ){0,}? 'c'{1,}? "
        "'de'{0,1}?"},
+      {"x(|)", 0, 1, 1, "[1!] 'x' (1[0] |[0] )", nullptr},
+      {"x(ab){3000000000}", 0, 0xFFFFFFFF, 1,
+       "[4294967295!] 'x' (1[2] 'ab' ){3000000000}",
+       "[4294967295!] 'x' 'ab'{3000000000}"},
       {"x((a|b))+", 0, 2, 1, "[2!] 'x' (1[1] <2[1] 'a' |[1] 'b' > ){1,}",
        "[2!] 'x' (1[1] <2[1] 'a' |[1] 'b' > ){1,}"},
       {"(?:x)(a)\\1", 0, 2, 0, "[2!] (?:1[1!] 'x' ) (2[1] 'a' ) \\1",
@@ -243,7 +252,7 @@ TEST(ZrRegcomp, ErrorsTellWhatWasUnderstood) {
         {"a(?i)+", "a(?i)"}}},
       {3,
        "Utilisation illegale de l'operateur intervalle",
-       {{"[az-a]", ""}, {"x[a-z-9]", "x"}, {"[\\d-z]", ""}, {"[\\n-z]", ""}}},
+       {{"[az-a]", ""}, {"x[a-z-9]", "x"}, {"[a\\d-z]", ""}, {"[\\n-z]", ""}}},
       {4, "Caractere d'echappement invalide", {{"a\\", "a"}, {"[\\", ""}}},
       {5,
        "Reference arriere invalide",

@@ -1,0 +1,192 @@
+// Slots worked out elsewhere, and tables held against maps of the standard
+// library.
+
+#include "base/hashtab.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+
+#include "base/heap_text.h"
+
+namespace {
+
+// The slot of a key in a table that has no other.
+int32_t SlotOf(HASHTAB& table, const std::string& key) {
+  const HeapText text(key);
+  const int32_t slot = table.insert(text.view(), nullptr);
+  EXPECT_EQ(1, table.deleteEntry(slot));
+  return slot;
+}
+
+TEST(HashTabTest, SlotsAreThoseOfExactDoubles) {
+  const struct {
+    const char* key;
+    int32_t slots[3];  // for capacities of 32, 1024 and 100,000
+  } rows[] = {
+      {"a", {39, 1216, 118663}},
+      {"www.example.com", {31, 955, 93223}},
+      {"The quick brown fox", {35, 1102, 107528}},
+      {"\xFF\xFE\x80", {12, 382, 37242}},
+      {"eada2hw", {31, 959, -1}},  // the hash is the most negative number
+      {"k14", {0, -1, -1}},        // 40.795, which rounds to the end
+      {"k1424", {-1, 0, -1}},
+      {"k842036", {-1, -1, 0}},
+  };
+  const int32_t capacities[] = {32, 1024, 100000};
+  for (int i = 0; i < 3; i++) {
+    HASHTAB table(capacities[i]);
+    for (const auto& row : rows) {
+      if (row.slots[i] < 0) continue;
+      EXPECT_EQ(row.slots[i], SlotOf(table, row.key)) << row.key;
+    }
+  }
+  // 29 of these would go elsewhere if products were not rounded to doubles.
+  HASHTAB table(100000);
+  uint32_t sum = 0;
+  for (uint32_t i = 0; i < 10000; i++) {
+    const int32_t slot = SlotOf(table, "k" + std::to_string(i));
+    sum += static_cast<uint32_t>(slot) * (i + 1);
+  }
+  EXPECT_EQ(0x75C8E84Bu, sum);
+}
+
+TEST(HashTabTest, SizesAndRefusals) {
+  const HeapText key("key"), other("other");
+  void* data = &data;
+  HASHTAB table;
+  EXPECT_EQ(-1, table.find(key.view(), data));
+  EXPECT_EQ(&data, data);
+  EXPECT_EQ(0, table.insert(TBLOCK(), nullptr));
+  EXPECT_EQ(0, table.insert(TBLOCK(key.view().pointer, 0), nullptr));
+  EXPECT_EQ(0, table.slotCount);
+  EXPECT_LE(0, table.insert(key.view(), nullptr));
+  const int32_t sizes[][3] = {{5, 32, 41},   {33, 33, 42},  {100, 100, 126},
+                              {1, 100, 126}, {0, 100, 126}, {-1, 100, 126},
+                              {2, 32, 41}};
+  for (const auto& row : sizes) {
+    table.setCapacity(row[0]);
+    EXPECT_EQ(row[1], table.capacity);
+    EXPECT_EQ(row[2], table.slotCount);
+    EXPECT_LE(0, table.findKey(key.view()));
+  }
+  for (int32_t slot : {-2, -1, 41, INT32_MAX, INT32_MIN}) {
+    EXPECT_EQ(0, table.deleteEntry(slot));
+    EXPECT_TRUE(table.getBlock(slot).empty());
+    int32_t at = slot;
+    EXPECT_EQ(-1, table.nextSame(at));
+  }
+  table.setCapacity(INT32_MAX);
+  EXPECT_EQ(0, table.slotCount + table.capacity + table.count);
+  EXPECT_EQ(-1, table.findKey(key.view()));
+  EXPECT_LE(0, table.insert(other.view(), nullptr));
+
+  // A fixed table takes what it has slots for, and every search still ends.
+  HASHTAB fixed(32, hashFixed);
+  std::vector<std::string> keys;
+  for (int i = 0; i < 50; i++) keys.push_back("n" + std::to_string(i));
+  for (int i = 0; i < 50; i++)
+    EXPECT_EQ(i < 41, fixed.insert(TBLOCK(keys[i].c_str()), nullptr) >= 0);
+  EXPECT_EQ(-1, fixed.findKey(key.view()));
+  EXPECT_EQ(1, fixed.deleteEntry(fixed.findKey(TBLOCK(keys[7].c_str()))));
+  EXPECT_EQ(-1, fixed.insert(TBLOCK(keys[40].c_str()), nullptr));
+  EXPECT_LE(0, fixed.insert(key.view(), nullptr));
+  EXPECT_EQ(41, fixed.count);
+}
+
+// Short keys of few letters, so that they often are there already; slots are
+// given back all the time.
+TEST(HashTabTest, AgreesWithMaps) {
+  const unsigned char* const folds[] = {
+      TBLOCK::NoConvTable, TBLOCK::UpperToLower, TBLOCK::AsciiConvTable,
+      TBLOCK::AsciiLowerTable};
+  for (int32_t mode = 0; mode < 16; mode++) {
+    HASHTAB table(mode & hashFixed ? 4000 : 0, mode);
+    std::multimap<std::string, std::string*> model;
+    std::vector<std::string> texts(20000);
+    Numbers numbers(static_cast<uint32_t>(mode));
+    for (std::string& text : texts) {
+      for (uint32_t n = 1 + numbers.Below(5); n > 0; n--)
+        text += "aAbB\xE9\xC9"[numbers.Below(6)];
+      std::string folded = text;
+      for (char& c : folded)
+        c = static_cast<char>(folds[mode & 3][static_cast<unsigned char>(c)]);
+      const TBLOCK key(text.data(), static_cast<uint32_t>(text.size()));
+      if (numbers.Below(2)) {
+        const bool taken = (mode & hashDuplicates) || !model.count(folded);
+        const bool room = !(mode & hashFixed) || table.count < table.slotCount;
+        const int32_t slot = table.insert(key, &text);
+        ASSERT_EQ(taken && room, slot >= 0) << mode;
+        if (slot >= 0) model.emplace(folded, &text);
+      } else {
+        void* data = nullptr;
+        int32_t slot = table.find(key, data);
+        ASSERT_EQ(model.count(folded) > 0, slot >= 0) << mode;
+        std::set<void*> same, expected;
+        const auto range = model.equal_range(folded);
+        for (auto it = range.first; it != range.second; ++it)
+          expected.insert(it->second);
+        for (int32_t at = slot; at >= 0; table.nextSame(at))
+          same.insert(table.getData(at));
+        ASSERT_EQ(expected, same) << mode;
+        for (auto it = range.first; it != range.second; ++it)
+          if (it->second == data) {
+            model.erase(it);
+            break;
+          }
+        ASSERT_EQ(slot >= 0, table.deleteEntry(slot));
+      }
+      if (numbers.Below(5000) == 0) table.compress();
+    }
+    int32_t walked = 0;
+    for (int32_t at = table.first(); at >= 0; table.next(at)) walked++;
+    ASSERT_EQ(static_cast<int32_t>(model.size()), walked);
+    ASSERT_EQ(walked, table.count);
+    table.clear();
+    ASSERT_EQ(-1, table.first());
+  }
+}
+
+TEST(HashTabTest, LongestMatch) {
+  HASHTAB table(0, hashUpperLower);
+  const char* const keys[] = {"a", "abc", "abcde", "b\xFFx", "zzzzzzzz"};
+  for (const char* key : keys) table.insert(TBLOCK(key), nullptr);
+  const char* const rows[][2] = {{"", ""},        {"x", ""},
+                                 {"A", "A"},      {"ab", "a"},
+                                 {"aBCd", "aBC"}, {"abcdefghijk", "abcde"},
+                                 {"b\xFF", ""},   {"B\xFFX!", "B\xFFX"},
+                                 {"zzzzzzz", ""}, {"cabc", ""}};
+  for (const auto& row : rows) {
+    const HeapText text(row[0]);
+    const TBLOCK found = table.longestMatch(text.view());
+    EXPECT_EQ(row[1], Str(found)) << row[0];
+    EXPECT_TRUE(found.empty() || found.pointer == text.view().pointer);
+  }
+  EXPECT_TRUE(HASHTAB().longestMatch(TBLOCK("a")).empty());
+}
+
+// Words whose home slots are close together, whatever the size of the table.
+TEST(HashTabTest, BoundedProbesStopCollidingKeys) {
+  HASHTAB probe(100000);
+  std::vector<std::string> keys;
+  std::string key;
+  for (uint32_t i = 0; keys.size() < 3000; i++) {
+    NthText(i, 6, "abcdefghijklmnopqrstuvwxyz", key);
+    const int32_t slot = SlotOf(probe, key);
+    if (slot >= 60000 && slot < 60800) keys.push_back(key);
+  }
+  HASHTAB table;
+  table.maxProbes = kHostileProbes;
+  for (const std::string& text : keys)
+    table.insert(TBLOCK(text.c_str()), nullptr);
+  EXPECT_GT(kHostileProbes + 20, table.count);
+  EXPECT_LT(1000, table.count);
+  EXPECT_GT(2000000u, table.collisions);
+  int32_t found = 0;
+  for (const std::string& text : keys)
+    found += table.findKey(TBLOCK(text.c_str())) >= 0;
+  EXPECT_EQ(table.count, found);
+}
+
+}  // namespace

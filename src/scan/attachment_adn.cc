@@ -5,6 +5,8 @@
 //
 // Entry: TQMMSG::getAdnFromAttach. Tested by attachment_adn_test.cc.
 
+#include "regex/regex.h"
+#include "regex/regex_pool.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -135,17 +137,10 @@ TBLOCK NextWord(TBLOCK& rest) {
   return word;
 }
 
-// Whether the text matches "^([0-9]+) [0-9]+ obj".
-bool IsPdfObject(TBLOCK text) {
-  text.cut(kPdfHeadBytes);
-  uint32_t at = 0;
-  for (int number = 0; number < 2; number++) {
-    const uint32_t digits = CountBytes(text, at, bitDigit);
-    at += digits;
-    if (digits == 0 || at >= text.length || text[at] != ' ') return false;
-    at++;
-  }
-  return text.from(at).begins(TBLOCK("obj"), TBLOCK::NoConvTable);
+// Whether an object begins here. The pattern is asked only where it has a
+// chance, and never about the whole rest of the file.
+bool IsPdfObject(REGEX& head, TBLOCK text) {
+  return TBLOCK::Is(text[0], bitDigit) && head.match(text.head(kPdfHeadBytes));
 }
 
 // Appends the capitals of a name, or its first letters when it has no two.
@@ -184,7 +179,7 @@ void AddPdfObject(TBLOCK object, STR& out) {
 }
 
 // Appends the fingerprint of a PDF's bytes.
-void AddPdfAdn(TBLOCK rest, STR& out) {
+void AddPdfAdn(TBLOCK rest, REGEXPOOL* pool, STR& out) {
   const TBLOCK signature("%PDF-1.");
   const TBLOCK end("endobj");
   if (!rest.begins(signature)) {
@@ -194,12 +189,14 @@ void AddPdfAdn(TBLOCK rest, STR& out) {
   rest.skip(signature.length);
   rest.trimLeft();
   TBLOCK version = NextWord(rest);
+  // A NUL would hide what follows in the list.
   const int32_t nul = version.findByte(0);
   if (nul >= 0) version.cut(static_cast<uint32_t>(nul));
   out += "PDF:";
   out += version;
+  REGEX head(REGEXPOOL::_PDF_STUFF, pool);
   for (rest.trimLeft(); !rest.empty(); rest.trimLeft()) {
-    if (!IsPdfObject(rest)) {
+    if (!IsPdfObject(head, rest)) {
       NextWord(rest);
       continue;
     }
@@ -241,7 +238,7 @@ const char* TQMMSG::getAdnFromAttach(BLOCKPART* part, STR& out) {
     if (part->rawLength < kPdfExploitLimit && HasPdfExploit(*part))
       out = "PDF:Exploit";
     else
-      AddPdfAdn(part->decodeContent(), out);
+      AddPdfAdn(part->decodeContent(), pool, out);
   }
   return out.c_str();
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "base/heap_text.h"
+#include "regex/regex_pool.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -10,7 +11,10 @@ namespace {
 // A `rawLength` of 0 stands for the text's own.
 std::string Adn(int32_t kind, const std::string& bytes, uint32_t rawLength = 0,
                 uint32_t flags = pfDecoded) {
-  static TQMMSG scan(nullptr, nullptr, nullptr, 0, 0);
+  static REGEXPOOL pool;
+  int error;
+  pool.addCompiledRegex(TBLOCK(REGEXPOOL::_PDF_STUFF), error);
+  static TQMMSG scan(&pool, nullptr, nullptr, 0, 0);
   const HeapText text(bytes);
   BLOCKPART part;
   part.attachKind = kind;

@@ -94,6 +94,7 @@ void BLOCKPART::parseMultiPartType() {
 
 int32_t BLOCKPART::parseMultiPart() {
   parseMultiPartType();
+  // One without a body stays a multipart, on purpose.
   if (content.empty() || boundary.empty() || !root) return 0;
   if (content.begins("This is a multi-part message in MIME format"))
     root->flags |= pfMimePreamble;

@@ -123,7 +123,7 @@ int BLOCKMSG::parseFromFile(const char* path) {
 
 void BLOCKMSG::parsePart() {
   // A second run would list every leaf twice.
-  if (flags & pfParsed) return;
+  if (contentTypes.count() > 0) return;
   BLOCKPART::parsePart();
   if (contentClass != ccMultipart)
     parts.insert(static_cast<BLOCKPART*>(this), 1);

@@ -210,7 +210,7 @@ class BLOCKMSG : public BLOCKPART, public OLISTGURU {
   // Builds the tree, chooses the bodies and decodes them; once, until `clear`.
   void parsePart();
   // Reads the file into fileBuffer and parses it. 1, or 0 when it cannot be
-  // read.
+  // read or is empty.
   int parseFromFile(const char* path);
   // Chooses textPart and htmlPart among `parts`, and decodes both. Called by
   // parsePart.

@@ -88,8 +88,7 @@ static void SetMask(Walker* w, uint8_t mask) {
 }
 
 static bool Fits(const Walker* w, const zr_place& place, uint8_t byte) {
-  if (place.set == ZR_NONE) return (byte | place.loose) == place.value;
-  return zr_set_has(w->preg->search->sets[place.set], byte);
+  return zr_place_fits(place, w->preg->search->sets, byte);
 }
 
 // How many bytes from `text` on fit, at most `limit`.
@@ -272,8 +271,6 @@ static bool FirstFits(const Walker* w, uint32_t first, uint32_t position) {
     case ZR_CLOSE:
     case ZR_END:
       return true;  // an empty alternative begins anywhere
-    case ZR_BOS:
-      return position == 0;
     case ZR_BACKREF:
       return false;  // nothing can be captured yet
     default:
@@ -283,12 +280,35 @@ static bool FirstFits(const Walker* w, uint32_t first, uint32_t position) {
 }
 
 // The first offset from `from` on at which the alternative's first element
-// matches once, never the text's end; ZR_NONE if there is none.
+// matches once, never the text's end; ZR_NONE if there is none. Offsets at
+// which the alternative cannot match may be left out.
 static uint32_t Scan(const Walker* w, uint32_t record, uint32_t from) {
+  const zr_search* search = w->preg->search;
+  const uint32_t window = w->plan->starts[record];
+  if (window != ZR_NONE)
+    return zr_window_find(search->windows[window], search->sets, w->text,
+                          w->length, from);
   const uint32_t first = w->groups[record].first + 1;
+  if (w->nodes[first].opcode == ZR_BOS) return from == 0 ? 0 : ZR_NONE;
   for (uint32_t i = from; i < w->length; i++)
     if (FirstFits(w, first, i)) return i;
   return ZR_NONE;
+}
+
+// Where to scan on after a failure. When the alternative begins with a greedy
+// element without a maximum, a start within the same run could only go on
+// from places that have been tried; unless text captured earlier counts.
+static uint32_t NextStart(const Walker* w, uint32_t record) {
+  const uint32_t first = w->groups[record].first + 1;
+  const zr_node& node = w->nodes[first];
+  const uint32_t next = w->position + 1;
+  if (next >= w->length || !zr_is_byte(node.opcode) ||
+      node.max != ZR_UNBOUNDED || node.lazy || w->preg->hasBackref ||
+      w->preg->search->faithful ||
+      !Fits(w, w->places[first], w->text[w->position]))
+    return next;
+  return next +
+         RunLength(w, w->places[first], w->text + next, w->length - next);
 }
 
 // All enclosing groups begin where the alternative begins.
@@ -376,7 +396,7 @@ static Way BackAlternative(Walker* w) {
   w->record = record;
   if (group.skip && w->closed == 0) {
     if (Scans(w, record)) {
-      const uint32_t found = Scan(w, record, w->position + 1);
+      const uint32_t found = Scan(w, record, NextStart(w, record));
       if (found != ZR_NONE) {
         MoveStart(w, record, found);
         w->node = opener + 1;
@@ -584,10 +604,12 @@ static uint8_t FoldAtStart(const zr_regex* preg, uint8_t byte) {
   return byte & (zr_MaskTable[byte] | preg->caseMask);
 }
 
-// Whether there is a place to begin: finds the search base.
+// Whether there is a place to begin. Windows, where there are any, know better
+// than the first byte.
 static bool FindBase(Walker* w) {
   const zr_regex* preg = w->preg;
-  if (preg->startKind == 1) {
+  const zr_search* search = preg->search;
+  if (preg->startKind == 1 && search->faithful) {
     const uint8_t wanted = preg->pool[preg->nodes[1].a];
     while (w->base < w->length && FoldAtStart(preg, w->text[w->base]) != wanted)
       ++w->base;
@@ -597,6 +619,20 @@ static bool FindBase(Walker* w) {
     if (FoldAtStart(preg, w->text[0]) != wanted) return false;
   }
   return w->length - w->base >= preg->minLength;
+}
+
+// Whether the text holds one of the windows that every match has.
+static bool IsCovered(Walker* w) {
+  const zr_search* search = w->preg->search;
+  if (search->coverCount == 0) return true;
+  for (uint32_t i = 0; i < search->coverCount; i++) {
+    const uint32_t found =
+        zr_window_find(search->windows[i], search->sets, w->text, w->length, 0);
+    if (found == ZR_NONE) continue;
+    if (search->coverLeads && found > w->base) w->base = found;
+    return true;
+  }
+  return false;
 }
 
 // Tests one repetition of the element `index` in front of `*end`.
@@ -630,7 +666,6 @@ static bool EndsWithLiteral(const Walker* w, uint32_t open, uint32_t* end) {
 // backwards and without a second try. kForward: the walk has to tell.
 static Way CheckTail(Walker* w, bool capturing) {
   uint32_t i = w->nodeCount - 2;
-  if (w->nodes[i].opcode != ZR_EOS) return kForward;
   const uint32_t count = w->nodes[i].a;
   if (w->preg->caseNodes) SetMask(w, static_cast<uint8_t>(w->nodes[i].b));
   uint32_t end = w->length;
@@ -680,40 +715,56 @@ static void ChooseList(Walker* w, const zr_regex* preg, bool full) {
   w->groupCount = full ? preg->groupCount : preg->fastGroupCount;
 }
 
-// Walks with slots in place. `capturing`: results are wanted.
-static Way MatchWithSlots(Walker* w, uint32_t nmatch, zr_pair* pmatch) {
+// The stack is here, in a frame that rejected subjects do not pay for.
+static __attribute__((noinline)) Way WalkWithCells(Walker* w) {
   uint32_t cells[kLocalCells];
-  const bool capturing = nmatch != 0 && pmatch != nullptr;
+  w->cells = cells;
+  w->capacity = kLocalCells;
+  SetMask(w, w->preg->caseMask);
   ClearSlots(w);
-  w->slots[0].start = w->slots[0].end = w->position = w->base;
-  Way way = kMatched;
-  if (w->length != 0) {
-    way = CheckTail(w, capturing);
-    if (way == kForward) {
-      SetMask(w, w->preg->caseMask);
-      w->cells = cells;
-      w->capacity = kLocalCells;
-      way = Walk(w);
-      w->slots[0].end = w->position;
-      free(w->heapCells);
-    }
+  w->slots[0].start = w->position = w->base;
+  const Way way = Walk(w);
+  w->slots[0].end = w->position;
+  free(w->heapCells);
+  return way;
+}
+
+static __attribute__((noinline)) Way MatchWithSlots(Walker* w, bool walk,
+                                                    uint32_t nmatch,
+                                                    zr_pair* pmatch) {
+  Slot local[kLocalSlots];
+  Slot* memory = nullptr;
+  w->slots = local;
+  if (w->plan->slotCount > kLocalSlots) {
+    memory = static_cast<Slot*>(malloc(w->plan->slotCount * sizeof(Slot)));
+    if (!memory) return kExhausted;
+    w->slots = memory;
   }
-  if (way == kMatched && capturing) FillPairs(w, nmatch, pmatch);
+  Way way = kMatched;
+  if (walk) {
+    way = WalkWithCells(w);
+  } else {
+    ClearSlots(w);
+    w->slots[0].start = w->slots[0].end = 0;
+  }
+  if (way == kMatched && nmatch != 0 && pmatch) FillPairs(w, nmatch, pmatch);
+  free(memory);
   return way;
 }
 
 static Way MatchAll(Walker* w, uint32_t nmatch, zr_pair* pmatch) {
-  if (w->length == 0 ? w->preg->minLength != 0 : !FindBase(w)) return kFailed;
-  Slot slots[kLocalSlots];
-  w->slots = slots;
-  if (w->plan->slotCount <= kLocalSlots)
-    return MatchWithSlots(w, nmatch, pmatch);
-  void* memory = malloc(w->plan->slotCount * sizeof(Slot));
-  if (!memory) return kExhausted;
-  w->slots = static_cast<Slot*>(memory);
-  const Way way = MatchWithSlots(w, nmatch, pmatch);
-  free(memory);
-  return way;
+  const bool capturing = nmatch != 0 && pmatch;
+  if (w->length == 0) {
+    if (w->preg->minLength != 0) return kFailed;
+    return capturing ? MatchWithSlots(w, false, nmatch, pmatch) : kMatched;
+  }
+  if (!FindBase(w)) return kFailed;
+  if (w->plan->hasTail) {
+    const Way way = CheckTail(w, capturing);
+    if (way != kForward) return way;
+  }
+  if (!IsCovered(w)) return kFailed;
+  return MatchWithSlots(w, true, nmatch, pmatch);
 }
 
 // For a record whose compilation left nothing derived: derives it for this

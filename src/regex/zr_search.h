@@ -1,5 +1,6 @@
 // What the matcher works out of a compiled record once, so that it need not
-// again for every subject: the byte set of every node.
+// again for every subject: the byte set of every node, windows that every
+// matching subject must hold, and those that an alternative begins with.
 //
 // Only zr_regcomp_len (zr_search_build as its last act), zr_regfree
 // (zr_search_free) and the matcher include this.
@@ -8,27 +9,18 @@
 #define REGEX_ZR_SEARCH_H_
 
 #include "regex/zr_regex.h"
-
-// A set of bytes: byte c is in when bit c % 32 of bits[c / 32] is set.
-struct zr_set {
-  uint32_t bits[8];
-};
-
-// What may stand in one place of a subject. Without a set (ZR_NONE) the bytes
-// for which (byte | loose) == value: loose 0 is one byte, 0x20 a letter of
-// either case.
-struct zr_place {
-  uint32_t set;  // index into zr_search::sets, or ZR_NONE
-  uint8_t loose;
-  uint8_t value;
-};
+#include "regex/zr_window.h"
 
 // Derived from one of the two node lists.
 struct zr_plan {
   // What each one-byte node matches once: places[0] under case mask 0xFF,
   // places[1] under 0xDF. Null for a mask that is never in force. Owned.
   zr_place* places[2];
+  // By group record: the window at the start of an alternative that is
+  // searched for, an index into zr_search::windows, or ZR_NONE. Owned.
+  uint32_t* starts;
   uint32_t slotCount;  // capture slots that its groups use
+  uint32_t hasTail;    // 1: there is a tail to check before anything else
 };
 
 struct zr_search {
@@ -37,6 +29,16 @@ struct zr_search {
   zr_set* sets;  // owned
   uint32_t setCount;
   uint32_t setCapacity;
+  zr_window* windows;  // owned
+  uint32_t windowCount;
+  uint32_t windowCapacity;
+  // windows[0..coverCount): every match holds at least one. 0: not known.
+  uint32_t coverCount;
+  // 1: no match begins before the first place that windows[0] fits.
+  uint32_t coverLeads;
+  // 1: a match call may give up (answer 10 or 11) for a reason that callers
+  // are to see, so nothing is rejected and no attempt left out.
+  uint32_t faithful;
 };
 
 // Fills preg->search from the finished lists: ZR_OK, or ZR_NOMEMORY.
@@ -45,8 +47,31 @@ int zr_search_build(zr_regex* preg);
 // Null is accepted.
 void zr_search_free(zr_search* search);
 
-inline bool zr_set_has(const zr_set& set, uint32_t byte) {
-  return (set.bits[byte >> 5] >> (byte & 31)) & 1;
+// ---- Shared by zr_search.cc and zr_cover.cc
+
+// Windows are drafted from places.
+struct zr_draft {
+  uint32_t length;
+  bool anchored;
+  bool leads;  // begins where the match begins
+  zr_place places[ZR_MAX_PLACES];
+};
+
+inline bool zr_is_byte(uint32_t opcode) {
+  return opcode <= ZR_NOTDIGIT && opcode != ZR_STRING;
 }
+
+// The place of the bytes in `set`; false when memory is out.
+bool zr_search_place(zr_search* search, const zr_set& set, zr_place* place);
+zr_set zr_search_set(const zr_search* search, const zr_place& place);
+// Appends a window with the best probes; its index, ZR_NONE without memory.
+uint32_t zr_search_add(zr_search* search, const zr_draft& draft);
+// Nanoseconds, roughly, that a subject which fails costs with this window.
+double zr_search_cost(const zr_search* search, const zr_draft& draft);
+
+// zr_cover.cc: fills the windows from the places; false without memory.
+bool zr_search_cover(zr_regex* preg);
+bool zr_search_starts(zr_regex* preg, zr_plan* plan, const zr_node* nodes,
+                      const zr_group* groups, uint32_t groupCount);
 
 #endif  // REGEX_ZR_SEARCH_H_

@@ -1,0 +1,169 @@
+// The search for a window, the one loop that most subjects ever see. Starts
+// are tested in blocks: two loads, each at the distance of a probed place, and
+// compares give a bit for each start. The last block overlaps the one before
+// it, so that nothing behind the text is read. Entry point: zr_window_find.
+// Tested by zr_window_test.cc.
+
+#include "regex/zr_window.h"
+
+#include <emmintrin.h>
+
+static bool FitsAt(const zr_window& window, const zr_set* sets,
+                   const uint8_t* text) {
+  for (uint32_t i = 0; i < window.length; i++)
+    if (!zr_place_fits(window.places[i], sets, text[i])) return false;
+  return true;
+}
+
+// Byte by byte: for few starts, and for windows found almost anywhere.
+static uint32_t FindSlowly(const zr_window& window, const zr_set* sets,
+                           const uint8_t* text, uint32_t from, uint32_t end) {
+  for (uint32_t i = from; i < end; i++)
+    if (FitsAt(window, sets, text + i)) return i;
+  return ZR_NONE;
+}
+
+static inline __m128i Load(const uint8_t* text) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+}
+
+static inline __m128i Fill(uint8_t byte) {
+  return _mm_set1_epi8(static_cast<char>(byte));
+}
+
+// The first of the starts whose bits are set that fits wholly.
+static uint32_t FirstOf(const zr_window& window, const zr_set* sets,
+                        const uint8_t* text, uint32_t start, uint32_t bits) {
+  for (; bits; bits &= bits - 1) {
+    const uint32_t at = start + static_cast<uint32_t>(__builtin_ctz(bits));
+    if (FitsAt(window, sets, text + at)) return at;
+  }
+  return ZR_NONE;
+}
+
+// ---- Both probes are one value
+
+struct ExactProbes {
+  __m128i loose[2];
+  __m128i value[2];
+  const uint8_t* text[2];  // shifted by the probes' places
+};
+
+static inline __m128i ExactHits(const ExactProbes& p, uint32_t start) {
+  const __m128i first = _mm_cmpeq_epi8(
+      _mm_or_si128(Load(p.text[0] + start), p.loose[0]), p.value[0]);
+  const __m128i second = _mm_cmpeq_epi8(
+      _mm_or_si128(Load(p.text[1] + start), p.loose[1]), p.value[1]);
+  return _mm_and_si128(first, second);
+}
+
+static inline uint32_t Bits(__m128i hits) {
+  return static_cast<uint32_t>(_mm_movemask_epi8(hits));
+}
+
+// Skips blocks of 64 starts without any hit; the first start not skipped.
+static inline uint32_t SkipExact(const ExactProbes& p, uint32_t start,
+                                 uint32_t end) {
+  for (; start + 64 <= end; start += 64) {
+    const __m128i low =
+        _mm_or_si128(ExactHits(p, start), ExactHits(p, start + 16));
+    const __m128i high =
+        _mm_or_si128(ExactHits(p, start + 32), ExactHits(p, start + 48));
+    if (Bits(_mm_or_si128(low, high))) break;
+  }
+  return start;
+}
+
+static uint32_t FindExact(const zr_window& window, const zr_set* sets,
+                          const uint8_t* text, uint32_t from, uint32_t end) {
+  ExactProbes p;
+  for (uint32_t i = 0; i < 2; i++) {
+    const zr_probe& probe = window.probes[i];
+    p.loose[i] = Fill(probe.loose);
+    p.value[i] = Fill(probe.low[0]);
+    p.text[i] = text + probe.at;
+  }
+  uint32_t start = from;
+  while (start + 16 <= end) {
+    start = SkipExact(p, start, end);
+    for (uint32_t i = 0; i < 4 && start + 16 <= end; i++, start += 16) {
+      const uint32_t bits = Bits(ExactHits(p, start));
+      if (!bits) continue;
+      const uint32_t found = FirstOf(window, sets, text, start, bits);
+      if (found != ZR_NONE) return found;
+    }
+  }
+  if (start == end) return ZR_NONE;
+  // The block that ends with the last start, less what is done already.
+  const uint32_t last = end - 16;
+  const uint32_t bits = Bits(ExactHits(p, last)) >> (start - last);
+  return FirstOf(window, sets, text, start, bits);
+}
+
+// ---- Ranges
+
+struct RangeProbe {
+  __m128i loose;
+  __m128i low[ZR_MAX_RANGES];
+  __m128i width[ZR_MAX_RANGES];
+  uint32_t ranges;
+  const uint8_t* text;
+};
+
+static inline __m128i InRange(__m128i bytes, __m128i low, __m128i width) {
+  const __m128i above = _mm_sub_epi8(bytes, low);
+  return _mm_cmpeq_epi8(_mm_min_epu8(above, width), above);
+}
+
+static inline __m128i RangeHits(const RangeProbe& p, uint32_t start) {
+  const __m128i bytes = _mm_or_si128(Load(p.text + start), p.loose);
+  __m128i hits = InRange(bytes, p.low[0], p.width[0]);
+  for (uint32_t i = 1; i < p.ranges; i++)
+    hits = _mm_or_si128(hits, InRange(bytes, p.low[i], p.width[i]));
+  return hits;
+}
+
+static RangeProbe MakeRangeProbe(const zr_probe& probe, const uint8_t* text) {
+  RangeProbe p;
+  p.loose = Fill(probe.loose);
+  p.ranges = probe.ranges;
+  p.text = text + probe.at;
+  for (uint32_t i = 0; i < probe.ranges; i++) {
+    p.low[i] = Fill(probe.low[i]);
+    p.width[i] = Fill(probe.width[i]);
+  }
+  return p;
+}
+
+static uint32_t FindRanges(const zr_window& window, const zr_set* sets,
+                           const uint8_t* text, uint32_t from, uint32_t end) {
+  const RangeProbe first = MakeRangeProbe(window.probes[0], text);
+  const RangeProbe second = MakeRangeProbe(window.probes[1], text);
+  uint32_t start = from;
+  for (;;) {
+    // The last block reaches back over starts that are done already.
+    const uint32_t block = start + 16 <= end ? start : end - 16;
+    const __m128i hits =
+        _mm_and_si128(RangeHits(first, block), RangeHits(second, block));
+    const uint32_t bits = Bits(hits) >> (start - block);
+    if (bits) {
+      const uint32_t found = FirstOf(window, sets, text, start, bits);
+      if (found != ZR_NONE) return found;
+    }
+    start = block + 16;
+    if (start >= end) return ZR_NONE;
+  }
+}
+
+uint32_t zr_window_find(const zr_window& window, const zr_set* sets,
+                        const uint8_t* text, uint32_t length, uint32_t from) {
+  if (length < window.length) return ZR_NONE;
+  const uint32_t end = length - window.length + 1;  // behind the last start
+  if (from >= end) return ZR_NONE;
+  if (window.anchored)
+    return from == 0 && FitsAt(window, sets, text) ? 0 : ZR_NONE;
+  // A block needs 16 starts, even if it begins before `from`.
+  if (window.weak || end < 16) return FindSlowly(window, sets, text, from, end);
+  return window.exact ? FindExact(window, sets, text, from, end)
+                      : FindRanges(window, sets, text, from, end);
+}

@@ -1,0 +1,63 @@
+// Windows: a few neighbouring bytes that a match must hold, each one of a set,
+// and the search for one in a subject, 16 or 64 bytes at a time (SSE2).
+//
+// Two places of a window, the rarest in mail, are tested with wide compares;
+// only where both fit are all of them looked at.
+
+#ifndef REGEX_ZR_WINDOW_H_
+#define REGEX_ZR_WINDOW_H_
+
+#include "regex/zr_regex.h"
+
+// A set of bytes: byte c is in when bit c % 32 of bits[c / 32] is set.
+struct zr_set {
+  uint32_t bits[8];
+};
+
+// What may stand in one place of a subject. Without a set (ZR_NONE) the bytes
+// for which (byte | loose) == value: loose 0 is one byte, 0x20 a letter of
+// either case.
+struct zr_place {
+  uint32_t set;  // index into zr_search::sets, or ZR_NONE
+  uint8_t loose;
+  uint8_t value;
+};
+
+static const uint32_t ZR_MAX_PLACES = 16;  // of one window
+static const uint32_t ZR_MAX_RANGES = 3;   // of one probe
+
+// A place as the wide compare tests it: (byte | loose) in one of the ranges
+// low to low + width. May accept bytes that the place does not.
+struct zr_probe {
+  uint8_t at;  // index of the place
+  uint8_t loose;
+  uint8_t ranges;
+  uint8_t low[ZR_MAX_RANGES];
+  uint8_t width[ZR_MAX_RANGES];
+};
+
+struct zr_window {
+  uint8_t length;    // places
+  uint8_t anchored;  // 1: only at offset 0
+  uint8_t exact;     // 1: both probes are a single value
+  uint8_t weak;      // 1: so common that it is compared byte by byte
+  zr_probe probes[2];
+  zr_place places[ZR_MAX_PLACES];
+};
+
+inline bool zr_set_has(const zr_set& set, uint32_t byte) {
+  return (set.bits[byte >> 5] >> (byte & 31)) & 1;
+}
+
+inline bool zr_place_fits(const zr_place& place, const zr_set* sets,
+                          uint8_t byte) {
+  if (place.set == ZR_NONE) return (byte | place.loose) == place.value;
+  return zr_set_has(sets[place.set], byte);
+}
+
+// The first offset from `from` on at which the whole window fits; ZR_NONE when
+// there is none.
+uint32_t zr_window_find(const zr_window& window, const zr_set* sets,
+                        const uint8_t* text, uint32_t length, uint32_t from);
+
+#endif  // REGEX_ZR_WINDOW_H_

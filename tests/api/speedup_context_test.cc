@@ -8,6 +8,8 @@
 #include <memory>
 #include <string>
 
+#include "regex/regex.h"
+#include "regex/regex_pool.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -43,6 +45,8 @@ TEST(SpeedupContextTest, ScansBorrowItsParts) {
   std::unique_ptr<SPEEDUPCONTEXT> context(CreateSpeedupContext(nullptr));
   ASSERT_NE(nullptr, context);
   ASSERT_NE(nullptr, context->stuff);
+  REGEX regex(REGEXPOOL::_PDF_STUFF, context->pool);
+  EXPECT_EQ(1, regex.pooled);
   // Nothing is left to be worked out by scans in parallel.
   EXPECT_GE(context->profile.length, 0);
   EXPECT_GE(context->stuff->version.length, 0);

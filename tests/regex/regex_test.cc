@@ -185,6 +185,7 @@ TEST(RegexTest, DetailsEndWithTheLastThatTookPart) {
               {"x(a)?(b)", "xb", "0-2 "},
               {"(a)|(b)(c)?", "ab", "0-1 0-1 "},
               {"(z)?(?:b)(c)", "bcd", "0-2 -1--1 1-2 "},
+              {"(?:a)(?:b)(c)", "abcd", "0-3 2-3 "},
               {"a*", "", ""},
               {"(b*)c", "ac", "1-2 1-1 "},
               {"(a)\\1", "ab", ""}};
@@ -242,8 +243,8 @@ TEST(RegexTest, RulesSplitAtTheFirstTilde) {
               {"a", "~", true},           {"", "~", true},
               {"ab", "a~", true},         {"b", "a~", false},
               {"ac", "a~b~c", true},      {"a]", "a[~]", false},
-              {"a", "~(", true},          {"a", "(~b", false},
-              {"ab~c", "a~b~c", false}};
+              {"a~b", "\\~b", true},      {"a", "~(", true},
+              {"a", "(~b", false},        {"ab~c", "a~b~c", false}};
   for (const auto& row : rows) {
     const HeapText subject(row.subject), pattern(row.pattern);
     for (REGEXPOOL* given : {&pool, static_cast<REGEXPOOL*>(nullptr)})
@@ -255,6 +256,7 @@ TEST(RegexTest, RulesSplitAtTheFirstTilde) {
   REGEX other("z", nullptr);
   EXPECT_TRUE(BlockMatchRegex(TBLOCK("z"), TBLOCK("a"), nullptr, &other));
   EXPECT_TRUE(BlockMatchRegex(TBLOCK("a"), TBLOCK("a~b"), nullptr, &other));
+  EXPECT_FALSE(BlockMatchRegex(TBLOCK("z"), TBLOCK(), nullptr, &other));
   const HeapText subject("cab");
   EXPECT_TRUE(BlockSortedMatchRegex(subject.view(), TBLOCK("^abc$"), &pool));
   EXPECT_TRUE(BlockSortedMatchRegex(TBLOCK(), TBLOCK("~b"), &pool));

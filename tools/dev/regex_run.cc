@@ -5,10 +5,13 @@
 //   regex_run [--patterns] PATH...
 //
 // A file is one message, a line what stands between two LF, without the CR at
-// its end; up to the first empty line they are the header's. Lines of more
-// than 8,192 bytes are cut there and counted. Each line is matched with and
-// without captures. Prints the figures of the header's and of the body's
-// lines; with --patterns a row for each pattern: lines that it matches.
+// its end; up to the first empty line they are the header's. Many patterns are
+// meant for less than a line or for more, so these are taken as well: what
+// stands behind the colon of a header's line, each of its words, within angle
+// brackets too, and the body as a whole. Texts of more than 8,192 bytes are
+// cut there and counted. Each text is matched with and without captures.
+// Prints figures for each kind of text; with --patterns a row for each
+// pattern: texts that it matches.
 //
 // Exit 0: no difference; 1: a difference, or a file that cannot be read; 64:
 // usage.
@@ -32,13 +35,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const size_t kMaxLine = 8192;
-// For the model, on one call: its way through such a line may be long.
+const size_t kMaxText = 8192;
+// For the model, on one call: its way through such a text may be long.
 const uint64_t kBudget = 20000000;
 const unsigned long kShown = 100;  // differences
 
 struct Figures {
-  unsigned long lines = 0, cut = 0, pairs = 0, matches = 0, unanswered = 0,
+  unsigned long texts = 0, cut = 0, pairs = 0, matches = 0, unanswered = 0,
                 differences = 0;
 };
 
@@ -47,6 +50,10 @@ struct Pattern {
   std::unique_ptr<RegexDuel> duel;
   unsigned long matches = 0;
 };
+
+enum { kHeaderLine, kBodyLine, kValue, kWord, kBody, kTextKinds };
+const char* const kTextNames[kTextKinds] = {"header line", "body line", "value",
+                                            "word", "body"};
 
 class Runner {
  public:
@@ -59,14 +66,12 @@ class Runner {
  private:
   void add(const std::string& name, const char* text);
   void runFile(const std::string& path);
-  void runLine(const std::string& path, std::string_view line,
-               Figures* figures);
-  unsigned long differences() const {
-    return header_.differences + body_.differences;
-  }
+  void runValue(const std::string& path, std::string_view line);
+  void runText(const std::string& path, std::string_view text, int kind);
+  unsigned long differences() const;
 
   std::vector<Pattern> patterns_;
-  Figures header_, body_;
+  Figures figures_[kTextKinds];
   unsigned long files_ = 0, unread_ = 0;
   bool compiled_ = true;
 };
@@ -115,32 +120,59 @@ void Runner::runFile(const std::string& path) {
   const std::string text((std::istreambuf_iterator<char>(file)),
                          std::istreambuf_iterator<char>());
   files_++;
-  Figures* figures = &header_;
+  int kind = kHeaderLine;
   for (size_t begin = 0; begin < text.size();) {
     const size_t end = std::min(text.find('\n', begin), text.size());
     size_t size = end - begin;
     if (size > 0 && text[end - 1] == '\r') size--;
-    if (size == 0) figures = &body_;
-    runLine(path, {text.data() + begin, size}, figures);
+    const std::string_view line(text.data() + begin, size);
     begin = end + 1;
+    if (kind == kHeaderLine && size == 0) {
+      kind = kBodyLine;
+      // With the line end ahead of it, which patterns ask for.
+      runText(path, std::string_view(text).substr(end), kBody);
+    }
+    runText(path, line, kind);
+    if (kind == kHeaderLine) runValue(path, line);
   }
 }
 
-void Runner::runLine(const std::string& path, std::string_view line,
-                     Figures* figures) {
-  figures->lines++;
-  if (line.size() > kMaxLine) {
-    figures->cut++;
-    line = line.substr(0, kMaxLine);
+unsigned long Runner::differences() const {
+  unsigned long sum = 0;
+  for (const Figures& figures : figures_) sum += figures.differences;
+  return sum;
+}
+
+// The parts of a header's line that checks look at by themselves.
+void Runner::runValue(const std::string& path, std::string_view line) {
+  const size_t colon = line.find(": ");
+  if (colon != line.npos) line = line.substr(colon + 2);
+  runText(path, line, kValue);
+  while (!line.empty()) {
+    const size_t size = std::min(line.find_first_of(" \t"), line.size());
+    std::string_view word = line.substr(0, size);
+    if (size > 0) runText(path, word, kWord);
+    if (size > 2 && word.front() == '<')
+      runText(path, word.substr(1, word.rfind('>') - 1), kWord);
+    line = line.substr(std::min(size + 1, line.size()));
   }
-  // A sanitizer sees a read behind the line.
-  const std::unique_ptr<char[]> copy(new char[line.size()]);
-  if (!line.empty()) memcpy(copy.get(), line.data(), line.size());
+}
+
+void Runner::runText(const std::string& path, std::string_view text, int kind) {
+  Figures* const figures = &figures_[kind];
+  figures->texts++;
+  if (text.size() > kMaxText) {
+    figures->cut++;
+    text = text.substr(0, kMaxText);
+  }
+  // A sanitizer sees a read behind the text.
+  const std::unique_ptr<char[]> copy(new char[text.size()]);
+  if (!text.empty()) memcpy(copy.get(), text.data(), text.size());
   for (Pattern& pattern : patterns_) {
     RegexDuel& duel = *pattern.duel;
     const uint64_t matched = duel.matched, unanswered = duel.unanswered;
     const std::string difference =
-        duel.compare({copy.get(), line.size()}, duel.model().slots + 1);
+        duel.compare({copy.get(), text.size()}, duel.model().slots + 1);
     figures->pairs++;
     const bool matches = duel.matched > matched;
     figures->matches += matches;
@@ -160,13 +192,14 @@ void Runner::print(bool eachPattern) const {
       printf("%8lu %s\n", pattern.matches, pattern.name.c_str());
   printf("%lu files, %lu unread; %zu patterns\n", files_, unread_,
          patterns_.size());
-  printf("%-6s %8s %5s %10s %8s %10s %11s\n", "", "lines", "cut", "pairs",
+  printf("%-11s %8s %5s %10s %8s %10s %11s\n", "", "texts", "cut", "pairs",
          "matches", "unanswered", "differences");
-  for (const Figures* figures : {&header_, &body_})
-    printf("%-6s %8lu %5lu %10lu %8lu %10lu %11lu\n",
-           figures == &header_ ? "header" : "body", figures->lines,
-           figures->cut, figures->pairs, figures->matches, figures->unanswered,
-           figures->differences);
+  for (int kind = 0; kind < kTextKinds; kind++) {
+    const Figures& row = figures_[kind];
+    printf("%-11s %8lu %5lu %10lu %8lu %10lu %11lu\n", kTextNames[kind],
+           row.texts, row.cut, row.pairs, row.matches, row.unanswered,
+           row.differences);
+  }
 }
 
 }  // namespace

@@ -75,7 +75,8 @@ bool BlockSortedMatchRegex(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool);
 // Stores the subject with each match replaced by `replacement` as it stands.
 // What is left behind a match is a subject of its own: "^" holds there. An
 // empty match ends the work, and the rest is copied. Neither text may stand
-// in `out`.
+// in `out`. Each match costs one search of what is left: of all of it where an
+// alternative that does not occur stands before the one that matches.
 void ReplaceRegex(TBLOCK pattern, TBLOCK subject, const STR& replacement,
                   STR& out, REGEXPOOL* pool);
 

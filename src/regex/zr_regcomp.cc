@@ -8,6 +8,7 @@
 #include <string.h>
 
 #include "regex/zr_internal.h"
+#include "regex/zr_search.h"
 
 static const uint32_t kFirstMembers = 32;
 static const uint32_t kMaxPattern = 0x7FFFFFF0u;  // sizes stay below 2 GB
@@ -624,8 +625,7 @@ int zr_regcomp_len(zr_regex* preg, const char* pattern, int flags,
   if (code == ZR_OK) code = zr_reduce(preg);
   if (code != ZR_OK) return code;
   zr_derive(preg);
-  // What the matcher works out for itself from the finished record goes here.
-  return ZR_OK;
+  return zr_search_build(preg);
 }
 
 int zr_regcomp(zr_regex* preg, const char* pattern, int flags) {
@@ -636,7 +636,7 @@ int zr_regcomp(zr_regex* preg, const char* pattern, int flags) {
 
 void zr_regfree(zr_regex* preg) {
   if (preg == nullptr) return;
-  // What the matcher holds for itself is released here.
+  zr_search_free(preg->search);
   free(preg->pool);
   free(preg->members);
   free(preg->nodes);

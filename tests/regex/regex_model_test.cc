@@ -11,6 +11,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -357,6 +358,127 @@ TEST(RegexModel, EngineAgreesOnRandomPatterns) {
       subjects.push_back(
           new HeapText(generator.subject(i & 1 ? "aabbc" : "aAbBc")));
     comparison.take(pattern, flags, subjects, generator.below(8));
+    for (const HeapText* subject : subjects) delete subject;
+  }
+}
+
+// A text that a pattern may match: one way through its tree.
+class Planter {
+ public:
+  explicit Planter(Numbers* numbers) : numbers_(numbers) {}
+
+  std::string text(const regex_model::Tree& tree) {
+    std::string out;
+    addTree(tree, &out);
+    return out;
+  }
+
+ private:
+  void addTree(const regex_model::Tree& tree, std::string* out) {
+    const uint32_t pick = numbers_->Below(static_cast<uint32_t>(tree.size()));
+    for (const regex_model::Element& element : tree[pick].elements) {
+      uint32_t count = std::min(element.min, 9u);
+      if (numbers_->Below(2) == 0) count += numbers_->Below(3);
+      count = std::min(count, element.max);
+      for (; count > 0 && out->size() < 150; count--) addOne(element, out);
+    }
+  }
+
+  void addOne(const regex_model::Element& element, std::string* out) {
+    if (element.kind == regex_model::Kind::kLiteral) {
+      *out += element.text;
+    } else if (element.kind == regex_model::Kind::kOneByte) {
+      for (int i = 0; i < 50; i++) {
+        const uint8_t c = static_cast<uint8_t>(' ' + numbers_->Below(95));
+        if (!element.set[regex_model::Fold(c, element.mask)]) continue;
+        *out += static_cast<char>(c);
+        break;
+      }
+    } else {
+      if (!element.alternatives.empty()) addTree(element.alternatives, out);
+    }
+  }
+
+  Numbers* numbers_;
+};
+
+// Patterns of the kind that rules have, and subjects of up to some hundred
+// bytes that nearly match: what the engine looks for ahead of the walk, many
+// bytes at a time, must not pass over a match.
+class RuleLike {
+ public:
+  explicit RuleLike(uint32_t seed) : numbers_(seed), planter_(&numbers_) {}
+
+  std::string pattern() {
+    static const char* const kStarts[] = {"", "", "", "^", "(?i)", "(?i)^"};
+    static const char* const kAtoms[] = {"spam",        "www\\.",
+                                         "free",        "a",
+                                         "e",           " ",
+                                         "[0-9]",       "\\d",
+                                         "[a-z]",       "[^ ]",
+                                         ".",           "\\w",
+                                         "\\s",         "@",
+                                         "http://",     "(com|net|org)",
+                                         "(a|bc|e)",    "(?:spam|ham)",
+                                         "[A-Za-z0-9]", "[aeiou]",
+                                         "\\.",         "-",
+                                         "(?i)",        "(?:fre+|[0-9]x)",
+                                         "([a-z]+ ?)",  "(ab?c|)",
+                                         "[^a-z]",      "(x|y[0-9]z*)",
+                                         "\\1",         "\xe9",
+                                         "\\xc9",       "x[yz]"};
+    static const char* const kQuantifiers[] = {
+        "*", "+", "?", "{2}", "{1,3}", "{,2}", "{3,}", "*?", "+?", "{2,4}?"};
+    std::string text = kStarts[below(6)];
+    for (uint32_t n = 1 + below(6); n > 0; n--) {
+      text += kAtoms[below(sizeof kAtoms / sizeof *kAtoms)];
+      if (below(3) == 0) text += kQuantifiers[below(10)];
+      if (below(12) == 0) text += "|";
+    }
+    if (below(5) == 0) text += "$";
+    return text;
+  }
+
+  std::string subject(const regex_model::Pattern& pattern) {
+    std::string text = planter_.text(pattern.full);
+    if (below(2) == 0) filler(1 + below(60), &text, 0);
+    if (below(4) != 0) filler(below(140), &text, text.size());
+    for (char& c : text) {
+      if (below(16) == 0 && c >= 'A' && c <= 'Z') c += 'a' - 'A';
+      if (below(16) == 0 && c >= 'a' && c <= 'z') c += 'A' - 'a';
+    }
+    if (!text.empty() && below(3) == 0)
+      text[below(static_cast<uint32_t>(text.size()))] = "ae 1.\xe9"[below(6)];
+    return text;
+  }
+
+  uint32_t below(uint32_t n) { return numbers_.Below(n); }
+
+ private:
+  void filler(uint32_t length, std::string* text, size_t at) {
+    static const char kBytes[] = "etaoin sprfwh.-@0129XYZAB\xc9\xe9\r\t";
+    std::string bytes;
+    for (; length > 0; length--) bytes += kBytes[below(sizeof kBytes - 1)];
+    text->insert(at, bytes);
+  }
+
+  Numbers numbers_;
+  Planter planter_;
+};
+
+TEST(RegexModel, EngineAgreesOnPlantedSubjects) {
+  RuleLike rules(Environment("QM_REGEX_SEED", 2026));
+  Comparison comparison;
+  for (uint32_t n = Environment("QM_REGEX_RANDOM", 6000); n > 0; n--) {
+    if (!comparison.goesOn()) return;
+    const std::string pattern = rules.pattern();
+    const int flags = rules.below(4) == 0;
+    const regex_model::Pattern model = regex_model::Compile(pattern, flags);
+    if (model.error != 0) continue;
+    std::vector<const HeapText*> subjects;
+    for (int i = 0; i < 10; i++)
+      subjects.push_back(new HeapText(rules.subject(model)));
+    comparison.take(pattern, flags, subjects, rules.below(8));
     for (const HeapText* subject : subjects) delete subject;
   }
 }

@@ -93,7 +93,7 @@ int32_t HASHTAB::homeSlot(uint32_t hash) const {
 // ---- The array of slots
 
 HASHKEY* HASHTAB::allocKeys(int32_t n) {
-  if (static_cast<uint32_t>(n) > SIZE_MAX / 2 / sizeof(HASHKEY)) return nullptr;
+  if (static_cast<uint64_t>(n) * sizeof(HASHKEY) > SIZE_MAX / 2) return nullptr;
   HASHKEY* made = new (std::nothrow) HASHKEY[n]();
   for (int32_t i = 0; made && i < n; i++) made[i].home = kHashFree;
   return made;

@@ -15,8 +15,9 @@
 static const uint32_t kMaxOptions = 16;  // windows of a cover
 static const uint32_t kMaxDepth = 8;     // groups within groups looked into
 static const uint32_t kTrailing = 4;     // places kept of an open-ended run
+static const uint32_t kLeastRun = 8;     // repetitions looked for as a run
 // A walk alone costs about this: dearer covers are not worth having.
-static const double kWorthwhile = 4000;
+static const double kWorthwhile = 8000;
 
 namespace {
 
@@ -32,29 +33,13 @@ struct Builder {
   zr_search* search;
   const zr_node* nodes;
   const zr_group* groups;
-  const zr_place* places[2];
+  const zr_plan* plan;
   bool failed;
 };
 
 }  // namespace
 
 // ---- Places under the masks that may be in force
-
-static uint32_t Fold(uint32_t byte) {
-  return byte & zr_ToUpperMaskTable[byte];
-}
-
-// Adds the bytes that a pool byte stands for.
-static void AddLiteral(const Builder& b, uint32_t wanted, zr_set* set) {
-  for (uint32_t c = 0; c < 256; c++)
-    if ((b.places[0] && c == wanted) || (b.places[1] && Fold(c) == wanted))
-      set->bits[c >> 5] |= 1u << (c & 31);
-}
-
-static void AddPlace(const Builder& b, const zr_place& place, zr_set* set) {
-  const zr_set other = zr_search_set(b.search, place);
-  for (uint32_t i = 0; i < 8; i++) set->bits[i] |= other.bits[i];
-}
 
 static void Append(Builder* b, zr_draft* draft, const zr_set& set) {
   if (draft->length == ZR_MAX_PLACES) return;
@@ -66,17 +51,16 @@ static void Append(Builder* b, zr_draft* draft, const zr_set& set) {
 // Appends a one-byte element or a literal once.
 static void AppendElement(Builder* b, zr_draft* draft, uint32_t index) {
   const zr_node& node = b->nodes[index];
-  if (node.opcode == ZR_STRING || node.opcode == ZR_CHAR) {
+  if (node.opcode == ZR_STRING) {
     for (uint32_t i = node.a; i <= node.b; i++) {
       zr_set set = {};
-      AddLiteral(*b, b->preg->pool[i], &set);
+      zr_search_add_byte(*b->plan, b->preg->pool[i], &set);
       Append(b, draft, set);
     }
     return;
   }
   zr_set set = {};
-  if (b->places[0]) AddPlace(*b, b->places[0][index], &set);
-  if (b->places[1]) AddPlace(*b, b->places[1][index], &set);
+  zr_search_add_first(b->preg, *b->plan, node, index, &set);
   Append(b, draft, set);
 }
 
@@ -92,7 +76,7 @@ static bool AppendLiterals(Builder* b, zr_draft* draft, uint32_t open) {
   for (uint32_t k = 0; k < shortest; k++) {
     zr_set set = {};
     for (uint32_t i = open + 1; i < close; i += 2)
-      AddLiteral(*b, b->preg->pool[b->nodes[i].a + k], &set);
+      zr_search_add_byte(*b->plan, b->preg->pool[b->nodes[i].a + k], &set);
     Append(b, draft, set);
   }
   return WidthOf(b->nodes[open + 1]) == shortest;
@@ -239,8 +223,7 @@ static Builder MakeBuilder(const zr_regex* preg, const zr_plan& plan,
   b.search = preg->search;
   b.nodes = nodes;
   b.groups = groups;
-  b.places[0] = plan.places[0];
-  b.places[1] = plan.places[1];
+  b.plan = &plan;
   return b;
 }
 
@@ -300,6 +283,9 @@ static void DraftStart(Builder* b, uint32_t record, zr_draft* draft) {
       case ZR_BACKREF:
         return;
       default:
+        if (draft->length == 0 && !draft->anchored && node.min >= kLeastRun &&
+            zr_is_byte(node.opcode))
+          draft->run = node.min;
         if (!AppendRepeated(b, draft, i)) return;
     }
     i++;

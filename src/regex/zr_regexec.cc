@@ -154,13 +154,50 @@ static Way Consumed(Walker* w, const zr_node& node, uint32_t count,
   return kForward;
 }
 
+// Whether what follows a greedy one-byte element can go on at `position`.
+static bool GoesOn(const Walker* w, const zr_follow& follow,
+                   uint32_t position) {
+  if (position == w->length) return follow.atEnd;
+  return Fits(w, follow.place, w->text[position]);
+}
+
 static Way ForwardByte(Walker* w, const zr_node& node) {
   const uint32_t left = w->length - w->position;
   const uint32_t wanted = Wanted(node);
-  const uint32_t count = RunLength(w, w->places[w->node], w->text + w->position,
-                                   wanted < left ? wanted : left);
+  uint32_t count = RunLength(w, w->places[w->node], w->text + w->position,
+                             wanted < left ? wanted : left);
   w->steps += count / kBytesPerStep;
-  return Consumed(w, node, count, 1);
+  if (count < Needed(node)) return TurnBack(w);
+  if (KeepsCount(node)) {
+    const zr_follow& follow = w->plan->follows[w->node];
+    while (!GoesOn(w, follow, w->position + count)) {
+      if (count == node.min || follow.apart) return TurnBack(w);
+      --count;
+    }
+    Push(w, count);
+  }
+  w->position += count;
+  ++w->node;
+  return kForward;
+}
+
+static Way BackByte(Walker* w, const zr_node& node) {
+  if (!KeepsCount(node)) {
+    w->position -= Needed(node);
+    return TurnBack(w);
+  }
+  const zr_follow& follow = w->plan->follows[w->node];
+  uint32_t& count = w->cells[w->top - 1];
+  while (count > node.min && !follow.apart) {
+    --count;
+    --w->position;
+    if (!GoesOn(w, follow, w->position)) continue;
+    ++w->node;
+    return kForward;
+  }
+  w->position -= count;
+  --w->top;
+  return TurnBack(w);
 }
 
 static Way ForwardString(Walker* w, const zr_node& node) {
@@ -176,7 +213,7 @@ static Way ForwardString(Walker* w, const zr_node& node) {
   return Consumed(w, node, count, width);
 }
 
-static Way BackElement(Walker* w, const zr_node& node, uint32_t width) {
+static Way BackRepeated(Walker* w, const zr_node& node, uint32_t width) {
   if (!KeepsCount(node)) {
     w->position -= Needed(node) * width;
     return TurnBack(w);
@@ -581,9 +618,9 @@ static Way Back(Walker* w) {
     case ZR_BACKREF:
       return BackBackref(w, node);
     case ZR_STRING:
-      return BackElement(w, node, node.b - node.a + 1);
+      return BackRepeated(w, node, node.b - node.a + 1);
     default:
-      return BackElement(w, node, 1);
+      return BackByte(w, node);
   }
 }
 
@@ -767,26 +804,9 @@ static Way MatchAll(Walker* w, uint32_t nmatch, zr_pair* pmatch) {
   return MatchWithSlots(w, true, nmatch, pmatch);
 }
 
-// For a record whose compilation left nothing derived: derives it for this
-// one call.
-static int MatchDerivingFirst(const zr_regex* preg, const char* subject,
-                              uint32_t nmatch, zr_pair* pmatch,
-                              uint32_t length) {
-  zr_regex copy = *preg;
-  int code = zr_search_build(&copy);
-  if (code == ZR_OK)
-    code = zr_regexec_len(&copy, subject, nmatch, pmatch, 0, length);
-  else if (nmatch != 0 && pmatch)
-    pmatch[0] = zr_pair{-1, -1};
-  zr_search_free(copy.search);
-  return code;
-}
-
 int zr_regexec_len(const zr_regex* preg, const char* subject, uint32_t nmatch,
                    zr_pair* pmatch, int eflags, uint32_t length) {
   (void)eflags;
-  if (!preg->search)
-    return MatchDerivingFirst(preg, subject, nmatch, pmatch, length);
   Walker w = {};
   ChooseList(&w, preg, preg->hasBackref || nmatch != 0);
   w.text = reinterpret_cast<const uint8_t*>(subject);

@@ -174,6 +174,26 @@ zr_set zr_search_set(const zr_search* search, const zr_place& place) {
   return set;
 }
 
+void zr_search_add_byte(const zr_plan& plan, uint32_t wanted, zr_set* set) {
+  for (uint32_t c = 0; c < 256; c++)
+    if ((plan.places[0] && c == wanted) ||
+        (plan.places[1] && (c & zr_ToUpperMaskTable[c]) == wanted))
+      set->bits[c >> 5] |= 1u << (c & 31);
+}
+
+void zr_search_add_first(const zr_regex* preg, const zr_plan& plan,
+                         const zr_node& node, uint32_t index, zr_set* set) {
+  if (node.opcode == ZR_STRING || node.opcode == ZR_CHAR) {
+    zr_search_add_byte(plan, preg->pool[node.a], set);
+    return;
+  }
+  for (uint32_t k = 0; k < 2; k++) {
+    if (!plan.places[k]) continue;
+    const zr_set one = zr_search_set(preg->search, plan.places[k][index]);
+    for (uint32_t i = 0; i < 8; i++) set->bits[i] |= one.bits[i];
+  }
+}
+
 // The places of a list under one mask, or null when memory is out.
 static zr_place* MakePlaces(const zr_regex* preg, const zr_node* nodes,
                             uint32_t count, uint8_t mask) {
@@ -443,8 +463,8 @@ static bool IsOneValue(const zr_probe& probe) {
 static const double kExactScan = 0.05;  // a byte, both probes one value
 static const double kRangeScan = 0.04;  // a byte and range
 static const double kCandidate = 10;    // a start that both probes let through
-static const double kAttempt = 300;     // a walk from one start
-static const double kWalk = 3000;       // a walk from all starts
+static const double kAttempt = 60;      // a walk from one start
+static const double kWalk = 5000;       // a walk from all starts
 static const double kSubject = 2000;    // bytes
 // Windows found more often than this are not worth a wide compare.
 static const double kWeakShare = 0.1;
@@ -476,22 +496,26 @@ static double ChooseProbes(const zr_search* search, const zr_draft& draft,
 }
 
 // The share of starts at which a window is found. Neighbours in text are far
-// from independent: taking the root of each share comes near enough.
-static double FoundShare(const zr_search* search, const zr_draft& draft,
-                         bool independent) {
-  double share = 1;
-  for (uint32_t i = 0; i < draft.length; i++)
-    share *= ShareOfPlace(search, draft.places[i]);
-  return independent ? share : sqrt(share);
+// from independent: the rarest one and the root of the others come near.
+static double FoundShare(const zr_search* search, const zr_draft& draft) {
+  double rarest = 1;
+  double all = 1;
+  for (uint32_t i = 0; i < draft.length; i++) {
+    const double share = ShareOfPlace(search, draft.places[i]);
+    if (share < rarest) rarest = share;
+    all *= share;
+  }
+  return all > 0 ? rarest * sqrt(all / rarest) : 0;
 }
 
 double zr_search_cost(const zr_search* search, const zr_draft& draft) {
-  const double share = FoundShare(search, draft, false);
-  if (draft.anchored) return 5 + share * kAttempt;
+  const double share = FoundShare(search, draft);
+  if (draft.anchored) return 5 + share * kWalk / 10;
   zr_window window;
   const double scan = ChooseProbes(search, draft, &window);
-  const double found = share * kSubject < 1 ? share * kSubject : 1;
-  return scan + found * (draft.leads ? kAttempt : kWalk);
+  const double found = share * kSubject;
+  if (draft.leads) return scan + found * kAttempt;
+  return scan + (found < 1 ? found : 1) * kWalk;
 }
 
 uint32_t zr_search_add(zr_search* search, const zr_draft& draft) {
@@ -509,7 +533,8 @@ uint32_t zr_search_add(zr_search* search, const zr_draft& draft) {
   window.anchored = draft.anchored;
   memcpy(window.places, draft.places, sizeof(window.places));
   ChooseProbes(search, draft, &window);
-  window.weak = FoundShare(search, draft, true) > kWeakShare;
+  window.weak = FoundShare(search, draft) > kWeakShare;
+  window.run = window.weak ? draft.run : 0;
   return search->windowCount++;
 }
 
@@ -596,6 +621,10 @@ int zr_search_build(zr_regex* preg) {
       BeginPlan(preg, &search->fast, preg->fastNodes, preg->fastNodeCount,
                 preg->fastGroups, preg->fastGroupCount) &&
       (search->faithful || zr_search_cover(preg)) &&
+      zr_search_follows(preg, &search->full, preg->nodes, preg->groups,
+                        preg->nodeCount) &&
+      zr_search_follows(preg, &search->fast, preg->fastNodes, preg->fastGroups,
+                        preg->fastNodeCount) &&
       zr_search_starts(preg, &search->full, preg->nodes, preg->groups,
                        preg->groupCount) &&
       zr_search_starts(preg, &search->fast, preg->fastNodes, preg->fastGroups,
@@ -609,6 +638,8 @@ void zr_search_free(zr_search* search) {
     free(search->full.places[i]);
     free(search->fast.places[i]);
   }
+  free(search->full.follows);
+  free(search->fast.follows);
   free(search->full.starts);
   free(search->fast.starts);
   free(search->sets);

@@ -11,11 +11,19 @@
 #include "regex/zr_regex.h"
 #include "regex/zr_window.h"
 
+// What can come behind a greedy one-byte element.
+struct zr_follow {
+  zr_place place;  // the next byte
+  uint8_t atEnd;   // 1: or the text's end
+  uint8_t apart;   // 1: no byte of the element's own
+};
+
 // Derived from one of the two node lists.
 struct zr_plan {
   // What each one-byte node matches once: places[0] under case mask 0xFF,
   // places[1] under 0xDF. Null for a mask that is never in force. Owned.
   zr_place* places[2];
+  zr_follow* follows;  // by node; set where bytes may be given back. Owned
   // By group record: the window at the start of an alternative that is
   // searched for, an index into zr_search::windows, or ZR_NONE. Owned.
   uint32_t* starts;
@@ -47,13 +55,14 @@ int zr_search_build(zr_regex* preg);
 // Null is accepted.
 void zr_search_free(zr_search* search);
 
-// ---- Shared by zr_search.cc and zr_cover.cc
+// ---- Shared by zr_search.cc, zr_cover.cc and zr_follow.cc
 
 // Windows are drafted from places.
 struct zr_draft {
   uint32_t length;
   bool anchored;
-  bool leads;  // begins where the match begins
+  bool leads;    // begins where the match begins
+  uint32_t run;  // if not 0: so many times the first place, and no more
   zr_place places[ZR_MAX_PLACES];
 };
 
@@ -64,6 +73,11 @@ inline bool zr_is_byte(uint32_t opcode) {
 // The place of the bytes in `set`; false when memory is out.
 bool zr_search_place(zr_search* search, const zr_set& set, zr_place* place);
 zr_set zr_search_set(const zr_search* search, const zr_place& place);
+// Adds what a pool byte stands for, and what a one-byte element or a literal
+// begins with, under every case mask that may be in force.
+void zr_search_add_byte(const zr_plan& plan, uint32_t wanted, zr_set* set);
+void zr_search_add_first(const zr_regex* preg, const zr_plan& plan,
+                         const zr_node& node, uint32_t index, zr_set* set);
 // Appends a window with the best probes; its index, ZR_NONE without memory.
 uint32_t zr_search_add(zr_search* search, const zr_draft& draft);
 // Nanoseconds, roughly, that a subject which fails costs with this window.
@@ -73,5 +87,8 @@ double zr_search_cost(const zr_search* search, const zr_draft& draft);
 bool zr_search_cover(zr_regex* preg);
 bool zr_search_starts(zr_regex* preg, zr_plan* plan, const zr_node* nodes,
                       const zr_group* groups, uint32_t groupCount);
+// zr_follow.cc: the same for what follows each element.
+bool zr_search_follows(zr_regex* preg, zr_plan* plan, const zr_node* nodes,
+                       const zr_group* groups, uint32_t nodeCount);
 
 #endif  // REGEX_ZR_SEARCH_H_

@@ -23,6 +23,22 @@ static uint32_t FindSlowly(const zr_window& window, const zr_set* sets,
   return ZR_NONE;
 }
 
+// A run of bytes that all fit one place. The last one is looked at first: what
+// does not fit there rules out all starts up to it.
+static uint32_t FindRun(const zr_window& window, const zr_set* sets,
+                        const uint8_t* text, uint32_t length, uint32_t from) {
+  const uint32_t run = window.run;
+  uint32_t start = from;
+  while (run <= length && start <= length - run) {
+    uint32_t k = run;
+    while (k > 0 && zr_place_fits(window.places[0], sets, text[start + k - 1]))
+      k--;
+    if (k == 0) return start;
+    start += k;
+  }
+  return ZR_NONE;
+}
+
 static inline __m128i Load(const uint8_t* text) {
   return _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
 }
@@ -158,6 +174,7 @@ static uint32_t FindRanges(const zr_window& window, const zr_set* sets,
 uint32_t zr_window_find(const zr_window& window, const zr_set* sets,
                         const uint8_t* text, uint32_t length, uint32_t from) {
   if (length < window.length) return ZR_NONE;
+  if (window.run) return FindRun(window, sets, text, length, from);
   const uint32_t end = length - window.length + 1;  // behind the last start
   if (from >= end) return ZR_NONE;
   if (window.anchored)

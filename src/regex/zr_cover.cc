@@ -15,7 +15,7 @@
 static const uint32_t kMaxOptions = 16;  // windows of a cover
 static const uint32_t kMaxDepth = 8;     // groups within groups looked into
 static const uint32_t kTrailing = 4;     // places kept of an open-ended run
-static const uint32_t kLeastRun = 8;     // repetitions looked for as a run
+static const uint32_t kLeastRun = 4;     // repetitions looked for as a run
 // A walk alone costs about this: dearer covers are not worth having.
 static const double kWorthwhile = 8000;
 
@@ -95,6 +95,47 @@ static bool AppendRepeated(Builder* b, zr_draft* draft, uint32_t index) {
   return node.min == node.max && draft->length < ZR_MAX_PLACES;
 }
 
+// Appends the bytes that must stand from node `i` on, beyond the end of groups
+// if only one way leads there.
+static void AppendOnward(Builder* b, zr_draft* draft, uint32_t i) {
+  while (draft->length < ZR_MAX_PLACES) {
+    const zr_node& node = b->nodes[i];
+    switch (node.opcode) {
+      case ZR_BOS:
+        if (draft->length) return;
+        draft->anchored = true;
+        break;
+      case ZR_EOS:
+      case ZR_CASEON:
+      case ZR_CASEOFF:
+        break;
+      case ZR_OPEN:
+        if (node.min == 0 || b->groups[node.a].last != node.b) return;
+        break;
+      case ZR_LITOPEN:
+        if (node.min == 0) return;
+        if (!AppendLiterals(b, draft, i) || !IsOnce(node)) return;
+        i = node.b;
+        break;
+      case ZR_ALT:
+        i = node.min;  // the alternative is complete
+        continue;
+      case ZR_CLOSE:
+        if (!IsOnce(node)) return;
+        break;
+      case ZR_END:
+      case ZR_BACKREF:
+        return;
+      default:
+        if (draft->length == 0 && !draft->anchored && node.min >= kLeastRun)
+          draft->run = node.min;
+        if (!AppendRepeated(b, draft, i)) return;
+    }
+    draft->run = 0;  // what follows it counts, too
+    i++;
+  }
+}
+
 // ---- Covers
 
 static void Consider(Cover* best, const Cover& other) {
@@ -146,8 +187,27 @@ static void CoverAlternatives(Builder* b, uint32_t opener,
   }
 }
 
+// The same for a group of literals, each with what stands behind the group.
+static void CoverLiterals(Builder* b, uint32_t open, const zr_draft& draft,
+                          Cover* all) {
+  const zr_node& node = b->nodes[open];
+  all->count = 0;
+  all->cost = 0;
+  for (uint32_t i = open + 1; i < node.b; i += 2) {
+    Cover one;
+    one.count = 0;
+    zr_draft option = draft;
+    AppendElement(b, &option, i);
+    if (IsOnce(node)) AppendOnward(b, &option, node.b + 1);
+    ConsiderDraft(*b, &one, option);
+    AddOptions(all, one);
+    if (!all->count) return;
+  }
+}
+
 static void Restart(const Builder& b, Cover* best, zr_draft* draft) {
   ConsiderDraft(b, best, *draft);
+  draft->run = 0;
   draft->length = 0;
   draft->anchored = false;
   draft->leads = false;
@@ -167,7 +227,10 @@ static void CoverGroup(Builder* b, uint32_t open, zr_draft* draft, Cover* best,
     Cover all;
     zr_draft start = *draft;
     start.leads = false;  // other alternatives may begin earlier
-    CoverAlternatives(b, open, start, &all, depth + 1);
+    if (node.opcode == ZR_LITOPEN)
+      CoverLiterals(b, open, start, &all);
+    else
+      CoverAlternatives(b, open, start, &all, depth + 1);
     Consider(best, all);
     if (node.opcode == ZR_LITOPEN)
       follows = AppendLiterals(b, draft, open) && follows;
@@ -207,7 +270,12 @@ static void CoverSequence(Builder* b, uint32_t first, uint32_t last,
         i = node.b;
         break;
       default:
-        if (AppendRepeated(b, draft, i)) break;
+        if (draft->length == 0 && !draft->anchored && node.min >= kLeastRun)
+          draft->run = node.min;
+        if (AppendRepeated(b, draft, i)) {
+          draft->run = 0;
+          break;
+        }
         Restart(*b, best, draft);
         // The last ones stand before what follows.
         for (uint32_t k = 0; k < node.min && k < kTrailing; k++)
@@ -250,62 +318,78 @@ bool zr_search_cover(zr_regex* preg) {
 
 // ---- Starts of alternatives
 
-// Gathers the bytes that must stand at the start of an alternative, beyond its
-// end if only one way leads there.
-static void DraftStart(Builder* b, uint32_t record, zr_draft* draft) {
-  uint32_t i = b->groups[record].first + 1;
-  while (draft->length < ZR_MAX_PLACES) {
-    const zr_node& node = b->nodes[i];
-    switch (node.opcode) {
-      case ZR_BOS:
-        if (draft->length) return;
-        draft->anchored = true;
-        break;
-      case ZR_EOS:
-      case ZR_CASEON:
-      case ZR_CASEOFF:
-        break;
-      case ZR_OPEN:
-        if (node.min == 0 || b->groups[node.a].last != node.b) return;
-        break;
-      case ZR_LITOPEN:
-        if (node.min == 0) return;
-        if (!AppendLiterals(b, draft, i) || !IsOnce(node)) return;
-        i = node.b;
-        break;
-      case ZR_ALT:
-        i = node.min;  // the alternative is complete
-        continue;
-      case ZR_CLOSE:
-        if (!IsOnce(node)) return;
-        break;
-      case ZR_END:
-      case ZR_BACKREF:
-        return;
-      default:
-        if (draft->length == 0 && !draft->anchored && node.min >= kLeastRun &&
-            zr_is_byte(node.opcode))
-          draft->run = node.min;
-        if (!AppendRepeated(b, draft, i)) return;
-    }
-    i++;
+// An alternative that begins with a run may be found by the run's end: its
+// last byte and what follows. Returns whether that can be searched for.
+static bool DraftEdge(Builder* b, uint32_t first, zr_draft* draft) {
+  const zr_node& node = b->nodes[first];
+  const zr_follow& follow = b->plan->follows[first];
+  if (!zr_is_byte(node.opcode) || node.lazy || node.min == node.max)
+    return false;
+  if (node.max != ZR_UNBOUNDED && !follow.apart) return false;
+  if (follow.place.set == ZR_NONE && follow.place.loose == 0xFF) return false;
+  AppendElement(b, draft, first);
+  AppendOnward(b, draft, first + 1);
+  if (draft->length == 1) draft->places[draft->length++] = follow.place;
+  draft->run = 0;
+  return true;
+}
+
+static uint32_t AddStart(Builder* b, zr_start* start, const zr_draft& draft) {
+  const uint32_t index = zr_search_add(b->search, draft);
+  if (index == ZR_NONE) b->failed = true;
+  if (start->count++ == 0) start->first = index;
+  return index;
+}
+
+// A window for each literal of a group at the start, if that is cheaper.
+static bool SplitStart(Builder* b, uint32_t open, double cost,
+                       zr_start* start) {
+  const zr_node& node = b->nodes[open];
+  zr_draft drafts[ZR_MAX_STARTS];
+  uint32_t count = 0;
+  double sum = 0;
+  for (uint32_t i = open + 1; i < node.b; i += 2, count++) {
+    if (count == ZR_MAX_STARTS) return false;
+    zr_draft* draft = &drafts[count];
+    *draft = zr_draft{};
+    draft->leads = true;
+    AppendElement(b, draft, i);
+    if (IsOnce(node)) AppendOnward(b, draft, node.b + 1);
+    sum += zr_search_cost(b->search, *draft);
   }
+  if (sum >= cost) return false;
+  for (uint32_t i = 0; i < count; i++) AddStart(b, start, drafts[i]);
+  return true;
+}
+
+static void FindStart(Builder* b, uint32_t first, zr_start* start) {
+  zr_draft draft = {};
+  draft.leads = true;
+  AppendOnward(b, &draft, first);
+  if (draft.length == 0) return;
+  const double cost = zr_search_cost(b->search, draft);
+  const zr_node& node = b->nodes[first];
+  if (node.opcode == ZR_LITOPEN && node.min != 0 &&
+      SplitStart(b, first, cost, start))
+    return;
+  zr_draft edge = {};
+  edge.leads = true;
+  if (DraftEdge(b, first, &edge) && zr_search_cost(b->search, edge) < cost) {
+    start->edge = 1;
+    draft = edge;
+  }
+  AddStart(b, start, draft);
 }
 
 bool zr_search_starts(zr_regex* preg, zr_plan* plan, const zr_node* nodes,
                       const zr_group* groups, uint32_t groupCount) {
   Builder b = MakeBuilder(preg, *plan, nodes, groups);
-  plan->starts = static_cast<uint32_t*>(malloc(groupCount * sizeof(uint32_t)));
+  plan->starts = static_cast<zr_start*>(calloc(groupCount, sizeof(zr_start)));
   if (!plan->starts) return false;
-  for (uint32_t i = 0; i < groupCount; i++) {
-    plan->starts[i] = ZR_NONE;
-    if (!groups[i].skip || preg->search->faithful) continue;
-    if (nodes[groups[i].first + 1].opcode == ZR_OPEN) continue;
-    zr_draft draft = {};
-    DraftStart(&b, i, &draft);
-    if (draft.length == 0) continue;
-    plan->starts[i] = zr_search_add(preg->search, draft);
-    if (plan->starts[i] == ZR_NONE) return false;
+  for (uint32_t i = 0; i < groupCount && !preg->search->faithful; i++) {
+    const uint32_t first = groups[i].first + 1;
+    if (groups[i].skip && nodes[first].opcode != ZR_OPEN)
+      FindStart(&b, first, &plan->starts[i]);
   }
   return !b.failed;
 }

@@ -28,6 +28,13 @@ struct Slot {
   uint32_t noCapture;  // filled only when results are written
 };
 
+// Windows of one alternative found ahead of the scan.
+struct Ahead {
+  uint32_t record;  // ZR_NONE: none yet
+  uint32_t from;    // where the last scan began
+  uint32_t next[ZR_MAX_STARTS];
+};
+
 // State of one call.
 struct Walker {
   const zr_regex* preg;
@@ -48,6 +55,7 @@ struct Walker {
   const zr_place* places;  // those of `mask`
   uint8_t mask;
 
+  Ahead* ahead;
   Slot* slots;
   uint32_t* cells;
   uint32_t top;
@@ -316,15 +324,61 @@ static bool FirstFits(const Walker* w, uint32_t first, uint32_t position) {
   }
 }
 
+static uint32_t FindWindow(const Walker* w, uint32_t window, uint32_t from) {
+  const zr_search* search = w->preg->search;
+  return zr_window_find(search->windows[window], search->sets, w->text,
+                        w->length, from);
+}
+
+// The nearest of several windows. What was found ahead is kept for the next
+// time, so that each goes through the text once.
+static uint32_t ScanMany(Walker* w, uint32_t record, uint32_t from) {
+  const zr_start& start = w->plan->starts[record];
+  Ahead* ahead = w->ahead;
+  const bool fresh = ahead->record != record || from < ahead->from;
+  uint32_t nearest = ZR_NONE;
+  for (uint32_t i = 0; i < start.count; i++) {
+    uint32_t* next = &ahead->next[i];
+    if (fresh || *next < from) *next = FindWindow(w, start.first + i, from);
+    if (*next < nearest) nearest = *next;
+  }
+  ahead->record = record;
+  ahead->from = from;
+  return nearest;
+}
+
+// Finds the end of the run that an alternative begins with, then goes back to
+// where it may begin. Without a maximum that is the run's start: from there
+// all places to go on are reached. With one, only as many bytes before the
+// end, since what follows is none of the run's own.
+static uint32_t ScanEdge(const Walker* w, uint32_t record, uint32_t from) {
+  const uint32_t first = w->groups[record].first + 1;
+  const zr_node& node = w->nodes[first];
+  const zr_place& place = w->places[first];
+  for (uint32_t at = from; at < w->length;) {
+    uint32_t last = FindWindow(w, w->plan->starts[record].first, at);
+    if (last == ZR_NONE) {
+      if (!w->plan->follows[first].atEnd) return ZR_NONE;
+      last = w->length - 1;
+    }
+    at = last + 1;
+    uint32_t count = 0;
+    while (count < node.max && at - count > from &&
+           Fits(w, place, w->text[at - count - 1]))
+      ++count;
+    if (count != 0 && count >= node.min) return at - count;
+  }
+  return ZR_NONE;
+}
+
 // The first offset from `from` on at which the alternative's first element
 // matches once, never the text's end; ZR_NONE if there is none. Offsets at
 // which the alternative cannot match may be left out.
-static uint32_t Scan(const Walker* w, uint32_t record, uint32_t from) {
-  const zr_search* search = w->preg->search;
-  const uint32_t window = w->plan->starts[record];
-  if (window != ZR_NONE)
-    return zr_window_find(search->windows[window], search->sets, w->text,
-                          w->length, from);
+static uint32_t Scan(Walker* w, uint32_t record, uint32_t from) {
+  const zr_start& start = w->plan->starts[record];
+  if (start.edge) return ScanEdge(w, record, from);
+  if (start.count == 1) return FindWindow(w, start.first, from);
+  if (start.count != 0) return ScanMany(w, record, from);
   const uint32_t first = w->groups[record].first + 1;
   if (w->nodes[first].opcode == ZR_BOS) return from == 0 ? 0 : ZR_NONE;
   for (uint32_t i = from; i < w->length; i++)
@@ -755,6 +809,9 @@ static void ChooseList(Walker* w, const zr_regex* preg, bool full) {
 // The stack is here, in a frame that rejected subjects do not pay for.
 static __attribute__((noinline)) Way WalkWithCells(Walker* w) {
   uint32_t cells[kLocalCells];
+  Ahead ahead;
+  ahead.record = ZR_NONE;
+  w->ahead = &ahead;
   w->cells = cells;
   w->capacity = kLocalCells;
   SetMask(w, w->preg->caseMask);

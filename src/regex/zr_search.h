@@ -18,15 +18,25 @@ struct zr_follow {
   uint8_t apart;   // 1: no byte of the element's own
 };
 
+static const uint32_t ZR_MAX_STARTS = 8;  // windows of one alternative
+
+// How to search for the start of an alternative: with `count` windows from
+// zr_search::windows[first] on, one of which stands there. 0: unknown.
+struct zr_start {
+  uint32_t first;
+  uint8_t count;
+  // 1: the alternative begins with a run; the window is the run's last byte
+  // and what follows it.
+  uint8_t edge;
+};
+
 // Derived from one of the two node lists.
 struct zr_plan {
   // What each one-byte node matches once: places[0] under case mask 0xFF,
   // places[1] under 0xDF. Null for a mask that is never in force. Owned.
   zr_place* places[2];
   zr_follow* follows;  // by node; set where bytes may be given back. Owned
-  // By group record: the window at the start of an alternative that is
-  // searched for, an index into zr_search::windows, or ZR_NONE. Owned.
-  uint32_t* starts;
+  zr_start* starts;    // by group record, where `skip` is set. Owned
   uint32_t slotCount;  // capture slots that its groups use
   uint32_t hasTail;    // 1: there is a tail to check before anything else
 };

@@ -94,10 +94,9 @@ static uint32_t FindExact(const zr_window& window, const zr_set* sets,
                           const uint8_t* text, uint32_t from, uint32_t end) {
   ExactProbes p;
   for (uint32_t i = 0; i < 2; i++) {
-    const zr_probe& probe = window.probes[i];
-    p.loose[i] = Fill(probe.loose);
-    p.value[i] = Fill(probe.low[0]);
-    p.text[i] = text + probe.at;
+    p.loose[i] = Load(window.loose[i]);
+    p.value[i] = Load(window.value[i]);
+    p.text[i] = text + window.probes[i].at;
   }
   uint32_t start = from;
   while (start + 16 <= end) {

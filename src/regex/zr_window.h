@@ -43,6 +43,8 @@ struct zr_window {
   uint8_t weak;      // 1: so common that it is compared byte by byte
   uint32_t run;      // if not 0: all that counts is the first place, so often
   zr_probe probes[2];
+  uint8_t loose[2][16];  // of the probes, as the compare takes it
+  uint8_t value[2][16];
   zr_place places[ZR_MAX_PLACES];
 };
 

@@ -218,15 +218,15 @@ inline Subjects MadeUp(size_t headers, size_t bodies) {
   return out;
 }
 
-// One header piece and one body piece of a message, if it has them.
-inline void AddMail(std::string mail, Subjects* out) {
+// One header piece and one body piece of the n-th message, if it has them.
+inline void AddMail(std::string mail, size_t n, Subjects* out) {
   Tidy(&mail);
   size_t end = mail.find("\n\n");
   if (end == std::string::npos) return;
-  // Another field in every message, its name taken off in every second.
-  size_t n = out->headers.size();
+  // Another one of the long lines in every message, without the name of its
+  // field in every second.
   size_t size = PieceBytes(n, kHeaderBytes, kHeaderSpread);
-  size_t at = n * 13 % 17;
+  size_t at = n * 13 % 7;
   for (size_t line = 0; line < end; line = mail.find('\n', line) + 1) {
     size_t from = n % 2 == 0 ? line : mail.find(": ", line) + 2;
     size_t to = std::min(mail.find('\n', line), end);
@@ -234,7 +234,7 @@ inline void AddMail(std::string mail, Subjects* out) {
     out->headers.push_back(mail.substr(from, size));
     break;
   }
-  size = PieceBytes(out->bodies.size(), kBodyBytes, kBodySpread);
+  size = PieceBytes(n, kBodyBytes, kBodySpread);
   if (mail.size() - end - 2 < size) return;
   out->bodies.push_back(mail.substr(end + 2, size));
   Tidy(&out->bodies.back());
@@ -256,7 +256,7 @@ inline Subjects FromMail(const std::string& folder, size_t headers,
   Subjects out;
   for (size_t i = 0; i < paths.size(); i++) {
     std::ifstream in(paths[i * kStride % paths.size()], std::ios::binary);
-    AddMail({std::istreambuf_iterator<char>(in), {}}, &out);
+    AddMail({std::istreambuf_iterator<char>(in), {}}, i, &out);
   }
   out.headers.resize(std::min(out.headers.size(), headers));
   out.bodies.resize(std::min(out.bodies.size(), bodies));

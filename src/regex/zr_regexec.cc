@@ -1,692 +1,15 @@
-// The matcher. A few rejects that look at no node come first; then a walk
-// along the node list with an explicit backtrack stack: forward over one
-// element after the other, and back over them when one fails, undoing what
-// each had consumed until one of them can go on in another way.
-//
-// Positions are not stacked. An element that can have consumed several
-// amounts keeps a count in one cell, a group what its iterations overwrote;
-// all else is undone by its fixed width. Entry points: zr_regexec_len and
-// zr_regexec. Tested by zr_regexec_test.cc and against the model.
+// The matcher's entry. Nearly all subjects end here, at a few rejects that
+// look at no node: the first byte, the shortest length, what a closing "$"
+// has before it, and the windows that every match holds. What is left is
+// walked (zr_walk.cc). Entry points: zr_regexec_len and zr_regexec. Tested by
+// zr_regexec_test.cc and against the model.
 
 #include <stdlib.h>
 #include <string.h>
 
-#include "regex/zr_search.h"
+#include "regex/zr_walk.h"
 
-static const uint32_t kLocalCells = 2048;
 static const uint32_t kLocalSlots = 64;
-static const uint32_t kRoom = 4;  // cells that a single step may push
-// A run of this many bytes counts as a further step.
-static const uint32_t kBytesPerStep = 16;
-
-enum Way { kForward, kBack, kMatched, kFailed, kExhausted, kBroken };
-
-struct Slot {
-  uint32_t start;  // ZR_NONE: not set
-  uint32_t end;
-  uint32_t count;      // iterations of the group on this path
-  uint32_t noCapture;  // filled only when results are written
-};
-
-// Windows of one alternative found ahead of the scan.
-struct Ahead {
-  uint32_t record;  // ZR_NONE: none yet
-  uint32_t from;    // where the last scan began
-  uint32_t next[ZR_MAX_STARTS];
-};
-
-// State of one call.
-struct Walker {
-  const zr_regex* preg;
-  const zr_plan* plan;
-  const zr_node* nodes;
-  const zr_group* groups;
-  uint32_t nodeCount;
-  uint32_t groupCount;
-  const uint8_t* text;
-  uint32_t length;
-
-  uint32_t node;      // forward: the next to match; back: the next to undo
-  uint32_t position;  // in the text
-  uint32_t record;    // current alternative
-  uint32_t base;      // where scans begin
-  uint32_t closed;    // iterations of groups closed on this path
-  uint32_t steps;
-  const zr_place* places;  // those of `mask`
-  uint8_t mask;
-
-  Ahead* ahead;
-  Slot* slots;
-  uint32_t* cells;
-  uint32_t top;
-  uint32_t capacity;
-  uint32_t* heapCells;  // null while the local array is enough
-};
-
-// ---- Stack
-
-static void Push(Walker* w, uint32_t cell) {
-  w->cells[w->top++] = cell;
-}
-
-static uint32_t Pop(Walker* w) {
-  return w->cells[--w->top];
-}
-
-static bool Grow(Walker* w) {
-  const uint32_t capacity = w->capacity * 2;
-  if (capacity > ZR_MAX_CELLS) return false;
-  void* grown = realloc(w->heapCells, size_t{capacity} * sizeof(uint32_t));
-  if (!grown) return false;
-  if (!w->heapCells) memcpy(grown, w->cells, w->top * sizeof(uint32_t));
-  w->heapCells = w->cells = static_cast<uint32_t*>(grown);
-  w->capacity = capacity;
-  return true;
-}
-
-static bool HasRoom(Walker* w) {
-  return w->capacity - w->top >= kRoom || Grow(w);
-}
-
-// ---- Elements
-
-static void SetMask(Walker* w, uint8_t mask) {
-  w->mask = mask;
-  w->places = w->plan->places[mask == 0xFF ? 0 : 1];
-}
-
-static bool Fits(const Walker* w, const zr_place& place, uint8_t byte) {
-  return zr_place_fits(place, w->preg->search->sets, byte);
-}
-
-// How many bytes from `text` on fit, at most `limit`.
-static uint32_t RunLength(const Walker* w, const zr_place& place,
-                          const uint8_t* text, uint32_t limit) {
-  uint32_t count = 0;
-  if (place.set == ZR_NONE) {
-    const uint32_t loose = place.loose;
-    const uint32_t value = place.value;
-    while (count < limit && (text[count] | loose) == value) ++count;
-  } else {
-    const zr_set& set = w->preg->search->sets[place.set];
-    while (count < limit && zr_set_has(set, text[count])) ++count;
-  }
-  return count;
-}
-
-// Whether a literal stands at `text`, which has enough bytes.
-static bool SameBytes(const Walker* w, const zr_node& literal,
-                      const uint8_t* text, uint8_t mask) {
-  const uint8_t* pool = w->preg->pool + literal.a;
-  const uint32_t width = literal.b - literal.a + 1;
-  if (mask == 0xFF) return text[0] == pool[0] && !memcmp(text, pool, width);
-  for (uint32_t i = 0; i < width; i++)
-    if ((text[i] & (zr_MaskTable[text[i]] | mask)) != pool[i]) return false;
-  return true;
-}
-
-static bool LiteralAt(const Walker* w, const zr_node& literal,
-                      uint32_t position) {
-  return literal.b - literal.a < w->length - position &&
-         SameBytes(w, literal, w->text + position, w->mask);
-}
-
-// How many repetitions an element with this quantifier asks for. A lazy one
-// takes its minimum, but never none, and is never extended, on purpose.
-static uint32_t Wanted(const zr_node& node) {
-  if (!node.lazy || node.max == 0) return node.max;
-  return node.min == 0 ? 1 : node.min;
-}
-
-static uint32_t Needed(const zr_node& node) {
-  return node.lazy && node.min == 0 ? 1 : node.min;
-}
-
-// Elements whose count can only be one keep no cell.
-static bool KeepsCount(const zr_node& node) {
-  return !node.lazy && node.min != node.max;
-}
-
-static Way TurnBack(Walker* w) {
-  --w->node;
-  return kBack;
-}
-
-// Goes on behind an element that matched `count` times, or turns back.
-static Way Consumed(Walker* w, const zr_node& node, uint32_t count,
-                    uint32_t width) {
-  if (count < Needed(node)) return TurnBack(w);
-  w->position += count * width;
-  if (KeepsCount(node)) Push(w, count);
-  ++w->node;
-  return kForward;
-}
-
-// Whether what follows a greedy one-byte element can go on at `position`.
-static bool GoesOn(const Walker* w, const zr_follow& follow,
-                   uint32_t position) {
-  if (position == w->length) return follow.atEnd;
-  return Fits(w, follow.place, w->text[position]);
-}
-
-static Way ForwardByte(Walker* w, const zr_node& node) {
-  const uint32_t left = w->length - w->position;
-  const uint32_t wanted = Wanted(node);
-  uint32_t count = RunLength(w, w->places[w->node], w->text + w->position,
-                             wanted < left ? wanted : left);
-  w->steps += count / kBytesPerStep;
-  if (count < Needed(node)) return TurnBack(w);
-  if (KeepsCount(node)) {
-    const zr_follow& follow = w->plan->follows[w->node];
-    while (!GoesOn(w, follow, w->position + count)) {
-      if (count == node.min || follow.apart) return TurnBack(w);
-      --count;
-    }
-    Push(w, count);
-  }
-  w->position += count;
-  ++w->node;
-  return kForward;
-}
-
-static Way BackByte(Walker* w, const zr_node& node) {
-  if (!KeepsCount(node)) {
-    w->position -= Needed(node);
-    return TurnBack(w);
-  }
-  const zr_follow& follow = w->plan->follows[w->node];
-  uint32_t& count = w->cells[w->top - 1];
-  while (count > node.min && !follow.apart) {
-    --count;
-    --w->position;
-    if (!GoesOn(w, follow, w->position)) continue;
-    ++w->node;
-    return kForward;
-  }
-  w->position -= count;
-  --w->top;
-  return TurnBack(w);
-}
-
-static Way ForwardString(Walker* w, const zr_node& node) {
-  const uint32_t wanted = Wanted(node);
-  const uint32_t width = node.b - node.a + 1;
-  uint32_t count = 0;
-  uint32_t position = w->position;
-  while (count < wanted && LiteralAt(w, node, position)) {
-    ++count;
-    position += width;
-  }
-  w->steps += (position - w->position) / kBytesPerStep;
-  return Consumed(w, node, count, width);
-}
-
-static Way BackRepeated(Walker* w, const zr_node& node, uint32_t width) {
-  if (!KeepsCount(node)) {
-    w->position -= Needed(node) * width;
-    return TurnBack(w);
-  }
-  uint32_t& count = w->cells[w->top - 1];
-  if (count > node.min) {
-    --count;
-    w->position -= width;
-    ++w->node;
-    return kForward;
-  }
-  w->position -= count * width;
-  --w->top;
-  return TurnBack(w);
-}
-
-// The captured text, or false when the slot is not set.
-static bool Captured(const Walker* w, uint32_t slot, uint32_t* start,
-                     uint32_t* width) {
-  const Slot& s = w->slots[slot];
-  if (s.start == ZR_NONE || s.end == ZR_NONE || s.end < s.start) return false;
-  *start = s.start;
-  *width = s.end - s.start;
-  return true;
-}
-
-// Bytes compare as they stand, folding or not, on purpose. Empty text counts
-// as one repetition and ends the loop.
-static Way ForwardBackref(Walker* w, const zr_node& node) {
-  uint32_t start;
-  uint32_t width;
-  if (!Captured(w, node.a, &start, &width)) return TurnBack(w);
-  const uint32_t wanted = Wanted(node);
-  uint32_t count = 0;
-  uint32_t position = w->position;
-  while (count < wanted && width && width <= w->length - position &&
-         memcmp(w->text + position, w->text + start, width) == 0) {
-    ++count;
-    position += width;
-  }
-  if (width == 0 && wanted) count = 1;
-  if (count < Needed(node) && (width || !wanted)) return TurnBack(w);
-  w->steps += (position - w->position) / kBytesPerStep;
-  w->position = position;
-  Push(w, width);
-  Push(w, count);
-  ++w->node;
-  return kForward;
-}
-
-// The width comes from the stack: the capture may have changed since.
-static Way BackBackref(Walker* w, const zr_node& node) {
-  const uint32_t width = w->cells[w->top - 2];
-  uint32_t& count = w->cells[w->top - 1];
-  if (!node.lazy && width && count > node.min) {
-    --count;
-    w->position -= width;
-    ++w->node;
-    return kForward;
-  }
-  w->position -= count * width;
-  w->top -= 2;
-  return TurnBack(w);
-}
-
-// ---- Scans: where an alternative can begin
-
-// Whether entering this alternative searches for its first element: nothing
-// is closed on the path, and no inner group does it instead.
-static bool Scans(const Walker* w, uint32_t record) {
-  const zr_group& group = w->groups[record];
-  return group.skip && w->closed == 0 &&
-         w->nodes[group.first + 1].opcode != ZR_OPEN;
-}
-
-// Whether any literal of a group stands at `position`; its node, or 0.
-static uint32_t LiteralOfGroup(const Walker* w, uint32_t open,
-                               uint32_t position) {
-  for (uint32_t i = open + 1; i < w->nodes[open].b; i += 2)
-    if (LiteralAt(w, w->nodes[i], position)) return i;
-  return 0;
-}
-
-static bool FirstFits(const Walker* w, uint32_t first, uint32_t position) {
-  const zr_node& node = w->nodes[first];
-  switch (node.opcode) {
-    case ZR_STRING:
-      return LiteralAt(w, node, position);
-    case ZR_LITOPEN:
-      return LiteralOfGroup(w, first, position) != 0;
-    case ZR_ALT:
-    case ZR_CLOSE:
-    case ZR_END:
-      return true;  // an empty alternative begins anywhere
-    case ZR_BACKREF:
-      return false;  // nothing can be captured yet
-    default:
-      return node.opcode < ZR_OPEN &&
-             Fits(w, w->places[first], w->text[position]);
-  }
-}
-
-static uint32_t FindWindow(const Walker* w, uint32_t window, uint32_t from) {
-  const zr_search* search = w->preg->search;
-  return zr_window_find(search->windows[window], search->sets, w->text,
-                        w->length, from);
-}
-
-// The nearest of several windows. What was found ahead is kept for the next
-// time, so that each goes through the text once.
-static uint32_t ScanMany(Walker* w, uint32_t record, uint32_t from) {
-  const zr_start& start = w->plan->starts[record];
-  Ahead* ahead = w->ahead;
-  const bool fresh = ahead->record != record || from < ahead->from;
-  uint32_t nearest = ZR_NONE;
-  for (uint32_t i = 0; i < start.count; i++) {
-    uint32_t* next = &ahead->next[i];
-    if (fresh || *next < from) *next = FindWindow(w, start.first + i, from);
-    if (*next < nearest) nearest = *next;
-  }
-  ahead->record = record;
-  ahead->from = from;
-  return nearest;
-}
-
-// Finds the end of the run that an alternative begins with, then goes back to
-// where it may begin. Without a maximum that is the run's start: from there
-// all places to go on are reached. With one, only as many bytes before the
-// end, since what follows is none of the run's own.
-static uint32_t ScanEdge(const Walker* w, uint32_t record, uint32_t from) {
-  const uint32_t first = w->groups[record].first + 1;
-  const zr_node& node = w->nodes[first];
-  const zr_place& place = w->places[first];
-  for (uint32_t at = from; at < w->length;) {
-    uint32_t last = FindWindow(w, w->plan->starts[record].first, at);
-    if (last == ZR_NONE) {
-      if (!w->plan->follows[first].atEnd) return ZR_NONE;
-      last = w->length - 1;
-    }
-    at = last + 1;
-    uint32_t count = 0;
-    while (count < node.max && at - count > from &&
-           Fits(w, place, w->text[at - count - 1]))
-      ++count;
-    if (count != 0 && count >= node.min) return at - count;
-  }
-  return ZR_NONE;
-}
-
-// The first offset from `from` on at which the alternative's first element
-// matches once, never the text's end; ZR_NONE if there is none. Offsets at
-// which the alternative cannot match may be left out.
-static uint32_t Scan(Walker* w, uint32_t record, uint32_t from) {
-  const zr_start& start = w->plan->starts[record];
-  if (start.edge) return ScanEdge(w, record, from);
-  if (start.count == 1) return FindWindow(w, start.first, from);
-  if (start.count != 0) return ScanMany(w, record, from);
-  const uint32_t first = w->groups[record].first + 1;
-  if (w->nodes[first].opcode == ZR_BOS) return from == 0 ? 0 : ZR_NONE;
-  for (uint32_t i = from; i < w->length; i++)
-    if (FirstFits(w, first, i)) return i;
-  return ZR_NONE;
-}
-
-// Where to scan on after a failure. When the alternative begins with a greedy
-// element without a maximum, a start within the same run could only go on
-// from places that have been tried; unless text captured earlier counts.
-static uint32_t NextStart(const Walker* w, uint32_t record) {
-  const uint32_t first = w->groups[record].first + 1;
-  const zr_node& node = w->nodes[first];
-  const uint32_t next = w->position + 1;
-  if (next >= w->length || !zr_is_byte(node.opcode) ||
-      node.max != ZR_UNBOUNDED || node.lazy || w->preg->hasBackref ||
-      w->preg->search->faithful ||
-      !Fits(w, w->places[first], w->text[w->position]))
-    return next;
-  return next +
-         RunLength(w, w->places[first], w->text + next, w->length - next);
-}
-
-// All enclosing groups begin where the alternative begins.
-static void MoveStart(Walker* w, uint32_t record, uint32_t position) {
-  w->position = position;
-  for (; record != ZR_NONE; record = w->groups[record].parent)
-    w->slots[w->groups[record].capture].start = position;
-}
-
-// ---- Groups
-
-// Goes on behind the close of the group that `open` opens.
-static Way GoBehind(Walker* w, uint32_t open) {
-  w->record = w->groups[w->nodes[open].a].parent;
-  w->node = w->nodes[open].b + 1;
-  return kForward;
-}
-
-// Goes back into the last iteration, or out of the group when there is none.
-static Way UndoIteration(Walker* w, uint32_t open) {
-  const zr_group& group = w->groups[w->nodes[open].a];
-  Slot& slot = w->slots[group.capture];
-  if (slot.count == 0) {
-    slot.count = Pop(w);
-    w->record = group.parent;
-    w->node = open - 1;
-    return kBack;
-  }
-  slot.end = Pop(w);
-  w->record = Pop(w);
-  --slot.count;
-  --w->closed;
-  w->node = w->groups[w->record].last - 1;
-  return kBack;
-}
-
-// The iteration begun at this position is not possible.
-static Way IterationFailed(Walker* w, uint32_t open) {
-  const zr_node& node = w->nodes[open];
-  Slot& slot = w->slots[w->groups[node.a].capture];
-  slot.start = Pop(w);
-  // A lazy group has gone on behind before it tried this.
-  if (!node.lazy && slot.count >= node.min) return GoBehind(w, open);
-  return UndoIteration(w, open);
-}
-
-// The alternatives of a top-level pattern have all failed.
-static Way RestartOrFail(Walker* w) {
-  if (w->groups[0].skip) return kFailed;
-  ++w->position;
-  if (w->position >= w->length) return kFailed;
-  if (w->length - w->position < w->preg->minLength) return kFailed;
-  w->slots[0].start = w->position;
-  w->record = 0;
-  w->node = 1;
-  return kForward;
-}
-
-// Enters the alternative behind the node `opener`.
-static Way EnterAlternative(Walker* w, uint32_t opener) {
-  const uint32_t record = w->nodes[opener].a;
-  w->record = record;
-  w->node = opener + 1;
-  if (!w->groups[record].skip || w->closed != 0) return kForward;
-  w->position = w->base;
-  if (!Scans(w, record)) return kForward;
-  if (w->nodes[w->node].opcode == ZR_BS) return kBroken;
-  const uint32_t found = Scan(w, record, w->base);
-  if (found == ZR_NONE) {
-    w->position = w->length;  // nothing left to scan
-    w->node = opener;
-    return kBack;
-  }
-  MoveStart(w, record, found);
-  return kForward;
-}
-
-// The alternative behind this opener has failed here. One that scans goes on
-// scanning, all of the text, before the next one is tried: what is found is
-// not the leftmost match, deliberately.
-static Way BackAlternative(Walker* w) {
-  const uint32_t opener = w->node;
-  const uint32_t record = w->nodes[opener].a;
-  const zr_group& group = w->groups[record];
-  w->record = record;
-  if (group.skip && w->closed == 0) {
-    if (Scans(w, record)) {
-      const uint32_t found = Scan(w, record, NextStart(w, record));
-      if (found != ZR_NONE) {
-        MoveStart(w, record, found);
-        w->node = opener + 1;
-        return kForward;
-      }
-    }
-    w->position = w->base;
-  }
-  switch (w->nodes[group.last].opcode) {
-    case ZR_ALT:
-      return EnterAlternative(w, group.last);
-    case ZR_END:
-      return RestartOrFail(w);
-    default:
-      return IterationFailed(w, w->nodes[group.last].a);
-  }
-}
-
-static Way BeginIteration(Walker* w, uint32_t open) {
-  Slot& slot = w->slots[w->groups[w->nodes[open].a].capture];
-  Push(w, slot.start);
-  slot.start = w->position;
-  return EnterAlternative(w, open);
-}
-
-// Another iteration or on behind the close: a greedy group iterates while it
-// may, a lazy one only until it has its minimum.
-static Way Decide(Walker* w, uint32_t open) {
-  const zr_node& node = w->nodes[open];
-  const uint32_t count = w->slots[w->groups[node.a].capture].count;
-  if (node.lazy && count >= node.min) return GoBehind(w, open);
-  if (count < node.max) return BeginIteration(w, open);
-  return count >= node.min ? GoBehind(w, open) : UndoIteration(w, open);
-}
-
-static Way ForwardOpen(Walker* w, const zr_node& node) {
-  Slot& slot = w->slots[w->groups[node.a].capture];
-  Push(w, slot.count);
-  slot.count = 0;
-  return Decide(w, w->node);
-}
-
-static Way ForwardClose(Walker* w, const zr_node& node) {
-  const zr_group& group = w->groups[node.b];
-  Slot& slot = w->slots[group.capture];
-  Push(w, w->record);
-  Push(w, slot.end);
-  slot.end = w->position;
-  ++slot.count;
-  ++w->closed;
-  w->record = group.parent;
-  return Decide(w, node.a);
-}
-
-// From behind: a lazy group that was left early enters one more iteration,
-// any other takes its last one up again from its end.
-static Way BackClose(Walker* w, const zr_node& node) {
-  const uint32_t count = w->slots[w->groups[node.b].capture].count;
-  if (node.lazy && count < node.max) return BeginIteration(w, node.a);
-  return UndoIteration(w, node.a);
-}
-
-// ---- Groups of literals: an iteration is never tried in a second way
-
-static bool TakeLiteral(Walker* w, uint32_t open, Slot* slot) {
-  const uint32_t literal = LiteralOfGroup(w, open, w->position);
-  if (literal == 0) return false;
-  Push(w, slot->start);
-  Push(w, slot->end);
-  slot->start = w->position;
-  w->position += w->nodes[literal].b - w->nodes[literal].a + 1;
-  slot->end = w->position;
-  ++slot->count;
-  ++w->steps;
-  return true;
-}
-
-// Takes iterations off until the group can be left with the rest, or is
-// undone.
-static Way UndoLiterals(Walker* w, uint32_t open) {
-  const zr_node& node = w->nodes[open];
-  Slot& slot = w->slots[w->groups[node.a].capture];
-  while (slot.count != 0) {
-    w->position = slot.start;
-    slot.end = Pop(w);
-    slot.start = Pop(w);
-    --slot.count;
-    if (!node.lazy && slot.count >= node.min) return GoBehind(w, open);
-  }
-  slot.count = Pop(w);
-  w->node = open - 1;
-  return kBack;
-}
-
-static Way ForwardLiterals(Walker* w, const zr_node& node) {
-  const uint32_t open = w->node;
-  const uint32_t wanted = node.lazy ? node.min : node.max;
-  Slot& slot = w->slots[w->groups[node.a].capture];
-  Push(w, slot.count);
-  slot.count = 0;
-  while (slot.count < wanted) {
-    if (!HasRoom(w)) return kExhausted;
-    if (!TakeLiteral(w, open, &slot)) break;
-  }
-  if (slot.count >= node.min) return GoBehind(w, open);
-  return UndoLiterals(w, open);
-}
-
-static Way BackLiterals(Walker* w, const zr_node& node) {
-  Slot& slot = w->slots[w->groups[node.b].capture];
-  if (node.lazy && slot.count < node.max && TakeLiteral(w, node.a, &slot))
-    return GoBehind(w, node.a);
-  return UndoLiterals(w, node.a);
-}
-
-// ---- The walk
-
-static Way Pass(Walker* w, bool matches) {
-  if (!matches) return TurnBack(w);
-  ++w->node;
-  return kForward;
-}
-
-static Way ForwardCase(Walker* w, uint8_t mask) {
-  Push(w, w->mask);
-  SetMask(w, mask);
-  ++w->node;
-  return kForward;
-}
-
-static Way Forward(Walker* w) {
-  const zr_node& node = w->nodes[w->node];
-  if (node.opcode <= ZR_NOTDIGIT && node.opcode != ZR_STRING)
-    return node.opcode == ZR_BS ? kBroken : ForwardByte(w, node);
-  switch (node.opcode) {
-    case ZR_STRING:
-      return ForwardString(w, node);
-    case ZR_OPEN:
-      return ForwardOpen(w, node);
-    case ZR_CLOSE:
-      return ForwardClose(w, node);
-    case ZR_LITOPEN:
-      return ForwardLiterals(w, node);
-    case ZR_ALT:
-      w->node = node.min;  // the alternative before it is complete
-      return kForward;
-    case ZR_END:
-      return kMatched;
-    case ZR_EOS:
-      return Pass(w, w->position == w->length);
-    case ZR_BOS:
-      return Pass(w, w->position == 0);
-    case ZR_CASEON:
-      return ForwardCase(w, 0xFF);
-    case ZR_CASEOFF:
-      return ForwardCase(w, 0xDF);
-    case ZR_BACKREF:
-      return ForwardBackref(w, node);
-    default:
-      return kBroken;
-  }
-}
-
-static Way Back(Walker* w) {
-  const zr_node& node = w->nodes[w->node];
-  switch (node.opcode) {
-    case ZR_START:
-    case ZR_OPEN:
-    case ZR_ALT:
-      return BackAlternative(w);
-    case ZR_CLOSE:
-      return BackClose(w, node);
-    case ZR_LITCLOSE:
-      return BackLiterals(w, node);
-    case ZR_EOS:
-    case ZR_BOS:
-      return TurnBack(w);
-    case ZR_CASEON:
-    case ZR_CASEOFF:
-      SetMask(w, static_cast<uint8_t>(Pop(w)));
-      return TurnBack(w);
-    case ZR_BACKREF:
-      return BackBackref(w, node);
-    case ZR_STRING:
-      return BackRepeated(w, node, node.b - node.a + 1);
-    default:
-      return BackByte(w, node);
-  }
-}
-
-// From the search base to a match or none.
-static Way Walk(Walker* w) {
-  Way way = EnterAlternative(w, 0);
-  while (way <= kBack) {
-    if (++w->steps > ZR_MAX_STEPS || !HasRoom(w)) return kExhausted;
-    way = way == kForward ? Forward(w) : Back(w);
-  }
-  return way;
-}
 
 // ---- Rejects that come before the walk
 
@@ -697,37 +20,35 @@ static uint8_t FoldAtStart(const zr_regex* preg, uint8_t byte) {
 
 // Whether there is a place to begin. Windows, where there are any, know better
 // than the first byte.
-static bool FindBase(Walker* w) {
-  const zr_regex* preg = w->preg;
-  const zr_search* search = preg->search;
-  if (preg->startKind == 1 && search->faithful) {
+static bool FindBase(const zr_regex* preg, const uint8_t* text, uint32_t length,
+                     uint32_t* base) {
+  if (preg->startKind == 1 && preg->search->faithful) {
     const uint8_t wanted = preg->pool[preg->nodes[1].a];
-    while (w->base < w->length && FoldAtStart(preg, w->text[w->base]) != wanted)
-      ++w->base;
-    if (w->base == w->length) return false;
+    while (*base < length && FoldAtStart(preg, text[*base]) != wanted) ++*base;
+    if (*base == length) return false;
   } else if (preg->startKind == 2) {
     const uint8_t wanted = preg->pool[preg->nodes[2].a];
-    if (FoldAtStart(preg, w->text[0]) != wanted) return false;
+    if (FoldAtStart(preg, text[0]) != wanted) return false;
   }
-  return w->length - w->base >= preg->minLength;
+  return length - *base >= preg->minLength;
 }
 
 // Whether the text holds one of the windows that every match has.
-static bool IsCovered(Walker* w) {
-  const zr_search* search = w->preg->search;
+static bool IsCovered(const zr_search* search, const uint8_t* text,
+                      uint32_t length, uint32_t* base) {
   if (search->coverCount == 0) return true;
   for (uint32_t i = 0; i < search->coverCount; i++) {
     const uint32_t found =
-        zr_window_find(search->windows[i], search->sets, w->text, w->length, 0);
+        zr_window_find(search->windows[i], search->sets, text, length, 0);
     if (found == ZR_NONE) continue;
-    if (search->coverLeads && found > w->base) w->base = found;
+    if (search->coverLeads && found > *base) *base = found;
     return true;
   }
   return false;
 }
 
 // Tests one repetition of the element `index` in front of `*end`.
-static bool EndsWith(const Walker* w, uint32_t index, uint32_t* end) {
+static bool EndsWith(const zr_walker* w, uint32_t index, uint32_t* end) {
   const zr_node& node = w->nodes[index];
   if (node.opcode == ZR_EOS) return *end == w->length;
   if (node.opcode == ZR_BOS) return *end == 0;
@@ -735,15 +56,15 @@ static bool EndsWith(const Walker* w, uint32_t index, uint32_t* end) {
     const uint32_t width = node.b - node.a + 1;
     if (width > *end) return false;
     *end -= width;
-    return SameBytes(w, node, w->text + *end, w->mask);
+    return zr_same_bytes(w, node, w->text + *end, w->mask);
   }
   if (*end == 0) return false;
   --*end;
-  return Fits(w, w->places[index], w->text[*end]);
+  return zr_fits(w, w->places[index], w->text[*end]);
 }
 
 // One of a group's literals in stored order; the first that fits stays.
-static bool EndsWithLiteral(const Walker* w, uint32_t open, uint32_t* end) {
+static bool EndsWithLiteral(const zr_walker* w, uint32_t open, uint32_t* end) {
   for (uint32_t i = open + 1; i < w->nodes[open].b; i += 2) {
     uint32_t before = *end;
     if (!EndsWith(w, i, &before)) continue;
@@ -754,36 +75,37 @@ static bool EndsWithLiteral(const Walker* w, uint32_t open, uint32_t* end) {
 }
 
 // Looks at what stands right before a closing "$", from the text's end
-// backwards and without a second try. kForward: the walk has to tell.
-static Way CheckTail(Walker* w, bool capturing) {
+// backwards and without a second try. ZR_WAY_FORWARD: the walk has to tell.
+static zr_way CheckTail(zr_walker* w, bool capturing) {
   uint32_t i = w->nodeCount - 2;
   const uint32_t count = w->nodes[i].a;
-  if (w->preg->caseNodes) SetMask(w, static_cast<uint8_t>(w->nodes[i].b));
+  if (w->preg->caseNodes) zr_set_mask(w, static_cast<uint8_t>(w->nodes[i].b));
   uint32_t end = w->length;
   for (uint32_t k = 0; k < count; k++) {
     const zr_node& node = w->nodes[--i];
-    if (node.opcode == ZR_BS) return kBroken;
-    if (node.opcode == ZR_START) return capturing ? kForward : kMatched;
+    if (node.opcode == ZR_BS) return ZR_WAY_BROKEN;
+    if (node.opcode == ZR_START)
+      return capturing ? ZR_WAY_FORWARD : ZR_WAY_MATCHED;
     if (node.opcode == ZR_OPEN || node.opcode == ZR_CLOSE) continue;
     if (node.opcode == ZR_LITCLOSE) {
       i = node.a;
-      if (!EndsWithLiteral(w, i, &end)) return kFailed;
+      if (!EndsWithLiteral(w, i, &end)) return ZR_WAY_FAILED;
     } else if (!EndsWith(w, i, &end)) {
-      return kFailed;
+      return ZR_WAY_FAILED;
     }
   }
-  return kForward;
+  return ZR_WAY_FORWARD;
 }
 
 // ---- Results
 
-static zr_pair PairOfSlot(const Slot& slot) {
+static zr_pair PairOfSlot(const zr_slot& slot) {
   if (slot.start == ZR_NONE || slot.end == ZR_NONE) return zr_pair{-1, -1};
   return zr_pair{static_cast<int32_t>(slot.start),
                  static_cast<int32_t>(slot.end)};
 }
 
-static void FillPairs(Walker* w, uint32_t nmatch, zr_pair* pmatch) {
+static void FillPairs(zr_walker* w, uint32_t nmatch, zr_pair* pmatch) {
   for (uint32_t i = 0; i < w->groupCount; i++)
     w->slots[w->groups[i].capture].noCapture = w->groups[i].noCapture;
   uint32_t written = 0;
@@ -792,12 +114,12 @@ static void FillPairs(Walker* w, uint32_t nmatch, zr_pair* pmatch) {
   if (written < nmatch - 1) pmatch[written] = zr_pair{-1, -1};
 }
 
-static void ClearSlots(Walker* w) {
+static void ClearSlots(zr_walker* w) {
   for (uint32_t i = 0; i < w->plan->slotCount; i++)
-    w->slots[i] = Slot{ZR_NONE, ZR_NONE, 0, 0};
+    w->slots[i] = zr_slot{ZR_NONE, ZR_NONE, 0, 0};
 }
 
-static void ChooseList(Walker* w, const zr_regex* preg, bool full) {
+static void ChooseList(zr_walker* w, const zr_regex* preg, bool full) {
   w->preg = preg;
   w->plan = full ? &preg->search->full : &preg->search->fast;
   w->nodes = full ? preg->nodes : preg->fastNodes;
@@ -806,74 +128,71 @@ static void ChooseList(Walker* w, const zr_regex* preg, bool full) {
   w->groupCount = full ? preg->groupCount : preg->fastGroupCount;
 }
 
-// The stack is here, in a frame that rejected subjects do not pay for.
-static __attribute__((noinline)) Way WalkWithCells(Walker* w) {
-  uint32_t cells[kLocalCells];
-  Ahead ahead;
-  ahead.record = ZR_NONE;
-  w->ahead = &ahead;
-  w->cells = cells;
-  w->capacity = kLocalCells;
-  SetMask(w, w->preg->caseMask);
+static zr_way MatchWithSlots(zr_walker* w, uint32_t nmatch, zr_pair* pmatch) {
+  zr_way way = ZR_WAY_MATCHED;
   ClearSlots(w);
-  w->slots[0].start = w->position = w->base;
-  const Way way = Walk(w);
-  w->slots[0].end = w->position;
-  free(w->heapCells);
+  if (w->length != 0) {
+    way = zr_walk(w);
+  } else {
+    w->slots[0].start = w->slots[0].end = 0;  // no node is looked at
+  }
+  if (way == ZR_WAY_MATCHED && nmatch != 0 && pmatch)
+    FillPairs(w, nmatch, pmatch);
   return way;
 }
 
-static __attribute__((noinline)) Way MatchWithSlots(Walker* w, bool walk,
-                                                    uint32_t nmatch,
-                                                    zr_pair* pmatch) {
-  Slot local[kLocalSlots];
-  Slot* memory = nullptr;
-  w->slots = local;
-  if (w->plan->slotCount > kLocalSlots) {
-    memory = static_cast<Slot*>(malloc(w->plan->slotCount * sizeof(Slot)));
-    if (!memory) return kExhausted;
-    w->slots = memory;
+// The state of a walk is in this frame, which rejected subjects do not pay
+// for.
+static __attribute__((noinline)) zr_way MatchFrom(
+    const zr_regex* preg, const uint8_t* text, uint32_t length, uint32_t base,
+    uint32_t nmatch, zr_pair* pmatch) {
+  zr_walker w = {};
+  ChooseList(&w, preg, preg->hasBackref || nmatch != 0);
+  w.text = text;
+  w.length = length;
+  w.base = base;
+  if (w.plan->hasTail && length != 0) {
+    zr_set_mask(&w, preg->caseMask);
+    const zr_way way = CheckTail(&w, nmatch != 0 && pmatch);
+    if (way != ZR_WAY_FORWARD) return way;
+    if (!IsCovered(preg->search, text, length, &w.base)) return ZR_WAY_FAILED;
   }
-  Way way = kMatched;
-  if (walk) {
-    way = WalkWithCells(w);
-  } else {
-    ClearSlots(w);
-    w->slots[0].start = w->slots[0].end = 0;
-  }
-  if (way == kMatched && nmatch != 0 && pmatch) FillPairs(w, nmatch, pmatch);
+  zr_slot slots[kLocalSlots];
+  w.slots = slots;
+  if (w.plan->slotCount <= kLocalSlots)
+    return MatchWithSlots(&w, nmatch, pmatch);
+  void* memory = malloc(w.plan->slotCount * sizeof(zr_slot));
+  if (!memory) return ZR_WAY_EXHAUSTED;
+  w.slots = static_cast<zr_slot*>(memory);
+  const zr_way way = MatchWithSlots(&w, nmatch, pmatch);
   free(memory);
   return way;
 }
 
-static Way MatchAll(Walker* w, uint32_t nmatch, zr_pair* pmatch) {
-  const bool capturing = nmatch != 0 && pmatch;
-  if (w->length == 0) {
-    if (w->preg->minLength != 0) return kFailed;
-    return capturing ? MatchWithSlots(w, false, nmatch, pmatch) : kMatched;
-  }
-  if (!FindBase(w)) return kFailed;
-  if (w->plan->hasTail) {
-    const Way way = CheckTail(w, capturing);
-    if (way != kForward) return way;
-  }
-  if (!IsCovered(w)) return kFailed;
-  return MatchWithSlots(w, true, nmatch, pmatch);
+// Whether the text can be told not to match without a walk, and if not, where
+// a walk has to begin. A tail is looked at before all of the text is.
+static bool IsRejected(const zr_regex* preg, const uint8_t* text,
+                       uint32_t length, bool full, uint32_t* base) {
+  if (length == 0) return preg->minLength != 0;
+  if (!FindBase(preg, text, length, base)) return true;
+  const zr_search* search = preg->search;
+  if ((full ? search->full : search->fast).hasTail) return false;
+  return !IsCovered(search, text, length, base);
 }
 
 int zr_regexec_len(const zr_regex* preg, const char* subject, uint32_t nmatch,
                    zr_pair* pmatch, int eflags, uint32_t length) {
   (void)eflags;
-  Walker w = {};
-  ChooseList(&w, preg, preg->hasBackref || nmatch != 0);
-  w.text = reinterpret_cast<const uint8_t*>(subject);
-  w.length = length;
-  SetMask(&w, preg->caseMask);
-  const Way way = MatchAll(&w, nmatch, pmatch);
-  if (way == kMatched) return ZR_OK;
+  const uint8_t* text = reinterpret_cast<const uint8_t*>(subject);
+  const bool full = preg->hasBackref || nmatch != 0;
+  uint32_t base = 0;
+  zr_way way = ZR_WAY_FAILED;
+  if (!IsRejected(preg, text, length, full, &base))
+    way = MatchFrom(preg, text, length, base, nmatch, pmatch);
+  if (way == ZR_WAY_MATCHED) return ZR_OK;
   if (nmatch != 0 && pmatch) pmatch[0] = zr_pair{-1, -1};
-  if (way == kExhausted) return ZR_NOMEMORY;
-  return way == kBroken ? ZR_INTERNAL : ZR_NOMATCH;
+  if (way == ZR_WAY_EXHAUSTED) return ZR_NOMEMORY;
+  return way == ZR_WAY_BROKEN ? ZR_INTERNAL : ZR_NOMATCH;
 }
 
 int zr_regexec(const zr_regex* preg, const char* subject, uint32_t nmatch,

@@ -376,6 +376,8 @@ static double ShareOfPlace(const zr_search* search, const zr_place& place) {
   return sum < 65536 ? sum / 65536.0 : 1.0;
 }
 
+static const uint32_t kFourTimes = 0x01010101;  // a byte in a word
+
 struct Range {
   uint32_t low;
   uint32_t high;
@@ -416,14 +418,15 @@ static zr_probe MakeProbe(const zr_search* search, const zr_place& place,
   zr_probe probe = {};
   probe.at = static_cast<uint8_t>(at);
   if (place.set == ZR_NONE) {
-    probe.loose = place.loose;
+    probe.loose = kFourTimes * place.loose;
     probe.ranges = 1;
-    probe.low[0] = place.value;
+    probe.low[0] = kFourTimes * place.value;
     *share = ShareOfPlace(search, place);
     return probe;
   }
   const zr_set& set = search->sets[place.set];
   Range runs[128];
+  uint32_t loose = 0;
   uint32_t count = CollectRuns(set, 0, runs);
   if (count > 1) {
     // Letters of both cases are one range with the case bit set.
@@ -431,7 +434,7 @@ static zr_probe MakeProbe(const zr_search* search, const zr_place& place,
     const uint32_t fewer = CollectRuns(set, 0x20, folded);
     if (fewer < count) {
       memcpy(runs, folded, sizeof(runs));
-      probe.loose = 0x20;
+      loose = 0x20;
       count = fewer;
     }
   }
@@ -440,13 +443,14 @@ static zr_probe MakeProbe(const zr_search* search, const zr_place& place,
     runs[0] = Range{0, 0};
     count = 1;
   }
+  probe.loose = kFourTimes * loose;
   probe.ranges = static_cast<uint8_t>(count);
   zr_set accepted = {};
   for (uint32_t i = 0; i < count; i++) {
-    probe.low[i] = static_cast<uint8_t>(runs[i].low);
-    probe.width[i] = static_cast<uint8_t>(runs[i].high - runs[i].low);
+    probe.low[i] = kFourTimes * runs[i].low;
+    probe.width[i] = kFourTimes * (runs[i].high - runs[i].low);
     for (uint32_t c = 0; c < 256; c++) {
-      const uint32_t byte = c | probe.loose;
+      const uint32_t byte = c | loose;
       if (byte >= runs[i].low && byte <= runs[i].high)
         accepted.bits[c >> 5] |= 1u << (c & 31);
     }
@@ -513,9 +517,8 @@ double zr_search_cost(const zr_search* search, const zr_draft& draft) {
   const double share = FoundShare(search, draft);
   if (draft.anchored) return 5 + share * kWalk / 10;
   zr_window window;
-  const double scan = draft.run && share > kWeakShare
-                          ? kRunScan * kSubject
-                          : ChooseProbes(search, draft, &window);
+  double scan = ChooseProbes(search, draft, &window);
+  if (draft.run && scan > kRunScan * kSubject) scan = kRunScan * kSubject;
   const double found = share * kSubject;
   if (draft.leads) return scan + found * kAttempt;
   return scan + (found < 1 ? found : 1) * kWalk;
@@ -535,13 +538,10 @@ uint32_t zr_search_add(zr_search* search, const zr_draft& draft) {
   window.length = static_cast<uint8_t>(draft.length);
   window.anchored = draft.anchored;
   memcpy(window.places, draft.places, sizeof(window.places));
-  ChooseProbes(search, draft, &window);
-  for (uint32_t i = 0; i < 2; i++) {
-    memset(window.loose[i], window.probes[i].loose, 16);
-    memset(window.value[i], window.probes[i].low[0], 16);
-  }
+  const double scan = ChooseProbes(search, draft, &window);
   window.weak = FoundShare(search, draft) > kWeakShare;
-  window.run = window.weak ? draft.run : 0;
+  if (draft.run && (window.weak || scan > kRunScan * kSubject))
+    window.run = draft.run;
   return search->windowCount++;
 }
 

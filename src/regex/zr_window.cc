@@ -43,8 +43,8 @@ static inline __m128i Load(const uint8_t* text) {
   return _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
 }
 
-static inline __m128i Fill(uint8_t byte) {
-  return _mm_set1_epi8(static_cast<char>(byte));
+static inline __m128i Fill(uint32_t word) {
+  return _mm_set1_epi32(static_cast<int>(word));
 }
 
 // The first of the starts whose bits are set that fits wholly.
@@ -94,8 +94,8 @@ static uint32_t FindExact(const zr_window& window, const zr_set* sets,
                           const uint8_t* text, uint32_t from, uint32_t end) {
   ExactProbes p;
   for (uint32_t i = 0; i < 2; i++) {
-    p.loose[i] = Load(window.loose[i]);
-    p.value[i] = Load(window.value[i]);
+    p.loose[i] = Fill(window.probes[i].loose);
+    p.value[i] = Fill(window.probes[i].low[0]);
     p.text[i] = text + window.probes[i].at;
   }
   uint32_t start = from;

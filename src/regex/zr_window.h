@@ -30,10 +30,11 @@ static const uint32_t ZR_MAX_RANGES = 3;   // of one probe
 // low to low + width. May accept bytes that the place does not.
 struct zr_probe {
   uint8_t at;  // index of the place
-  uint8_t loose;
   uint8_t ranges;
-  uint8_t low[ZR_MAX_RANGES];
-  uint8_t width[ZR_MAX_RANGES];
+  // Each of them four times in a word, as the wide compare takes it.
+  uint32_t loose;
+  uint32_t low[ZR_MAX_RANGES];
+  uint32_t width[ZR_MAX_RANGES];
 };
 
 struct zr_window {
@@ -43,8 +44,6 @@ struct zr_window {
   uint8_t weak;      // 1: so common that it is compared byte by byte
   uint32_t run;      // if not 0: all that counts is the first place, so often
   zr_probe probes[2];
-  uint8_t loose[2][16];  // of the probes, as the compare takes it
-  uint8_t value[2][16];
   zr_place places[ZR_MAX_PLACES];
 };
 

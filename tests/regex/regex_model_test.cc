@@ -323,10 +323,10 @@ class Generator {
 
   void sequence(uint32_t depth, std::string* text) {
     static const char* const kAtoms[] = {
-        "a",   "b",      "c",      "a",   "b",     "ab",   "ba",
-        "aa",  "[ab]",   "[^a]",   ".",   "[a-b]", "[b]",  "(a|b)",
-        "\\1", "\\2",    "(ab|a)", "^",   "$",     "(?i)", "(?-i)",
-        "(?:", "(b|bc)", "\\w",    "[cB]"};
+        "a",   "b",      "c",      "a",    "b",     "ab",   "ba",
+        "aa",  "[ab]",   "[^a]",   ".",    "[a-b]", "[b]",  "(a|b)",
+        "\\1", "\\2",    "(ab|a)", "^",    "$",     "(?i)", "(?-i)",
+        "(?:", "(b|bc)", "\\w",    "[cB]", "c[\\b]"};
     const uint32_t atoms = sizeof kAtoms / sizeof *kAtoms;
     for (uint32_t n = numbers_.Below(4); n > 0; n--) {
       const uint32_t pick = numbers_.Below(atoms + 8);

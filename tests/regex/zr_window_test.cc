@@ -1,0 +1,254 @@
+// The search for windows against a search byte by byte, and matching with all
+// that is derived of a pattern against matching without.
+
+#include "regex/zr_window.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <string>
+
+#include "base/heap_text.h"
+#include "regex/zr_search.h"
+
+namespace {
+
+// Sets of every form: one byte, both cases, ranges, more ranges than a probe
+// has, all but one, none.
+const char* const kSets[] = {
+    "a",    "aA",   "a-f", "a-cA-C", "bdfh-jlnp", "0-9.-",   "^a",
+    "x-zA", "^a-y", "",    "bB",     "a-cA-C!0",  "\xE9\xC9"};
+
+zr_set SetOf(const char* text) {
+  zr_set set = {};
+  const bool negated = *text == '^';
+  if (negated) text++;
+  for (; *text; text++) {
+    const uint32_t low = static_cast<uint8_t>(*text);
+    uint32_t high = low;
+    if (text[1] == '-' && text[2]) {
+      high = static_cast<uint8_t>(text[2]);
+      text += 2;
+    }
+    for (uint32_t c = low; c <= high; c++) set.bits[c >> 5] |= 1u << (c & 31);
+  }
+  for (uint32_t i = 0; negated && i < 8; i++) set.bits[i] = ~set.bits[i];
+  return set;
+}
+
+struct Sample {
+  zr_set sets[ZR_MAX_PLACES];
+  uint32_t length;
+  bool anchored;
+};
+
+bool FitsAt(const Sample& sample, const std::string& text, uint32_t at) {
+  if (at + sample.length > text.size()) return false;
+  if (sample.anchored && at != 0) return false;
+  for (uint32_t i = 0; i < sample.length; i++)
+    if (!zr_set_has(sample.sets[i], static_cast<uint8_t>(text[at + i])))
+      return false;
+  return true;
+}
+
+uint32_t FindByHand(const Sample& sample, const std::string& text,
+                    uint32_t from) {
+  for (uint32_t i = from; i < text.size(); i++)
+    if (FitsAt(sample, text, i)) return i;
+  return ZR_NONE;
+}
+
+Sample MakeSample(Numbers& numbers, uint32_t run) {
+  Sample sample = {};
+  sample.length = run ? run : 1 + numbers.Below(numbers.Below(2) ? 3 : 16);
+  sample.anchored = !run && numbers.Below(8) == 0;
+  const uint32_t kinds = sizeof(kSets) / sizeof(*kSets);
+  const uint32_t one = numbers.Below(kinds);
+  for (uint32_t i = 0; i < sample.length; i++)
+    sample.sets[i] = SetOf(kSets[run ? one : numbers.Below(kinds)]);
+  return sample;
+}
+
+// Mostly letters that the sets are made of, here and there a fit planted.
+std::string MakeText(Numbers& numbers, const Sample& sample) {
+  const uint32_t length = numbers.Below(numbers.Below(2) ? 40 : 200);
+  std::string text;
+  for (uint32_t i = 0; i < length; i++)
+    text += "abcABCz!0.\xE9"[numbers.Below(11)];
+  if (length < sample.length || numbers.Below(3) == 0) return text;
+  const uint32_t at = numbers.Below(length - sample.length + 1);
+  for (uint32_t i = 0; i < sample.length; i++)
+    for (uint32_t c = numbers.Below(256), n = 0; n < 256; n++)
+      if (zr_set_has(sample.sets[i], (c + n) & 255)) {
+        text[at + i] = static_cast<char>(c + n);
+        break;
+      }
+  return text;
+}
+
+// Takes away all that is derived to reject or to skip; keeps what a walk
+// cannot do without.
+void Strip(zr_regex* preg) {
+  zr_search* search = preg->search;
+  search->coverCount = 0;
+  search->faithful = 1;
+  zr_plan* plans[] = {&search->full, &search->fast};
+  const uint32_t nodeCounts[] = {preg->nodeCount, preg->fastNodeCount};
+  const uint32_t groupCounts[] = {preg->groupCount, preg->fastGroupCount};
+  for (uint32_t i = 0; i < 2; i++) {
+    memset(plans[i]->starts, 0, groupCounts[i] * sizeof(zr_start));
+    for (uint32_t k = 0; k < nodeCounts[i]; k++)
+      plans[i]->follows[k] = zr_follow{{ZR_NONE, 0xFF, 0xFF}, 1, 0};
+  }
+}
+
+zr_regex* Compile(const char* pattern) {
+  zr_regex* preg = zr_regalloc();
+  EXPECT_EQ(ZR_OK, zr_regcomp(preg, pattern, 0)) << pattern;
+  return preg;
+}
+
+// A text out of pieces that the patterns below ask for.
+std::string MakeSubject(Numbers& numbers) {
+  static const char* const kPieces[] = {"Dear ",
+                                        "dear",
+                                        "ab",
+                                        "abc",
+                                        "@",
+                                        "example",
+                                        ".com",
+                                        ".net",
+                                        "http://",
+                                        "https",
+                                        "://",
+                                        "/",
+                                        " ",
+                                        "\n",
+                                        "12",
+                                        "345",
+                                        "-",
+                                        "$",
+                                        "XYZ",
+                                        "a",
+                                        "free ",
+                                        "FREE",
+                                        "now",
+                                        "\t",
+                                        "foo",
+                                        "bar",
+                                        "Fo",
+                                        "oo",
+                                        "aaaaaaaaaaaaaaaaaaaaaa",
+                                        "_",
+                                        "MiXed",
+                                        "\xE9",
+                                        "\xC9t\xE9",
+                                        "<b>",
+                                        "=?",
+                                        "?="};
+  const uint32_t count = 1 + numbers.Below(numbers.Below(2) ? 6 : 50);
+  std::string text;
+  for (uint32_t i = 0; i < count; i++)
+    text += kPieces[numbers.Below(sizeof(kPieces) / sizeof(*kPieces))];
+  return text;
+}
+
+std::string Answer(const zr_regex* preg, const HeapText& text,
+                   uint32_t nmatch) {
+  zr_pair pairs[8] = {};
+  const char* bytes = reinterpret_cast<const char*>(text.view().pointer);
+  const int code =
+      zr_regexec_len(preg, bytes, nmatch, pairs, 0, text.view().length);
+  std::string out = std::to_string(code);
+  for (uint32_t i = 0; i < nmatch; i++)
+    out += " " + std::to_string(pairs[i].start) + "," +
+           std::to_string(pairs[i].end);
+  return out;
+}
+
+}  // namespace
+
+TEST(ZrWindow, FindsWhatASearchByHandFinds) {
+  Numbers numbers(7);
+  uint32_t found = 0;
+  for (uint32_t round = 0; round < 3000; round++) {
+    const uint32_t run = round % 4 == 3 ? 4 + numbers.Below(9) : 0;
+    const Sample sample = MakeSample(numbers, run);
+    zr_search search = {};
+    zr_draft draft = {};
+    draft.length = sample.length;
+    draft.anchored = sample.anchored;
+    draft.run = run;
+    for (uint32_t i = 0; i < sample.length; i++)
+      ASSERT_TRUE(zr_search_place(&search, sample.sets[i], &draft.places[i]));
+    ASSERT_EQ(0u, zr_search_add(&search, draft));
+    const std::string text = MakeText(numbers, sample);
+    const HeapText copy(text);
+    for (uint32_t from = 0; from <= text.size() + 1; from++) {
+      const uint32_t want = FindByHand(sample, text, from);
+      ASSERT_EQ(want,
+                zr_window_find(search.windows[0], search.sets,
+                               copy.view().pointer, copy.view().length, from))
+          << "round " << round << " from " << from;
+      if (want != ZR_NONE) found++;
+    }
+    free(search.sets);
+    free(search.windows);
+  }
+  EXPECT_GT(found, 20000u);
+}
+
+TEST(ZrSearch, WhatIsDerivedChangesNoAnswer) {
+  static const char* const kPatterns[] = {"(?i)dear (abc|foo|free)",
+                                          "[a-z]+@[a-z]+\\.(com|net)",
+                                          "foo.*bar",
+                                          "(?i)https?://[^/ ]*@",
+                                          "^(http|free|12)",
+                                          "(^foo|bar)[0-9]+",
+                                          "[a-z]{20,}",
+                                          "([a-z]{1,3} ){2}",
+                                          "(\\w+ ){3}",
+                                          "[0-9]{1,3}-[0-9]{2,}$",
+                                          "x?y?(abc|[0-9]{3})",
+                                          "(a|ab)(c|bcd)*@",
+                                          "(foo|ba+r)+\\$",
+                                          ".+free",
+                                          ".*\\n.*now$",
+                                          "\\s+$",
+                                          "a?b?c?[0-9]",
+                                          "[^a-z]{3}\\w",
+                                          "(?i)\xE9t\xE9",
+                                          "(a(?i)b|FOO)(?-i)c",
+                                          "((dear|free) ?)+now",
+                                          "(=\\?|<b>)[a-z]*(\\?=|@)",
+                                          "[a-z]*[0-9]$|foo\\n",
+                                          "\\d+ ?(now|XYZ|-)",
+                                          "[A-Z]{3}|\\$[0-9]+",
+                                          "(ab)+c@",
+                                          "(a{2,30}|foo){2,}",
+                                          "[a-m]{2,9}[n-z]",
+                                          "(?i)(free|now|dear)[- ](foo|bar)",
+                                          "(a+)-\\1",
+                                          "a{5,9}[^a]",
+                                          "_|^a|@$"};
+  Numbers numbers(11);
+  uint32_t matches = 0;
+  for (const char* pattern : kPatterns) {
+    zr_regex* derived = Compile(pattern);
+    zr_regex* plain = Compile(pattern);
+    Strip(plain);
+    for (uint32_t round = 0; round < 400; round++) {
+      const HeapText text(MakeSubject(numbers));
+      for (uint32_t nmatch : {0u, 8u}) {
+        const std::string want = Answer(plain, text, nmatch);
+        ASSERT_EQ(want, Answer(derived, text, nmatch))
+            << pattern << " on " << text.str();
+        if (want[0] == '0') matches++;
+      }
+    }
+    zr_regfree(derived);
+    zr_regfree(plain);
+  }
+  EXPECT_GT(matches, 3000u);
+}

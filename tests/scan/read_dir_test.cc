@@ -1,0 +1,124 @@
+#include "scan/read_dir.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Has enough after two.
+class Stopper final : public READDIRCLIENT {
+ public:
+  int calls = 0;
+  int foundFile(READDIR*, const char*) override { return ++calls < 2; }
+};
+
+class ReadDirTest : public testing::Test {
+ protected:
+  ReadDirTest() {
+    std::string name = testing::TempDir() + "read_dir_XXXXXX";
+    root_ = mkdtemp(&name[0]);
+  }
+  ~ReadDirTest() override { fs::remove_all(root_); }
+  void touch(const std::string& name) const {
+    std::ofstream(root_ + "/" + name) << 1;
+  }
+
+  std::string root_;
+};
+
+TEST_F(ReadDirTest, Wildcards) {
+  for (const char* name :
+       {"abc", "abcd", "xabc", "a.c", "a+c", "ac", "\xe9t\xe9", "aab"})
+    touch(name);
+  fs::create_directory(root_ + "/abcdir");
+  fs::create_symlink("abc", root_ + "/abclink");
+  fs::create_symlink("abcdir", root_ + "/abcdirlink");
+  const struct {
+    const char* wildcard;
+    const char* found;
+  } rows[] = {
+      {"a?c", "a+c a.c abc abcd abclink "},
+      {"a.c", "a.c "},
+      {"*c", "a+c a.c abc abcd abclink ac xabc "},
+      {"abc", "abc abcd abclink "},
+      {"a*d", "abcd "},
+      {"?????", "abclink "},
+      {"", "\xe9t\xe9 a+c a.c aab abc abcd abclink ac xabc "},
+      {"*", "\xe9t\xe9 a+c a.c aab abc abcd abclink ac xabc "},
+      {"\xe9", "\xe9t\xe9 "},
+      // What stands for itself may mean something to the engine.
+      {"a+", "a+c a.c aab abc abcd abclink ac "},
+      {"a(", ""},
+      {"a[", ""},
+      {"a{", ""},
+      {"+", "\xe9t\xe9 a+c a.c aab abc abcd abclink ac xabc "},
+  };
+  for (const auto& row : rows) {
+    for (const char* end : {"", "/"}) {
+      PURGER purger(nullptr);
+      const std::string directory = root_ + end;
+      READDIR walk(&purger, directory.c_str(), row.wildcard);
+      std::string found;
+      for (int32_t i = 0; i < purger.paths.count(); i++) {
+        const std::string path = purger.paths.text(i);
+        ASSERT_EQ(root_ + "/", path.substr(0, root_.size() + 1));
+        found += path.substr(root_.size() + 1) + " ";
+      }
+      EXPECT_EQ(row.found, found) << row.wildcard;
+    }
+  }
+  // Of names that differ in case alone one is kept.
+  touch("ABC");
+  PURGER purger(nullptr);
+  READDIR all(&purger, root_.c_str(), "*");
+  EXPECT_EQ(9, purger.paths.count());
+  Stopper stopper;
+  READDIR stopped(&stopper, root_.c_str(), "*");
+  EXPECT_EQ(2, stopper.calls);
+  READDIR noFolder(&stopper, (root_ + "/none").c_str(), "*");
+  READDIR noName(&stopper, nullptr, "*");
+  READDIR noWildcard(&stopper, root_.c_str(), nullptr);
+  READDIR noClient(nullptr, root_.c_str(), "*");
+  EXPECT_EQ(2, stopper.calls);
+}
+
+void DeleteTree(const std::string& path) {
+  DIRLISTER lister(path.c_str());
+  READDIR files(&lister, path.c_str(), "*");
+  DIRITER folders(&lister, path.c_str());
+  lister.deleteAll();
+}
+
+TEST_F(ReadDirTest, DeletedTreeEndsAtItsLinks) {
+  fs::create_directories(root_ + "/tree/a/b");
+  fs::create_directories(root_ + "/tree/.c");
+  fs::create_directory(root_ + "/outside");
+  for (const char* name : {"outside/kept", "tree/x", "tree/a/b/y", "tree/.c/z",
+                           "tree/\n", "tree/(", "alone"})
+    touch(name);
+  fs::create_symlink(root_ + "/outside", root_ + "/tree/a/out");
+  fs::create_symlink(root_, root_ + "/tree/a/b/up");
+  fs::create_symlink(root_ + "/alone", root_ + "/tree/file");
+  DeleteTree(root_ + "/tree");
+  EXPECT_FALSE(fs::exists(root_ + "/tree"));
+  EXPECT_TRUE(fs::exists(root_ + "/outside/kept"));
+  EXPECT_TRUE(fs::exists(root_ + "/alone"));
+}
+
+TEST_F(ReadDirTest, DeletionStopsAtItsDepth) {
+  for (int extra : {0, 1}) {
+    std::string path = root_ + "/deep";
+    for (int i = 0; i < DIRLISTER::kMaxDepth + extra; i++) path += "/d";
+    fs::create_directories(path);
+    DeleteTree(root_ + "/deep");
+    EXPECT_EQ(extra == 1, fs::exists(path));
+  }
+}
+
+}  // namespace

@@ -167,7 +167,7 @@ void APPLOG::_doHouseKeeping() {
     }
     const int64_t passed =
         seconds * 1000000000 + now.nanoseconds - lastCheck.nanoseconds;
-    if (seconds < 0 || passed < kCheckNanoseconds) return;
+    if (passed < kCheckNanoseconds) return;
     lastCheck = {0, 0};
     _purgeNow();
   }

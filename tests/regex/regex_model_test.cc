@@ -384,7 +384,7 @@ class Planter {
   void addTree(const regex_model::Tree& tree, std::string* out) {
     const uint32_t pick = numbers_->Below(static_cast<uint32_t>(tree.size()));
     for (const regex_model::Element& element : tree[pick].elements) {
-      uint32_t count = std::min(element.min, 9u);
+      uint32_t count = std::min(element.min, 30u);
       if (numbers_->Below(2) == 0) count += numbers_->Below(3);
       count = std::min(count, element.max);
       for (; count > 0 && out->size() < 150; count--) addOne(element, out);
@@ -435,11 +435,12 @@ class RuleLike {
                                          "\\1",         "\xe9",
                                          "\\xc9",       "x[yz]"};
     static const char* const kQuantifiers[] = {
-        "*", "+", "?", "{2}", "{1,3}", "{,2}", "{3,}", "*?", "+?", "{2,4}?"};
+        "*",  "+",  "?",   "{2}",  "{1,3}", "{,2}",  "{3,}",
+        "*?", "+?", "{4}", "{5,}", "{17}",  "{6,9}", "{2,4}?"};
     std::string text = kStarts[below(6)];
     for (uint32_t n = 1 + below(6); n > 0; n--) {
       text += kAtoms[below(sizeof kAtoms / sizeof *kAtoms)];
-      if (below(3) == 0) text += kQuantifiers[below(10)];
+      if (below(3) == 0) text += kQuantifiers[below(14)];
       if (below(12) == 0) text += "|";
     }
     if (below(5) == 0) text += "$";
@@ -488,4 +489,50 @@ TEST(RegexModel, EngineAgreesOnPlantedSubjects) {
     comparison.take(pattern, flags, subjects, rules.below(8));
     for (const HeapText* subject : subjects) delete subject;
   }
+}
+
+static std::string Times(const std::string& text, uint32_t n) {
+  std::string out;
+  while (n-- > 0) out += text;
+  return out;
+}
+
+// What passes the room that the engine has at hand: slots, depth, literals of
+// a group, cells of its stack, bytes that it looks at together.
+TEST(RegexModel, EngineAgreesBeyondItsRoom) {
+  std::string words = "w1";
+  for (uint32_t i = 2; i <= 40; i++) words += "|w" + std::to_string(i * i);
+  const struct {
+    std::string pattern, subject;
+  } kRows[] = {
+      {Times("(a)", 70) + "b", Times("a", 70)},
+      {Times("(?:a|(b))", 70) + "\\2", "b" + Times("a", 69)},
+      {Times("(", 40) + "a" + Times(")+", 40) + "c", "a"},
+      {Times("(", 12) + "a|b+" + Times(")x?", 12) + "c", "xbabbx"},
+      {Times("(?:a|b", 12) + Times(")", 12), Times("b", 11)},
+      {"(" + words + ")+;", "w1w4w900w1600"},
+      {"(?:" + words + "|[xy]z)[a-z]", "w1156xz"},
+      {Times("(?:a|b+)", 9) + "c", "abbabbaba"},
+      {"^(a|bc)*d", Times("abca", 300)},
+      {"(a|bc)+d", Times("a", 150)},
+      {"^(?:ab?)*?d", Times("ab", 500)},
+      {"^(ab|a)*d", Times("aba", 500)},
+      {".*b.*a$", Times("ab", 9)},
+      {"^(?:a*b?)[ab]*c", Times("ab", 300)},
+      {Times("a?", 30), Times("a", 29)},
+      {Times("a?", 30) + Times("a", 20) + "c", Times("a", 45)},
+      {"[ab]{300}c", Times("ab", 151)},
+      {"b[ab]{4,}$", Times("a", 70)},
+      {Times("[ab]", 40), Times("ab", 19)},
+      {"(abc|abd){2}e", "abcabdabc"},
+  };
+  static const char* const kEnds[] = {"", "a", "b", "c", "d", "e", ";", "C"};
+  Comparison comparison;
+  for (const auto& row : kRows)
+    for (const char* end : kEnds)
+      for (const uint32_t ahead : {0, 63, 64, 130}) {
+        const HeapText subject(std::string(ahead, '.') + row.subject + end);
+        comparison.take(row.pattern, 0, {&subject}, 80);
+        comparison.take(row.pattern, 1, {&subject}, 3);
+      }
 }

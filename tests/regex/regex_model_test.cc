@@ -108,6 +108,8 @@ TEST(RegexModel, AnswersWhatIsKnown) {
         row.reduced,
         regex_model::Match(pattern, row.subject, Wanted::kNothing, 9999).code)
         << row.pattern << " on " << row.subject;
+    RegexDuel duel(row.pattern, 0);
+    EXPECT_EQ("", duel.compare(row.subject, 4));
   }
 }
 
@@ -241,7 +243,7 @@ TEST(RegexModel, EngineAgreesOnAllSmallPatterns) {
        3},
       {{"a", "b", "|", "(", ")", "?", "*?", "{2}?", "$"}, 5, "ab", 4, "aB", 3},
       {{"a", "(b|ab)", "(?:a|", ")", "{0}", "{1,2}", "{,2}", "+?", "(?-i)",
-        "\\1", "^"},
+        "\\1", "^", "$"},
        4,
        "ab",
        4,

@@ -106,6 +106,8 @@ static void AppendOnward(Builder* b, zr_draft* draft, uint32_t i) {
         draft->anchored = true;
         break;
       case ZR_EOS:
+        draft->ended = node.min != 0 && draft->length != 0;
+        return;
       case ZR_CASEON:
       case ZR_CASEOFF:
         break;
@@ -240,6 +242,18 @@ static void CoverGroup(Builder* b, uint32_t open, zr_draft* draft, Cover* best,
   if (!follows) Restart(*b, best, draft);
 }
 
+// At a "$": the draft stands at the text's end. Not a full one, which may lack
+// what came last; nor when the full list has the "$" in a group that may be
+// left out.
+static void ConsiderEnded(const Builder& b, Cover* best, const zr_draft& draft,
+                          const zr_node& eos) {
+  if (eos.min == 0 || draft.length == ZR_MAX_PLACES) return;
+  zr_draft ended = draft;
+  ended.ended = true;
+  ended.run = 0;
+  ConsiderDraft(b, best, ended);
+}
+
 // The nodes first to last, exclusive: what they add to the open draft, and the
 // best cover of what is complete.
 static void CoverSequence(Builder* b, uint32_t first, uint32_t last,
@@ -255,6 +269,8 @@ static void CoverSequence(Builder* b, uint32_t first, uint32_t last,
         draft->anchored = true;
         break;
       case ZR_EOS:
+        ConsiderEnded(*b, best, *draft, node);
+        break;
       case ZR_CASEON:
       case ZR_CASEOFF:
         break;  // no bytes of their own
@@ -329,7 +345,8 @@ static bool DraftEdge(Builder* b, uint32_t first, zr_draft* draft) {
   if (follow.place.set == ZR_NONE && follow.place.loose == 0xFF) return false;
   AppendElement(b, draft, first);
   AppendOnward(b, draft, first + 1);
-  if (draft->length == 1) draft->places[draft->length++] = follow.place;
+  if (draft->length == 1 && !draft->ended)
+    draft->places[draft->length++] = follow.place;
   draft->run = 0;
   return true;
 }

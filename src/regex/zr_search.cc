@@ -468,7 +468,7 @@ static const double kExactScan = 0.05;  // a byte, both probes one value
 static const double kRangeScan = 0.04;  // a byte and range
 static const double kRunScan = 0.8;     // a byte of a run
 static const double kCandidate = 10;    // a start that both probes let through
-static const double kAttempt = 60;      // a walk from one start
+static const double kAttempt = 200;      // a walk from one start
 static const double kWalk = 5000;       // a walk from all starts
 static const double kSubject = 2000;    // bytes
 // Windows found more often than this are not worth a wide compare.
@@ -515,7 +515,7 @@ static double FoundShare(const zr_search* search, const zr_draft& draft) {
 
 double zr_search_cost(const zr_search* search, const zr_draft& draft) {
   const double share = FoundShare(search, draft);
-  if (draft.anchored) return 5 + share * kWalk / 10;
+  if (draft.anchored || draft.ended) return 5 + share * kWalk / 10;
   zr_window window;
   double scan = ChooseProbes(search, draft, &window);
   if (draft.run && scan > kRunScan * kSubject) scan = kRunScan * kSubject;
@@ -537,6 +537,7 @@ uint32_t zr_search_add(zr_search* search, const zr_draft& draft) {
   window = zr_window{};
   window.length = static_cast<uint8_t>(draft.length);
   window.anchored = draft.anchored;
+  window.ended = draft.ended;
   memcpy(window.places, draft.places, sizeof(window.places));
   const double scan = ChooseProbes(search, draft, &window);
   window.weak = FoundShare(search, draft) > kWeakShare;

@@ -71,6 +71,7 @@ void zr_search_free(zr_search* search);
 struct zr_draft {
   uint32_t length;
   bool anchored;
+  bool ended;    // a "$" comes directly behind
   bool leads;    // begins where the match begins
   uint32_t run;  // if not 0: so many times the first place, and no more
   zr_place places[ZR_MAX_PLACES];

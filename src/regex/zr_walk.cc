@@ -331,19 +331,20 @@ static uint32_t Scan(zr_walker* w, uint32_t record, uint32_t from) {
 }
 
 // Where to scan on after a failure. When the alternative begins with a greedy
-// element without a maximum, a start within the same run could only go on
-// from places that have been tried; unless text captured earlier counts.
+// run, a later start within it could only go on from places that have been
+// tried: any up to the run's end without a maximum, the end alone if what
+// follows is none of the run's own. Unless text captured earlier counts.
 static uint32_t NextStart(const zr_walker* w, uint32_t record) {
   const uint32_t first = w->groups[record].first + 1;
   const zr_node& node = w->nodes[first];
   const uint32_t next = w->position + 1;
-  if (next >= w->length || !zr_is_byte(node.opcode) ||
-      node.max != ZR_UNBOUNDED || node.lazy || w->preg->hasBackref ||
-      w->preg->search->faithful ||
-      !zr_fits(w, w->places[first], w->text[w->position]))
+  if (next >= w->length || !zr_is_byte(node.opcode) || !KeepsCount(node) ||
+      w->preg->hasBackref || w->preg->search->faithful)
     return next;
-  return next +
-         RunLength(w, w->places[first], w->text + next, w->length - next);
+  if (node.max != ZR_UNBOUNDED && !w->plan->follows[first].apart) return next;
+  const uint32_t run = RunLength(w, w->places[first], w->text + w->position,
+                                 w->length - w->position);
+  return run == 0 || run > node.max ? next : w->position + run;
 }
 
 // All enclosing groups begin where the alternative begins.

@@ -173,6 +173,11 @@ static uint32_t FindRanges(const zr_window& window, const zr_set* sets,
 uint32_t zr_window_find(const zr_window& window, const zr_set* sets,
                         const uint8_t* text, uint32_t length, uint32_t from) {
   if (length < window.length) return ZR_NONE;
+  if (window.ended) {
+    const uint32_t last = length - window.length;
+    if (last < from || (window.anchored && last != 0)) return ZR_NONE;
+    return FitsAt(window, sets, text + last) ? last : ZR_NONE;
+  }
   if (window.run) return FindRun(window, sets, text, length, from);
   const uint32_t end = length - window.length + 1;  // behind the last start
   if (from >= end) return ZR_NONE;

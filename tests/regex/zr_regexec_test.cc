@@ -173,6 +173,7 @@ TEST(ZrRegexec, AnswersAndPairs) {
       {"a*[\\b]$", "xx", "11 -1,-1", 11},
       // Nothing stops a group that goes round on empty text.
       {"x(a*)*y", "xaay", "10 -1,-1", 10},
+      {"x(a*)*y", "xaab", "10 -1,-1", 10},
       {"x(a*)*y", "aay", "1 -1,-1", 1},
       {"x(a|b?)+$", "xa!", "10 -1,-1", 10},
   };

@@ -34,6 +34,7 @@ struct Builder {
   const zr_node* nodes;
   const zr_group* groups;
   const zr_plan* plan;
+  bool withoutLead;  // windows at the start of the match do not count
   bool failed;
 };
 
@@ -146,7 +147,7 @@ static void Consider(Cover* best, const Cover& other) {
 
 static void ConsiderDraft(const Builder& b, Cover* best,
                           const zr_draft& draft) {
-  if (draft.length == 0) return;
+  if (draft.length == 0 || (draft.leads && b.withoutLead)) return;
   const double cost = zr_search_cost(b.search, draft);
   if (best->count && cost >= best->cost) return;
   best->count = 1;
@@ -311,8 +312,18 @@ static Builder MakeBuilder(const zr_regex* preg, const zr_plan& plan,
   return b;
 }
 
+// Adds the windows of the best cover; returns how many.
+static uint32_t AddCover(Builder* b, const zr_draft& draft, Cover* all) {
+  CoverAlternatives(b, 0, draft, all, 0);
+  if (!all->count || all->cost >= kWorthwhile) return 0;
+  for (uint32_t i = 0; i < all->count; i++)
+    if (zr_search_add(b->search, all->drafts[i]) == ZR_NONE) b->failed = true;
+  return all->count;
+}
+
 // The reduced list serves for both: it asks for the same bytes, in fewer
-// pieces. Only anchors without their brackets ask for more.
+// pieces. Only anchors without their brackets ask for more. When the first
+// cover is what matches begin with, a second one tells of the rest.
 bool zr_search_cover(zr_regex* preg) {
   zr_search* search = preg->search;
   Builder b =
@@ -321,12 +332,11 @@ bool zr_search_cover(zr_regex* preg) {
   if (!all) return false;
   zr_draft draft = {};
   draft.leads = preg->fastGroups[0].last == preg->fastNodeCount - 1;
-  CoverAlternatives(&b, 0, draft, all, 0);
-  if (all->count && all->cost < kWorthwhile) {
-    for (uint32_t i = 0; i < all->count; i++)
-      if (zr_search_add(search, all->drafts[i]) == ZR_NONE) b.failed = true;
-    search->coverCount = all->count;
-    search->coverLeads = all->count == 1 && all->drafts[0].leads;
+  search->coverCount = AddCover(&b, draft, all);
+  search->coverLeads = search->coverCount == 1 && all->drafts[0].leads;
+  if (search->coverLeads) {
+    b.withoutLead = true;
+    search->secondCount = AddCover(&b, draft, all);
   }
   free(all);
   return !b.failed;

@@ -33,18 +33,28 @@ static bool FindBase(const zr_regex* preg, const uint8_t* text, uint32_t length,
   return length - *base >= preg->minLength;
 }
 
-// Whether the text holds one of the windows that every match has.
+// Where the first of `count` windows is that the text holds, ZR_NONE if none.
+static uint32_t FindAny(const zr_search* search, uint32_t first, uint32_t count,
+                        const uint8_t* text, uint32_t length, uint32_t from) {
+  for (uint32_t i = first; i < first + count; i++) {
+    const uint32_t found =
+        zr_window_find(search->windows[i], search->sets, text, length, from);
+    if (found != ZR_NONE) return found;
+  }
+  return ZR_NONE;
+}
+
+// Whether the text holds the windows that every match has.
 static bool IsCovered(const zr_search* search, const uint8_t* text,
                       uint32_t length, uint32_t* base) {
-  if (search->coverCount == 0) return true;
-  for (uint32_t i = 0; i < search->coverCount; i++) {
-    const uint32_t found =
-        zr_window_find(search->windows[i], search->sets, text, length, 0);
-    if (found == ZR_NONE) continue;
-    if (search->coverLeads && found > *base) *base = found;
-    return true;
-  }
-  return false;
+  const uint32_t count = search->coverCount;
+  if (count == 0) return true;
+  const uint32_t found = FindAny(search, 0, count, text, length, 0);
+  if (found == ZR_NONE) return false;
+  if (!search->coverLeads) return true;
+  if (found > *base) *base = found;
+  return search->secondCount == 0 || FindAny(search, count, search->secondCount,
+                                             text, length, *base) != ZR_NONE;
 }
 
 // Tests one repetition of the element `index` in front of `*end`.

@@ -52,6 +52,8 @@ struct zr_search {
   uint32_t windowCapacity;
   // windows[0..coverCount): every match holds at least one. 0: not known.
   uint32_t coverCount;
+  // The same of so many windows behind those.
+  uint32_t secondCount;
   // 1: no match begins before the first place that windows[0] fits.
   uint32_t coverLeads;
   // 1: a match call may give up (answer 10 or 11) for a reason that callers

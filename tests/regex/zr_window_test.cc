@@ -94,7 +94,7 @@ std::string MakeText(Numbers& numbers, const Sample& sample) {
 // cannot do without.
 void Strip(zr_regex* preg) {
   zr_search* search = preg->search;
-  search->coverCount = 0;
+  search->coverCount = search->secondCount = 0;
   search->faithful = 1;
   zr_plan* plans[] = {&search->full, &search->fast};
   const uint32_t nodeCounts[] = {preg->nodeCount, preg->fastNodeCount};

@@ -331,9 +331,8 @@ static uint32_t Scan(zr_walker* w, uint32_t record, uint32_t from) {
 }
 
 // Where to scan on after a failure. When the alternative begins with a greedy
-// run, a later start within it could only go on from places that have been
-// tried: any up to the run's end without a maximum, the end alone if what
-// follows is none of the run's own. Unless text captured earlier counts.
+// element that took its run to the end, a later start within the run could only
+// go on from places that have been tried. Unless text captured earlier counts.
 static uint32_t NextStart(const zr_walker* w, uint32_t record) {
   const uint32_t first = w->groups[record].first + 1;
   const zr_node& node = w->nodes[first];
@@ -341,7 +340,6 @@ static uint32_t NextStart(const zr_walker* w, uint32_t record) {
   if (next >= w->length || !zr_is_byte(node.opcode) || !KeepsCount(node) ||
       w->preg->hasBackref || w->preg->search->faithful)
     return next;
-  if (node.max != ZR_UNBOUNDED && !w->plan->follows[first].apart) return next;
   const uint32_t run = RunLength(w, w->places[first], w->text + w->position,
                                  w->length - w->position);
   return run == 0 || run > node.max ? next : w->position + run;

@@ -149,6 +149,7 @@ std::string MakeSubject(Numbers& numbers) {
                                         "\xC9t\xE9",
                                         "<b>",
                                         "=?",
+                                        "abcdefghijklmnopqrstuvwxyz",
                                         "?="};
   const uint32_t count = 1 + numbers.Below(numbers.Below(2) ? 6 : 50);
   std::string text;
@@ -220,7 +221,8 @@ TEST(ZrSearch, WhatIsDerivedChangesNoAnswer) {
       // Ends of the text, also of alternatives, and behind long literals.
       "[a-z]{2,3}$", "(now|12)$|foo$", "aaaaaaaaaaaaaaaaaaaaaa[a@]?$",
       "aaaaaaaaaaaaaaaaaaaaaa$", "[a-z]+([0-9]-)?$", "([a-o]{3}r?)+($)?/",
-      "[a-z]+([0-9]-)?[b@]", "[a-z]{1,3}@|\\w{2,3}\\$"};
+      "[a-z]+([0-9]-)?[b@]", "[a-z]{1,3}@|\\w{2,3}\\$", "foo($)?bar",
+      "bcdefghijklmnopqrstuvwxyz$"};
   Numbers numbers(11);
   uint32_t matches = 0;
   for (const char* pattern : kPatterns) {

@@ -9,6 +9,7 @@
 
 #include "regex/zr_walk.h"
 
+// Patterns with more captures take memory, however many alternatives they have.
 static const uint32_t kLocalSlots = 64;
 
 // ---- Rejects that come before the walk
@@ -22,7 +23,8 @@ static uint8_t FoldAtStart(const zr_regex* preg, uint8_t byte) {
 // than the first byte.
 static bool FindBase(const zr_regex* preg, const uint8_t* text, uint32_t length,
                      uint32_t* base) {
-  if (preg->startKind == 1 && preg->search->faithful) {
+  const zr_search* search = preg->search;
+  if (preg->startKind == 1 && (search->faithful || search->coverCount == 0)) {
     const uint8_t wanted = preg->pool[preg->nodes[1].a];
     while (*base < length && FoldAtStart(preg, text[*base]) != wanted) ++*base;
     if (*base == length) return false;

@@ -468,7 +468,7 @@ static const double kExactScan = 0.05;  // a byte, both probes one value
 static const double kRangeScan = 0.04;  // a byte and range
 static const double kRunScan = 0.8;     // a byte of a run
 static const double kCandidate = 10;    // a start that both probes let through
-static const double kAttempt = 200;      // a walk from one start
+static const double kAttempt = 200;     // a walk from one start
 static const double kWalk = 5000;       // a walk from all starts
 static const double kSubject = 2000;    // bytes
 // Windows found more often than this are not worth a wide compare.

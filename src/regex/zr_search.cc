@@ -11,129 +11,16 @@
 #include <stdlib.h>
 #include <string.h>
 
-// ---- Byte sets of nodes
-
-static bool IsDigit(uint32_t c) {
-  return c >= '0' && c <= '9';
-}
-
-static bool IsAlnum(uint32_t c) {
-  return IsDigit(c) || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
-
-static bool IsSpace(uint32_t c) {
-  return (c >= 9 && c <= 13) || c == ' ';
-}
-
-// Whether the run pool[first..last] holds byte c.
-static bool Holds(const zr_regex* preg, uint32_t first, uint32_t last,
-                  uint32_t c) {
-  for (uint32_t i = first; i <= last && i < preg->poolSize; i++)
-    if (preg->pool[i] == c) return true;
-  return false;
-}
-
-// The opcodes that need nothing but themselves, as nodes and as members.
-static bool FitsPlain(uint32_t opcode, uint32_t c) {
-  switch (opcode) {
-    case ZR_ANY:
-      return c >= 0x0D;
-    case ZR_TAB:
-      return c == '\t';
-    case ZR_LF:
-      return c == '\n';
-    case ZR_CR:
-      return c == '\r';
-    case ZR_BS:
-      return c == 8;
-    case ZR_ALNUM:
-      return IsAlnum(c);
-    case ZR_NOTALNUM:
-      return !IsAlnum(c);
-    case ZR_WORD:
-      return IsAlnum(c) || c == '_';
-    case ZR_NOTWORD:
-      return !IsAlnum(c) && c != '_';
-    case ZR_SPACE:
-      return IsSpace(c);
-    case ZR_NOTSPACE:
-      return !IsSpace(c);
-    case ZR_DIGIT:
-      return IsDigit(c);
-    case ZR_NOTDIGIT:
-      return !IsDigit(c);
-    default:
-      return false;
-  }
-}
-
-static bool FitsMember(const zr_regex* preg, const zr_member& member,
-                       uint32_t c) {
-  switch (member.kind) {
-    case ZR_MEMBER_BYTE:
-      return preg->pool[member.a] == c;
-    case ZR_MEMBER_RUN:
-      return Holds(preg, member.a, member.b, c);
-    case ZR_MEMBER_RANGE:
-      return c >= preg->pool[member.a] && c <= preg->pool[member.b];
-    default:
-      return FitsPlain(member.kind, c);
-  }
-}
-
-static bool FitsClass(const zr_regex* preg, const zr_node& node, uint32_t c) {
-  for (uint32_t i = node.a; i < node.b && i < preg->memberCount; i++)
-    if (FitsMember(preg, preg->members[i], c)) return true;
-  return false;
-}
-
-// Whether a one-byte node matches byte c, already folded.
-static bool Fits(const zr_regex* preg, const zr_node& node, uint32_t c) {
-  const uint8_t* pool = preg->pool;
-  switch (node.opcode) {
-    case ZR_CHAR:
-      return c == pool[node.a];
-    case ZR_NOTCHAR:
-      return c != pool[node.a];
-    case ZR_CLASS:
-      return FitsClass(preg, node, c);
-    case ZR_NOTCLASS:
-      return !FitsClass(preg, node, c);
-    case ZR_SET:
-      return Holds(preg, node.a, node.b, c);
-    case ZR_NOTSET:
-      return !Holds(preg, node.a, node.b, c);
-    case ZR_RANGE:
-      return c >= pool[node.a] && c <= pool[node.b];
-    case ZR_NOTRANGE:
-      return c < pool[node.a] || c > pool[node.b];
-    default:
-      return FitsPlain(node.opcode, c);
-  }
-}
-
-// The subject bytes that a one-byte node matches under a case mask.
-static zr_set SetOfNode(const zr_regex* preg, const zr_node& node,
-                        uint8_t mask) {
-  zr_set set = {};
-  for (uint32_t c = 0; c < 256; c++) {
-    const uint32_t folded = c & (zr_MaskTable[c] | mask);
-    if (Fits(preg, node, folded)) set.bits[c >> 5] |= 1u << (c & 31);
-  }
-  return set;
-}
-
 // ---- Places
 
 // The bytes of a set that are fixed but for some free bits need no set: they
 // are all of a cube. Fills `loose` and `value` if so.
 static bool IsCube(const zr_set& set, zr_place* place) {
+  const uint32_t first = zr_set_next(set, 0);
   uint32_t count = 0;
-  uint32_t first = 0;
   uint32_t loose = 0;
-  for (uint32_t c = 0; c < 256; c++) {
-    if (!zr_set_has(set, c)) continue;
-    if (count++ == 0) first = c;
+  for (uint32_t c = first; c < 256; c = zr_set_next(set, c + 1)) {
+    count++;
     loose |= first ^ c;
   }
   uint32_t bits = 0;
@@ -169,16 +56,20 @@ bool zr_search_place(zr_search* search, const zr_set& set, zr_place* place) {
 zr_set zr_search_set(const zr_search* search, const zr_place& place) {
   if (place.set != ZR_NONE) return search->sets[place.set];
   zr_set set = {};
-  for (uint32_t c = 0; c < 256; c++)
-    if ((c | place.loose) == place.value) set.bits[c >> 5] |= 1u << (c & 31);
+  uint32_t bits = place.loose;  // all subsets of the loose bits
+  for (;; bits = (bits - 1) & place.loose) {
+    zr_set_add(&set, (place.value & ~place.loose & 0xFFu) | bits);
+    if (bits == 0) break;
+  }
   return set;
 }
 
 void zr_search_add_byte(const zr_plan& plan, uint32_t wanted, zr_set* set) {
-  for (uint32_t c = 0; c < 256; c++)
-    if ((plan.places[0] && c == wanted) ||
-        (plan.places[1] && (c & zr_ToUpperMaskTable[c]) == wanted))
-      set->bits[c >> 5] |= 1u << (c & 31);
+  if (plan.places[0]) zr_set_add(set, wanted);
+  if (!plan.places[1]) return;
+  const uint32_t small = wanted | 0x20;
+  if (zr_MaskTable[wanted]) zr_set_add(set, wanted);
+  if (!zr_MaskTable[small] && (small & 0xDF) == wanted) zr_set_add(set, small);
 }
 
 void zr_search_add_first(const zr_regex* preg, const zr_plan& plan,
@@ -202,7 +93,7 @@ static zr_place* MakePlaces(const zr_regex* preg, const zr_node* nodes,
   if (!places) return nullptr;
   for (uint32_t i = 0; i < count; i++) {
     if (!zr_is_byte(nodes[i].opcode)) continue;
-    const zr_set set = SetOfNode(preg, nodes[i], mask);
+    const zr_set set = zr_set_of_node(preg, nodes[i], mask);
     if (zr_search_place(preg->search, set, &places[i])) continue;
     free(places);
     return nullptr;
@@ -216,153 +107,37 @@ static zr_place* MakePlaces(const zr_regex* preg, const zr_node* nodes,
 // bodies of some thousand messages, encoded parts left out. Bytes from 0x80 up
 // count as 2.
 static const uint16_t kWeights[128] = {
-    // 0x00
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    333,
-    1383,
-    2,
-    2,
-    151,
-    2,
-    2,
-    // 0x10
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    2,
-    // 0x20
-    6309,
-    44,
-    679,
-    64,
-    14,
-    28,
-    60,
-    43,
-    200,
-    196,
-    30,
-    148,
-    258,
-    1437,
-    1292,
-    616,
-    // 0x30
-    1465,
-    900,
-    944,
-    645,
-    419,
-    430,
-    369,
-    328,
-    363,
-    358,
-    1021,
-    397,
-    606,
-    1020,
-    680,
-    123,
-    // 0x40
-    213,
-    362,
-    191,
-    320,
-    513,
-    351,
-    248,
-    133,
-    152,
-    313,
-    92,
-    111,
-    232,
-    355,
-    200,
-    212,
-    // 0x50
-    266,
-    95,
-    320,
-    385,
-    461,
-    156,
-    124,
-    116,
-    146,
-    100,
-    82,
-    74,
-    4,
-    76,
-    2,
-    383,
-    // 0x60
-    13,
-    2343,
-    730,
-    1402,
-    1277,
-    3907,
-    846,
-    876,
-    1026,
-    2458,
-    195,
-    315,
-    1700,
-    1241,
-    2190,
-    2574,
-    // 0x70
-    1090,
-    169,
-    2242,
-    2567,
-    2977,
-    999,
-    442,
-    476,
-    416,
-    556,
-    190,
-    16,
-    17,
-    16,
-    4,
-    2,
+    2,    2,    2,    2,    2,    2,    2,    2,     // 0x00
+    2,    333,  1383, 2,    2,    151,  2,    2,     // 0x08
+    2,    2,    2,    2,    2,    2,    2,    2,     // 0x10
+    2,    2,    2,    2,    2,    2,    2,    2,     // 0x18
+    6309, 44,   679,  64,   14,   28,   60,   43,    // 0x20
+    200,  196,  30,   148,  258,  1437, 1292, 616,   // 0x28
+    1465, 900,  944,  645,  419,  430,  369,  328,   // 0x30
+    363,  358,  1021, 397,  606,  1020, 680,  123,   // 0x38
+    213,  362,  191,  320,  513,  351,  248,  133,   // 0x40
+    152,  313,  92,   111,  232,  355,  200,  212,   // 0x48
+    266,  95,   320,  385,  461,  156,  124,  116,   // 0x50
+    146,  100,  82,   74,   4,    76,   2,    383,   // 0x58
+    13,   2343, 730,  1402, 1277, 3907, 846,  876,   // 0x60
+    1026, 2458, 195,  315,  1700, 1241, 2190, 2574,  // 0x68
+    1090, 169,  2242, 2567, 2977, 999,  442,  476,   // 0x70
+    416,  556,  190,  16,   17,   16,   4,    2,     // 0x78
 };
 
 static uint32_t WeightOf(uint32_t byte) {
   return byte < 128 ? kWeights[byte] : 2;
 }
 
+static double ShareOfWeight(uint32_t weight) {
+  return weight < 65536 ? weight / 65536.0 : 1.0;
+}
+
 static double Share(const zr_set& set) {
   uint32_t sum = 0;
-  for (uint32_t c = 0; c < 256; c++)
-    if (zr_set_has(set, c)) sum += WeightOf(c);
-  return sum < 65536 ? sum / 65536.0 : 1.0;
+  for (uint32_t c = zr_set_next(set, 0); c < 256; c = zr_set_next(set, c + 1))
+    sum += WeightOf(c);
+  return ShareOfWeight(sum);
 }
 
 static double ShareOfPlace(const zr_search* search, const zr_place& place) {
@@ -373,7 +148,7 @@ static double ShareOfPlace(const zr_search* search, const zr_place& place) {
     sum += WeightOf((place.value & ~place.loose & 0xFFu) | bits);
     if (bits == 0) break;
   }
-  return sum < 65536 ? sum / 65536.0 : 1.0;
+  return ShareOfWeight(sum);
 }
 
 static const uint32_t kFourTimes = 0x01010101;  // a byte in a word
@@ -383,19 +158,35 @@ struct Range {
   uint32_t high;
 };
 
-// The runs of bytes in a set, with all its bytes or-ed with `loose`.
-static uint32_t CollectRuns(const zr_set& set, uint32_t loose, Range* runs) {
-  bool in[257] = {};
-  for (uint32_t c = 0; c < 256; c++)
-    if (zr_set_has(set, c)) in[c | loose] = true;
+// The runs of bytes in a set.
+static uint32_t CollectRuns(const zr_set& set, Range* runs) {
   uint32_t count = 0;
-  for (uint32_t c = 0; c < 256; c++) {
-    if (!in[c]) continue;
+  for (uint32_t c = zr_set_next(set, 0); c < 256;) {
     const uint32_t low = c;
-    while (in[c + 1]) c++;
+    while (c + 1 < 256 && zr_set_has(set, c + 1)) c++;
     runs[count++] = Range{low, c};
+    c = zr_set_next(set, c + 1);
   }
   return count;
+}
+
+// The bytes of a set with the case bit set, whether or not they are letters.
+static zr_set WithCaseBit(const zr_set& set) {
+  zr_set folded = {};
+  for (uint32_t i = 1; i < 8; i += 2)
+    folded.bits[i] = set.bits[i - 1] | set.bits[i];
+  return folded;
+}
+
+// How many bytes of 65,536 have a value in the run once `loose` is set.
+static uint32_t WeightOfRun(const Range& run, uint32_t loose) {
+  uint32_t sum = 0;
+  for (uint32_t c = run.low; c <= run.high; c++) {
+    if ((c | loose) != c) continue;
+    sum += WeightOf(c);
+    if (loose) sum += WeightOf(c & ~loose);
+  }
+  return sum;
 }
 
 // Joins the closest runs until few are left.
@@ -427,11 +218,11 @@ static zr_probe MakeProbe(const zr_search* search, const zr_place& place,
   const zr_set& set = search->sets[place.set];
   Range runs[128];
   uint32_t loose = 0;
-  uint32_t count = CollectRuns(set, 0, runs);
+  uint32_t count = CollectRuns(set, runs);
   if (count > 1) {
     // Letters of both cases are one range with the case bit set.
     Range folded[128];
-    const uint32_t fewer = CollectRuns(set, 0x20, folded);
+    const uint32_t fewer = CollectRuns(WithCaseBit(set), folded);
     if (fewer < count) {
       memcpy(runs, folded, sizeof(runs));
       loose = 0x20;
@@ -445,17 +236,13 @@ static zr_probe MakeProbe(const zr_search* search, const zr_place& place,
   }
   probe.loose = kFourTimes * loose;
   probe.ranges = static_cast<uint8_t>(count);
-  zr_set accepted = {};
+  uint32_t weight = 0;
   for (uint32_t i = 0; i < count; i++) {
     probe.low[i] = kFourTimes * runs[i].low;
     probe.width[i] = kFourTimes * (runs[i].high - runs[i].low);
-    for (uint32_t c = 0; c < 256; c++) {
-      const uint32_t byte = c | loose;
-      if (byte >= runs[i].low && byte <= runs[i].high)
-        accepted.bits[c >> 5] |= 1u << (c & 31);
-    }
+    weight += WeightOfRun(runs[i], loose);
   }
-  *share = Share(accepted);
+  *share = ShareOfWeight(weight);
   return probe;
 }
 

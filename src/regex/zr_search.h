@@ -69,6 +69,9 @@ void zr_search_free(zr_search* search);
 
 // ---- Shared by zr_search.cc, zr_cover.cc and zr_follow.cc
 
+// zr_sets.cc: the subject bytes that a one-byte node matches under a mask.
+zr_set zr_set_of_node(const zr_regex* preg, const zr_node& node, uint8_t mask);
+
 // Windows are drafted from places.
 struct zr_draft {
   uint32_t length;

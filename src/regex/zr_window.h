@@ -52,6 +52,19 @@ inline bool zr_set_has(const zr_set& set, uint32_t byte) {
   return (set.bits[byte >> 5] >> (byte & 31)) & 1;
 }
 
+inline void zr_set_add(zr_set* set, uint32_t byte) {
+  set->bits[byte >> 5] |= 1u << (byte & 31);
+}
+
+// The first byte from `from` on that is in the set; 256 when there is none.
+inline uint32_t zr_set_next(const zr_set& set, uint32_t from) {
+  for (uint32_t c = from; c < 256; c = (c | 31) + 1) {
+    const uint32_t rest = set.bits[c >> 5] >> (c & 31);
+    if (rest) return c + static_cast<uint32_t>(__builtin_ctz(rest));
+  }
+  return 256;
+}
+
 inline bool zr_place_fits(const zr_place& place, const zr_set* sets,
                           uint8_t byte) {
   if (place.set == ZR_NONE) return (byte | place.loose) == place.value;

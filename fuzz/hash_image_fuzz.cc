@@ -6,6 +6,7 @@
 
 #include <memory>
 
+#include "base/hash_count.h"
 #include "base/hash_file.h"
 
 static void Check(bool holds) {
@@ -85,6 +86,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   }
   borrowed.compress();
   CheckEntries(borrowed, buffer);
+
+  HASHCOUNT counter;
+  if (counter.loadFromConstBuf(buffer).pointer)
+    for (int32_t i = counter.first(); i >= 0; counter.next(i))
+      counter.incBlockCount(counter.getBlock(i), 1);
   Check(n == 0 || memcmp(copy.get(), bytes, n) == 0);
   return 0;
 }

@@ -19,7 +19,7 @@ uint32_t CountAt(const void* record) {
 
 HASHCOUNT::HASHCOUNT(int32_t initial, int32_t mode)
     : HASHFILE(initial, mode), order(0, kOrderStep) {
-  recSize = kCountBytes;
+  recSize = ownRecSize = kCountBytes;
   maxProbes = kHostileProbes;
 }
 
@@ -39,7 +39,7 @@ uint32_t HASHCOUNT::incBlockCount(TBLOCK key, uint32_t n) {
 }
 
 uint32_t HASHCOUNT::counts(int32_t slot) const {
-  return recSize == kCountBytes ? CountAt(getData(slot)) : 0;
+  return CountAt(getData(slot));
 }
 
 int HASHCOUNT::sort() {

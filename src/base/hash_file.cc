@@ -249,11 +249,17 @@ TBLOCK HASHFILE::load(TBLOCK buffer, bool copy) {
   dropSlots();
   Image image;
   if (!ReadHeader(buffer, image)) return TBLOCK();
+  if (ownRecSize &&
+      image.words[wordRecSize] != static_cast<uint32_t>(ownRecSize))
+    return TBLOCK();
   TBLOCK keyPart = image.part(wordKeysAt, wordKeysSize);
   TBLOCK recordPart = image.part(wordRecordsAt, wordRecordsSize);
-  const bool copyRecords = copy || image.swapped;
-  if ((copy && !keys.add(keyPart)) || (copyRecords && !records.add(recordPart)))
+  const bool copyRecords = copy || image.swapped || ownRecSize;
+  if ((copy && !keys.add(keyPart)) ||
+      (copyRecords && !records.add(recordPart))) {
+    clear();
     return TBLOCK();
+  }
   if (copy) keyPart = keys.view();
   if (copyRecords) recordPart = records.view();
 
@@ -280,7 +286,10 @@ TBLOCK HASHFILE::load(TBLOCK buffer, bool copy) {
 // ---- Keys and records
 
 HASHFILE::HASHFILE(int32_t initial, int32_t mode)
-    : HASHTAB(initial, mode), keys(0, kStoreStep), records(0, kStoreStep) {}
+    : HASHTAB(initial, mode),
+      keys(0, kStoreStep),
+      records(0, kStoreStep),
+      ownRecSize(0) {}
 
 void HASHFILE::clear() {
   HASHTAB::clear();
@@ -289,7 +298,7 @@ void HASHFILE::clear() {
 }
 
 int HASHFILE::setRecSize(int32_t n) {
-  if (count != 0 || n < 0) return 0;
+  if (count != 0 || n < 0 || (ownRecSize && n != ownRecSize)) return 0;
   recSize = n;
   return 1;
 }

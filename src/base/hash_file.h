@@ -27,8 +27,8 @@ class HASHFILE : public HASHTAB {
 
   void clear() override;
 
-  // Bytes of a record. 1, or 0, with nothing changed, when there are entries
-  // or n is below 0.
+  // Bytes of a record. 1, or 0, with nothing changed, when there are entries,
+  // n is below 0 or the table has a size of its own.
   int setRecSize(int32_t n);
 
   // As HASHTAB::insert, with a copy of the key and a record of zeros. `record`
@@ -49,9 +49,14 @@ class HASHFILE : public HASHTAB {
   // result is what follows the image, for the next one: its pointer is null
   // when the load failed, and only then. The second leaves keys and records in
   // the buffer, which must outlive the table and is never written to; records
-  // in the other byte order are copied all the same.
+  // in the other byte order and counts are copied all the same.
   TBLOCK loadFromBuf(TBLOCK buffer) { return load(buffer, true); }
   TBLOCK loadFromConstBuf(TBLOCK buffer) { return load(buffer, false); }
+
+ protected:
+  // Not 0: the only record size there may be, also in a file; the records are
+  // written to, so that a load always copies them.
+  int32_t ownRecSize;
 
  private:
   TBLOCK load(TBLOCK buffer, bool copy);

@@ -3,9 +3,9 @@
 // The hash of a key is a polynomial in 131 over its folded bytes; its slot is
 // the fractional part of hash * golden ratio, spread over the slots. Tables in
 // files keep their entries by slot, so the arithmetic has to give the same
-// slot in every build: plain doubles, one operation a statement, so that no
-// compiler fuses two of them. Files are read and written in hash_file.cc.
-// Tested by hashtab_test.cc.
+// slot in every build: plain doubles, never two operations fused into one,
+// which the build forbids. Files are read and written in hash_file.cc. Tested
+// by hashtab_test.cc.
 
 #include "base/hashtab.h"
 
@@ -116,6 +116,8 @@ void HASHTAB::noteProbes(int32_t probes) {
 // table stretches the distances between home slots, so that no entry gets
 // further from its own.
 bool HASHTAB::rebuild(int32_t newCapacity) {
+  // A file may tell a capacity below its count.
+  if (newCapacity < count) newCapacity = count;
   if (newCapacity < kMinCapacity) newCapacity = kMinCapacity;
   if (newCapacity > kMaxHashCapacity) return false;
   int32_t n = static_cast<int32_t>(floor(slotFactor * newCapacity + 0.5)) + 1;
@@ -264,7 +266,7 @@ int32_t HASHTAB::first() const {
 }
 
 int32_t HASHTAB::next(int32_t& slot) const {
-  int32_t at = slot < -1 ? 0 : slot + 1;
+  int32_t at = slot < -1 ? 0 : slot < slotCount ? slot + 1 : slotCount;
   while (at < slotCount && !IsEntry(slots[at], at)) at++;
   return slot = at < slotCount ? at : -1;
 }

@@ -207,6 +207,21 @@ STR& STR::operator+=(int32_t number) {
   return *this;
 }
 
+int STR::join(const char* const* parts, int32_t count) {
+  uint64_t total = 0;
+  for (int32_t i = 0; i < count; i++) total += strlen(parts[i]);
+  STR whole(total < INT32_MAX ? static_cast<int32_t>(total) : INT32_MAX);
+  if (whole.text)
+    for (int32_t i = 0; i < count; i++) whole += parts[i];
+  release();
+  text = whole.text;
+  capacity = whole.capacity;
+  length = whole.length;
+  whole.text = nullptr;
+  whole.capacity = 0;
+  return text != nullptr;
+}
+
 int STR::streq(const char* s) const {
   return s && CompareNoCase(c_str(), s) == 0;
 }

@@ -62,6 +62,10 @@ class STR {
   STR& operator+=(TBLOCK view);
   // Appends the number in decimal.
   STR& operator+=(int32_t number);
+  // Stores the texts one behind the other, or all of it fails: 1, or 0 with an
+  // empty string when memory is short. An append that fails leaves "" behind,
+  // to which the next one adds: not for paths and patterns.
+  int join(const char* const* parts, int32_t count);
   // Like add, in front.
   void addLeft(const char* p, int32_t n);
 

@@ -7,6 +7,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
@@ -59,25 +60,24 @@ APPLOG::APPLOG(const char* directoryName, const char* name, int32_t files,
       lastCheck(host->now()),
       host_(host) {
   STR path;
-  directory(path);
-  mkdir(path.c_str(), kDirectoryMode);
+  if (directory(path)) mkdir(path.c_str(), kDirectoryMode);
 }
 
-void APPLOG::directory(STR& path) const {
-  path = host_->root;
-  path += dirName;
+// 0 when memory is short: a part of a path would lead elsewhere.
+int APPLOG::directory(STR& path) const {
+  if (!dirName.text || !logName.text) return 0;
+  const char* const parts[] = {host_->root, dirName.c_str()};
+  return path.join(parts, 2);
 }
 
-void APPLOG::fileSpec(const tm& today, STR& path) const {
+int APPLOG::fileSpec(const tm& today, STR& path) const {
   char date[48];
   snprintf(date, sizeof date, "-%04d%02d%02d.log", today.tm_year + 1900,
            today.tm_mon + 1, today.tm_mday);
-  directory(path);
-  path += '/';
-  path += dirName;
-  path += '-';
-  path += logName;
-  path += date;
+  const char* const parts[] = {
+      host_->root, dirName.c_str(), "/", dirName.c_str(),
+      "-",         logName.c_str(), date};
+  return path.join(parts, 7);
 }
 
 void APPLOG::getCurrentLogSpec(STR& path) const {
@@ -101,7 +101,7 @@ void APPLOG::log(const char* a, int32_t n, const char* b) {
 // Without O_NONBLOCK a pipe in the file's place would hold up the scan.
 int APPLOG::_open(const tm& today) const {
   STR path;
-  fileSpec(today, path);
+  if (!fileSpec(today, path)) return -1;
   return open(path.c_str(),
               O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY,
               kFileMode);
@@ -112,13 +112,30 @@ void APPLOG::_close(int file) {
   _doHouseKeeping();
 }
 
-// A disk may have room for a part of the line. That part goes again, unless
-// somebody has written behind it meanwhile: the next line would be glued to it.
-static void AppendWhole(int file, const char* line, uint32_t length) {
+// A write beyond the process's limit on file sizes raises SIGXFSZ, which would
+// end the host: it is held back from this thread and taken away.
+static ssize_t WriteOnce(int file, const char* line, uint32_t length) {
+  sigset_t limit, pending, before;
+  sigemptyset(&limit);
+  sigaddset(&limit, SIGXFSZ);
+  sigemptyset(&pending);
+  sigpending(&pending);
+  if (pthread_sigmask(SIG_BLOCK, &limit, &before) != 0) return -1;
   ssize_t written;
   do {
     written = ::write(file, line, length);
   } while (written < 0 && errno == EINTR);
+  const timespec now = {0, 0};
+  if (written < 0 && errno == EFBIG && !sigismember(&pending, SIGXFSZ))
+    sigtimedwait(&limit, nullptr, &now);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  return written;
+}
+
+// A disk may have room for a part of the line. That part goes again, unless
+// somebody has written behind it meanwhile: the next line would be glued to it.
+static void AppendWhole(int file, const char* line, uint32_t length) {
+  const ssize_t written = WriteOnce(file, line, length);
   if (written <= 0 || static_cast<uint32_t>(written) == length) return;
   const off_t end = lseek(file, 0, SEEK_CUR);
   struct stat about;
@@ -195,11 +212,9 @@ void APPLOG::forceHouseKeepingAt(const char* time) {
 
 // The date is in the name, so the first of the sorted files is the oldest.
 void APPLOG::_purgeNow() {
-  STR path, wildcard(dirName);
-  directory(path);
-  wildcard += '-';
-  wildcard += logName;
-  wildcard += "-*.log";
+  STR path, wildcard;
+  const char* const parts[] = {dirName.c_str(), "-", logName.c_str(), "-*.log"};
+  if (!directory(path) || !wildcard.join(parts, 4)) return;
   PURGER purger(this);
   READDIR walk(&purger, path.c_str(), wildcard.c_str());
   const int32_t count = purger.paths.count();

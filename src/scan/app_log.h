@@ -46,7 +46,7 @@ class APPLOG {
   void log(const char* text);
   void log(const char* a, const char* b);
   void log(const char* a, int32_t n, const char* b);
-  // The path of today's file.
+  // The path of today's file; empty when memory is short.
   void getCurrentLogSpec(STR& path) const;
   // Deletes the oldest files beyond keepFiles when the local time is "hh:mm"
   // or up to ten minutes later; nothing for a time in any other form.
@@ -58,8 +58,8 @@ class APPLOG {
   void _close(int file);
   void _doHouseKeeping();
   void _purgeNow();
-  void directory(STR& path) const;
-  void fileSpec(const struct tm& today, STR& path) const;
+  int directory(STR& path) const;
+  int fileSpec(const struct tm& today, STR& path) const;
 
   const Host* host_;
 };

@@ -12,8 +12,8 @@
 
 #include "regex/zr_regex.h"
 
-static const uint32_t kListBytes = 4096;  // of the vectors, and their growth
-static const int32_t kPathBytes = 4096;   // room for a path from the start
+static const size_t kMaxWildcard = 65536;  // the engine's limit is below
+static const uint32_t kListBytes = 4096;   // of the vectors, and their growth
 
 int READDIRCLIENT::foundFile(READDIR*, const char*) {
   return 1;
@@ -23,9 +23,12 @@ int DIRITERCLIENT::foundDir(DIRITER*, const char*) {
   return 1;
 }
 
+static const char kOneCharacter[] = ".{1}";  // the longest replacement
+
 // "^" and the wildcard as the engine reads it. Without "$", on purpose.
+// `pattern` has room for all of it.
 static void WildcardToPattern(const char* wildcard, STR& pattern) {
-  pattern = "^";
+  pattern += '^';
   for (const char* p = wildcard; *p; p++) {
     switch (*p) {
       case '.':
@@ -35,7 +38,7 @@ static void WildcardToPattern(const char* wildcard, STR& pattern) {
         pattern += ".*";
         break;
       case '?':
-        pattern += ".{1}";
+        pattern += kOneCharacter;
         break;
       default:
         pattern += *p;
@@ -46,10 +49,9 @@ static void WildcardToPattern(const char* wildcard, STR& pattern) {
 // False without memory for the path.
 static bool JoinPath(const char* directory, const char* name, STR& path) {
   const size_t length = strlen(directory);
-  path = directory;
-  if (length == 0 || directory[length - 1] != '/') path += '/';
-  path += name;
-  return path.text != nullptr;
+  const bool open = length == 0 || directory[length - 1] != '/';
+  const char* const parts[] = {directory, open ? "/" : "", name};
+  return path.join(parts, 3) != 0;
 }
 
 // False when `stat` does not get through to it.
@@ -64,7 +66,7 @@ static void WalkFiles(READDIR* walk, READDIRCLIENT* client,
                       const char* directory, const zr_regex* pattern) {
   DIR* stream = opendir(directory);
   if (!stream) return;
-  STR path(kPathBytes);
+  STR path;
   while (const dirent* entry = readdir(stream)) {
     mode_t mode;
     if (!JoinPath(directory, entry->d_name, path) ||
@@ -80,11 +82,13 @@ static void WalkFiles(READDIR* walk, READDIRCLIENT* client,
 READDIR::READDIR(READDIRCLIENT* client, const char* directory,
                  const char* wildcard) {
   if (!client || !directory || !wildcard) return;
-  STR pattern;
+  const size_t length = strlen(wildcard);
+  if (length > kMaxWildcard) return;
+  STR pattern(static_cast<int32_t>(1 + length * strlen(kOneCharacter)));
+  if (!pattern.text) return;
   WildcardToPattern(wildcard, pattern);
   zr_regex* compiled = zr_regalloc();
-  if (compiled && pattern.text &&
-      zr_regcomp(compiled, pattern.c_str(), 0) == ZR_OK)
+  if (compiled && zr_regcomp(compiled, pattern.c_str(), 0) == ZR_OK)
     WalkFiles(this, client, directory, compiled);
   zr_regfree(compiled);
 }
@@ -93,7 +97,7 @@ DIRITER::DIRITER(DIRITERCLIENT* client, const char* directory) {
   if (!client || !directory) return;
   DIR* stream = opendir(directory);
   if (!stream) return;
-  STR path(kPathBytes);
+  STR path;
   while (const dirent* entry = readdir(stream)) {
     const char* name = entry->d_name;
     mode_t mode;

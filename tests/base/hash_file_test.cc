@@ -202,4 +202,34 @@ TEST(HashFileTest, CountsAndTheirOrder) {
   EXPECT_EQ(UINT32_MAX, counter.incBlockCount(TBLOCK("much"), 5));
 }
 
+// Counts are written to: never in a caller's image, and never in records of
+// another size.
+TEST(HashCount, Images) {
+  HASHCOUNT counter;
+  counter.incBlockCount(TBLOCK("a"), 7);
+  EXPECT_EQ(0, HASHCOUNT().setRecSize(2));
+  for (int32_t size : {0, 2, 4}) {
+    const std::unique_ptr<BLOCK> image(counter.save4File(size, 0));
+    const std::string before = Str(image->view());
+    HASHCOUNT again;
+    again.loadFromConstBuf(image->view());
+    EXPECT_EQ(size == 4 ? 8u : 1u, again.incBlockCount(TBLOCK("a"), 1));
+    EXPECT_EQ(before, Str(image->view()));
+  }
+}
+
+// A capacity below the count does no harm, fixed or not.
+TEST(HashFile, SmallCapacityInAFile) {
+  HASHFILE table;
+  for (int i = 0; i < 100; i++) table.insert(TBLOCK(std::to_string(i).c_str()));
+  const std::unique_ptr<BLOCK> image(table.save4File(0, 0));
+  memset(image->data + 13, 0, 4);
+  HASHFILE again;
+  ASSERT_NE(nullptr, again.loadFromBuf(image->view()).pointer);
+  again.flags |= hashFixed;
+  again.compress();
+  EXPECT_EQ(100, again.count);
+  EXPECT_GE(again.findKey(TBLOCK("99")), 0);
+}
+
 }  // namespace

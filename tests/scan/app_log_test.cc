@@ -215,7 +215,7 @@ TEST_F(AppLogTest, TroubleLosesTheLineAlone) {
 
 // Lines of 15 bytes, and a file that may have no more than so many.
 void LogOnFullDisk(const APPLOG::Host* host) {
-  signal(SIGXFSZ, SIG_IGN);
+  signal(SIGXFSZ, SIG_DFL);
   APPLOG log("m", "s", 31, host);
   for (rlim_t room : {15, 15, 16, 29, 30}) {
     rlimit limit;

@@ -351,6 +351,7 @@ static bool DraftEdge(Builder* b, uint32_t first, zr_draft* draft) {
   const zr_follow& follow = b->plan->follows[first];
   if (!zr_is_byte(node.opcode) || node.lazy || node.min == node.max)
     return false;
+  if (follow.mayEnd) return false;
   if (node.max != ZR_UNBOUNDED && !follow.apart) return false;
   if (follow.place.set == ZR_NONE && follow.place.loose == 0xFF) return false;
   AppendElement(b, draft, first);

@@ -1,8 +1,10 @@
 // What can come behind a greedy one-byte element that may have taken several
 // amounts: the bytes with which the rest of the pattern can go on. The matcher
 // gives no byte back where what follows could not go on, and none at all when
-// the element's own bytes are not among those. Entry point: zr_search_follows.
-// Tested against the model.
+// the element's own bytes are not among those. Where the pattern may end behind
+// the element, the end says nothing against this: it is reached with the first
+// amount or, for lack of iterations of a group, with none. Entry point:
+// zr_search_follows. Tested against the model.
 
 #include <stdlib.h>
 
@@ -21,6 +23,7 @@ struct Follower {
   uint32_t budget;
   zr_set set;  // what was found for one element
   bool atEnd;
+  bool mayEnd;
 };
 
 }  // namespace
@@ -53,9 +56,11 @@ static bool AddFrom(Follower* f, uint32_t index, uint32_t depth) {
       case ZR_CASEON:
       case ZR_CASEOFF:
         break;
+      case ZR_END:
+        f->mayEnd = true;
+        return true;
       case ZR_BOS:
       case ZR_BACKREF:
-      case ZR_END:
         return false;
       case ZR_ALT:
         i = node.min;  // the alternative is complete
@@ -106,7 +111,7 @@ bool zr_search_follows(zr_regex* preg, zr_plan* plan, const zr_node* nodes,
     if (!MayGiveBack(nodes[i])) continue;
     zr_follow* follow = &plan->follows[i];
     f.set = zr_set{};
-    f.atEnd = false;
+    f.atEnd = f.mayEnd = false;
     if (!AddFrom(&f, i + 1, 0)) {
       f.atEnd = true;
       for (uint32_t k = 0; k < 8; k++) f.set.bits[k] = 0xFFFFFFFFu;
@@ -114,6 +119,7 @@ bool zr_search_follows(zr_regex* preg, zr_plan* plan, const zr_node* nodes,
     zr_set own = {};
     zr_search_add_first(preg, *plan, nodes[i], i, &own);
     follow->atEnd = f.atEnd;
+    follow->mayEnd = f.mayEnd;
     follow->apart = Disjoint(own, f.set);
     if (!zr_search_place(preg->search, f.set, &follow->place)) return false;
   }

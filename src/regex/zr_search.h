@@ -16,6 +16,7 @@ struct zr_follow {
   zr_place place;  // the next byte
   uint8_t atEnd;   // 1: or the text's end
   uint8_t apart;   // 1: no byte of the element's own
+  uint8_t mayEnd;  // 1: or nothing: the pattern may be complete
 };
 
 static const uint32_t ZR_MAX_STARTS = 8;  // windows of one alternative

@@ -122,7 +122,7 @@ static zr_way ForwardByte(zr_walker* w, const zr_node& node) {
   if (count < Needed(node)) return TurnBack(w);
   if (KeepsCount(node)) {
     const zr_follow& follow = w->plan->follows[w->node];
-    while (!GoesOn(w, follow, w->position + count)) {
+    while (!follow.mayEnd && !GoesOn(w, follow, w->position + count)) {
       if (count == node.min || follow.apart) return TurnBack(w);
       --count;
     }

@@ -102,7 +102,7 @@ void Strip(zr_regex* preg) {
   for (uint32_t i = 0; i < 2; i++) {
     memset(plans[i]->starts, 0, groupCounts[i] * sizeof(zr_start));
     for (uint32_t k = 0; k < nodeCounts[i]; k++)
-      plans[i]->follows[k] = zr_follow{{ZR_NONE, 0xFF, 0xFF}, 1, 0};
+      plans[i]->follows[k] = zr_follow{{ZR_NONE, 0xFF, 0xFF}, 1, 0, 0};
   }
 }
 

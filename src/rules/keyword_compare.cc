@@ -537,6 +537,8 @@ unsigned char GetWordKey(TBLOCK word) {
 namespace {
 
 const uint32_t kAnyStart = 0xFFFFFFFF;
+// Of every word, so that a pattern that begins with no letter finds them all.
+const uint32_t kWordBit = 1u << 26;
 
 uint32_t LetterBit(unsigned char c) {
   return c >= 'a' && c <= 'z' ? 1u << (c - 'a') : 0;
@@ -546,7 +548,7 @@ uint32_t LetterBit(unsigned char c) {
 
 // Follows what step() may do at the pattern's first byte.
 uint32_t WordStarts(TBLOCK word) {
-  uint32_t starts = 0;
+  uint32_t starts = kWordBit;
   uint32_t i = 0;
   for (; i < word.length; i++) {
     starts |= LetterBit(Fold(word[i]));

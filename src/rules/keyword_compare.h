@@ -39,9 +39,9 @@ uint32_t BlockCompareWildcard(TBLOCK word, TBLOCK pattern, uint32_t options,
 extern const unsigned char KeyTable[256];
 unsigned char GetWordKey(TBLOCK word);
 
-// A cheap test ahead of the comparison, one bit for each letter from a to z: a
-// word can match a pattern, with whatever options, only if the two sets have a
-// letter in common.
+// A cheap test ahead of the comparison, one bit for each letter from a to z and
+// one of all words: a word can match a pattern, with whatever options, only if
+// the two sets have a bit in common.
 uint32_t WordStarts(TBLOCK word);
 uint32_t PatternStarts(TBLOCK pattern);
 

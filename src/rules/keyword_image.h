@@ -116,7 +116,7 @@ class KWIMAGE {
   // Empty when the block is no image in this machine's byte order.
   explicit KWIMAGE(TBLOCK image);
 
-  TBLOCK bytes;  // the whole image
+  TBLOCK bytes;  // the whole image; empty when there is none
   // Records of each table that lie inside the block.
   uint32_t sectionCount, lineCount, andCount, orCount, wordCount;
   TBLOCK text;  // the pool
@@ -138,7 +138,8 @@ class KWIMAGE {
   // Bytes of a string line; empty for a pattern line.
   TBLOCK lineBlock(const TQKLINE* line) const;
   TBLOCK word(uint32_t i) const;
-  // Index of a record in the line table, by its address.
+  // Index of a record in the line table, by its address: the number in the
+  // record could be a lie. REQUIRES: a line of this image.
   uint32_t lineNumber(const TQKLINE* line) const;
 
  private:
@@ -149,8 +150,16 @@ class KWIMAGE {
   const TQKWORD* words;
 };
 
+// Whether the block begins as an image does: the magic, in any case, and room
+// for a header.
+bool IsKeywordImage(TBLOCK image);
+
 // Makes the image readable in place: 1 when it has this machine's byte order or
-// was turned into it (then `swapped` is 1); 0 when it is no image.
+// was turned into it (then `swapped` is 1, and the block was written to); 0
+// when the header's size is right in neither order.
 int setupKeywords(TBLOCK image, int32_t& swapped);
+
+// Whether this machine is little-endian.
+bool _IsIntelCPU();
 
 #endif  // RULES_KEYWORD_IMAGE_H_

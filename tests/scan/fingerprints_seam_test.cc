@@ -20,7 +20,7 @@ int TQMDICO::matchFirstNamedRegex(const char* section, TBLOCK value,
 
 int TQMDICO::matchRegex(const char* section, TBLOCK line,
                         const TQKLINE*& match) {
-  static const TQKLINE found = {7};
+  static const TQKLINE found = {};
   match = &found;
   return TBLOCK(section).equals("HdrMailingList") && line.begins("list-");
 }

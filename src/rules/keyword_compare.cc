@@ -11,8 +11,6 @@
 
 #include "rules/keyword_compare.h"
 
-#include "rules/keyword_image.h"
-
 // Each byte as the comparison takes it: the capital of a letter, accents taken
 // off; eth as the letter that LowerConvTable makes of it.
 const unsigned char KeyTable[256] = {
@@ -115,9 +113,7 @@ class Comparison {
         pattern(patternText),
         options(allowed),
         prefixOnly(prefix),
-        allTips((allowed & moTips) == moTips) {
-    patternLeft = PlainLength(pattern);
-  }
+        allTips((allowed & moTips) == moTips) {}
 
   // Walks until one side is used up; false when they can't match.
   bool walk();
@@ -143,13 +139,14 @@ class Comparison {
   void takePlural();
 
   uint32_t wordLeft() const { return word.length - w; }
+  uint32_t patternLeft();
   bool on(uint32_t option) const { return (options & option) != 0; }
 
   const TBLOCK word, pattern;
   uint32_t options;  // those still on
   const bool prefixOnly, allTips;
   uint32_t w = 0, p = 0;
-  uint32_t patternLeft;
+  int64_t plainLeft = -1;  // patternLeft, once it was asked for
   int32_t tricks = 0;
   int32_t previous = -1;  // the word byte accepted last
   int32_t oddKnown = -1;  // isOddLetterOut, when it has been found out
@@ -203,7 +200,12 @@ void Comparison::accept(uint32_t wordBytes) {
 
 void Comparison::takePattern() {
   p = ByteAt(pattern, p) + 1;
-  patternLeft--;
+  if (plainLeft >= 0) plainLeft--;
+}
+
+uint32_t Comparison::patternLeft() {
+  if (plainLeft < 0) plainLeft = PlainLength(restOfPattern());
+  return static_cast<uint32_t>(plainLeft);
 }
 
 // A kind of trick is paid for when it is first used.
@@ -241,8 +243,8 @@ bool Comparison::tryTricks(unsigned char want, int32_t next) {
     takePattern();
     return true;
   }
-  if (c == '|' && wordLeft() > patternLeft && !prefixOnly &&
-      usefulLeft() < patternLeft) {
+  if (c == '|' && wordLeft() > patternLeft() && !prefixOnly &&
+      usefulLeft() < patternLeft()) {
     bits |= moBroken;
     w++;
     return true;
@@ -264,7 +266,7 @@ bool Comparison::trySkips(unsigned char want, int32_t next) {
     w++;
     return true;
   }
-  if (on(moUseless) && wordLeft() >= 2 && wordLeft() > patternLeft &&
+  if (on(moUseless) && wordLeft() >= 2 && wordLeft() > patternLeft() &&
       Same(word[w + 1], want)) {
     skipUseless();
     return true;
@@ -283,7 +285,7 @@ bool Comparison::trySkips(unsigned char want, int32_t next) {
       return true;
     }
   }
-  if (on(moMissing) && patternLeft >= 2 && Same(c, next)) {
+  if (on(moMissing) && patternLeft() >= 2 && Same(c, next)) {
     spend(moMissing, moTips);
     takePattern();
     return true;
@@ -547,38 +549,34 @@ uint32_t LetterBit(unsigned char c) {
 }  // namespace
 
 // Follows what step() may do at the pattern's first byte.
-uint32_t WordStarts(TBLOCK word) {
-  uint32_t starts = kWordBit;
+TWORDSTARTS WordStarts(TBLOCK word) {
+  TWORDSTARTS starts = {kWordBit, 0};
   uint32_t i = 0;
   for (; i < word.length; i++) {
-    starts |= LetterBit(Fold(word[i]));
+    starts.first |= LetterBit(Fold(word[i]));
     if (IsPlaceToStart(word[i])) break;
   }
   if (i >= word.length) return starts;
   const unsigned char c = word[i];
-  if (c == '|') return kAnyStart;
   for (unsigned char letter = 'a'; letter <= 'z'; letter++)
-    if (IsNear(letter, c)) starts |= LetterBit(letter);
-  if (i + 1 < word.length) {
-    const unsigned char ahead = word[i + 1];
-    starts |= LetterBit(Fold(ahead));
-    // An odd letter out in front.
-    if (TBLOCK::Is(c, bitLower) && TBLOCK::Is(ahead, bitUpper))
-      return kAnyStart;
-  }
+    if (IsNear(letter, c)) starts.first |= LetterBit(letter);
+  const unsigned char ahead = i + 1 < word.length ? word[i + 1] : 0;
+  starts.ahead = LetterBit(Fold(ahead));
+  // A bar may be filler, and a small letter the odd one among capitals.
+  if (c == '|' || (TBLOCK::Is(c, bitLower) && TBLOCK::Is(ahead, bitUpper)))
+    starts.first = kAnyStart;
   return starts;
 }
 
-uint32_t PatternStarts(TBLOCK pattern) {
-  if (pattern.empty()) return kAnyStart;
+TPATTERNSTARTS PatternStarts(TBLOCK pattern) {
+  const TPATTERNSTARTS any = {kAnyStart, kAnyStart};
+  if (pattern.empty()) return any;
   uint32_t at = ByteAt(pattern, 0);
-  const uint32_t first = LetterBit(pattern[at]);
-  if (!first) return kAnyStart;
-  if (++at >= pattern.length) return first;
-  // The first letter may be missing; what has a meaning of its own behind it
-  // ends the pattern or is no byte that could stand in the word.
-  const unsigned char next = pattern[at];
-  if (next == '*' || next == '?' || next == '&') return kAnyStart;
-  const uint32_t second = LetterBit(pattern[ByteAt(pattern, at)]);
-  return second ? first | second : kAnyStart;
+  TPATTERNSTARTS starts = {LetterBit(pattern[at]), 0};
+  if (!starts.first) return any;
+  if (++at < pattern.length) {
+    starts.second = LetterBit(pattern[ByteAt(pattern, at)]);
+    if (!starts.second) starts.second = kAnyStart;
+  }
+  return starts;
 }

@@ -8,6 +8,7 @@
 
 #include "base/tblock.h"
 #include "base/vectors.h"
+#include "rules/keyword_image.h"
 
 // 0 for no match, else moFound and the bits of the tricks that were used
 // (mo..., keyword_image.h). `options` are the tricks that are allowed, by the
@@ -39,10 +40,23 @@ uint32_t BlockCompareWildcard(TBLOCK word, TBLOCK pattern, uint32_t options,
 extern const unsigned char KeyTable[256];
 unsigned char GetWordKey(TBLOCK word);
 
-// A cheap test ahead of the comparison, one bit for each letter from a to z and
-// one of all words: a word can match a pattern, with whatever options, only if
-// the two sets have a bit in common.
-uint32_t WordStarts(TBLOCK word);
-uint32_t PatternStarts(TBLOCK pattern);
+// A cheap test ahead of the comparison: sets of letters, a bit for each from a
+// to z and one of all words. Sets of patterns may be joined by |.
+struct TWORDSTARTS {
+  uint32_t first;  // what the first byte may stand for
+  uint32_t ahead;  // the byte behind it
+};
+struct TPATTERNSTARTS {
+  uint32_t first, second;
+};
+TWORDSTARTS WordStarts(TBLOCK word);
+TPATTERNSTARTS PatternStarts(TBLOCK pattern);
+// False when the word can't match under these options.
+inline bool MayMatch(const TWORDSTARTS& word, const TPATTERNSTARTS& pattern,
+                     uint32_t options) {
+  return (word.first & pattern.first) ||
+         ((options & moUseless) && (word.ahead & pattern.first)) ||
+         ((options & (moPermut | moMissing)) && (word.first & pattern.second));
+}
 
 #endif  // RULES_KEYWORD_COMPARE_H_

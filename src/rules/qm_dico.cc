@@ -25,7 +25,7 @@ const uint32_t kIndexedTimesPool = 8;
 // Bytes of one printed line.
 const int32_t kMaxLineText = 1 << 20;
 // Lines of one getSectionScore, against lists of sections that name each other.
-const uint32_t kMaxSummedLines = 1000000;
+const uint32_t kMaxSummedLines = 200000;
 
 const TQKSECTION* AsSection(void* data) {
   return static_cast<const TQKSECTION*>(data);
@@ -106,7 +106,8 @@ class SECTIONSUM {
     const KWIMAGE& image = dico.image();
     const uint32_t n = image.lineCountOf(section);
     int64_t total = 0;
-    for (uint32_t i = 0; i < n && left > 0; i++, left--) {
+    for (uint32_t i = 0; i < n && left > 0; i++) {
+      left--;
       const TQKLINE* line = image.sectionLine(section, i);
       if (section->type == stSectionList)
         total += sum(dico.findSection(image.lineBlock(line)), depth + 1);

@@ -32,7 +32,8 @@ bool CutNamed(TBLOCK line, TBLOCK& name, TBLOCK& pattern) {
 // Appends a text with every occurrence of `value` put into its macro.
 void ReplaceOne(TBLOCK text, TBLOCK value, TBLOCK macro, BLOCK& out) {
   uint32_t from = 0;
-  while (out.length + macro.length < kMaxMacroText) {
+  while (uint64_t{out.length} + macro.length + (text.length - from) <
+         kMaxMacroText) {
     const int32_t at = text.find(value, from, TBLOCK::NoConvTable);
     if (at < 0) break;
     const uint32_t start = static_cast<uint32_t>(at);

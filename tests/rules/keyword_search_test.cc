@@ -242,6 +242,7 @@ TEST(KeywordSearchTest, OtherSearches) {
                                     {"x-y.meds.com", ""},   {"-.x", ""},
                                     {"--meds-", "1"},       {"", ""}};
   for (const auto& row : domains) {
+    dico.clearMatchCount("domain");  // a line counts once
     HeapText domain(row[0]);
     EXPECT_EQ(row[1][0] != 0, dico.CheckDomainWords("domain", domain.view()))
         << row[0];

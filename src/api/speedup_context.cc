@@ -1,7 +1,8 @@
 // Building and destroying the speedup context. Tested by
 // speedup_context_test.cc.
 //
-// There is no patch format yet, so no patch list is looked for.
+// A patch list that cannot be used leaves the library's own dictionary in
+// force, silently: a host has nobody to tell. `quaymarsh dict` says why.
 
 #include "api/speedup_context.h"
 
@@ -10,8 +11,10 @@
 
 #include <new>
 
+#include "base/block.h"
 #include "base/vectors.h"
 #include "regex/regex_pool.h"
+#include "rules/kw_patch.h"
 #include "rules/qm_dico.h"
 #include "rules/url_blacklist.h"
 
@@ -20,10 +23,25 @@ namespace {
 const char kProfileFile[] = "/etc/oakrun/quaymarsh/profile.txt";
 const int kMaxProfileLine = 10240;  // bytes, the NUL included
 
+// Replaces the reader's dictionary by the one that the patch list makes, when
+// there is a list and all of it can be carried out.
+void ApplyPatchList(TQMDICO& dico, const char* directory) {
+  STR list;
+  if (!FindPatchList(directory, list)) return;
+  BLOCK* image = new (std::nothrow) BLOCK(0, BLOCK::_DEFALLOCSIZE);
+  if (!image) return;
+  if (KwLoadKeywords(image, nullptr, list.c_str(), nullptr))
+    dico.loadKeywordsFromBlock(image);  // takes it over
+  else
+    delete image;
+}
+
 // Fills a context's pool, stuff and blacklist.
-void BuildParts(SPEEDUPCONTEXT* context, REGEXPOOL* pool) {
+void BuildParts(SPEEDUPCONTEXT* context, REGEXPOOL* pool,
+                const char* directory) {
   pool->addAllHardCodedRegexes();
   TQMDICO dico(pool, nullptr);
+  ApplyPatchList(dico, directory);
   dico.precompileRegexesIntoPool();
   context->pool = pool;
   context->stuff = dico.stuff;
@@ -58,14 +76,14 @@ void ReadProfileFile(const char* path, STR& profile) {
   fclose(file);
 }
 
-SPEEDUPCONTEXT* CreateSpeedupContext(const char* /*directory*/) {
+SPEEDUPCONTEXT* CreateSpeedupContext(const char* directory) {
   REGEXPOOL* pool = new (std::nothrow) REGEXPOOL;
   SPEEDUPCONTEXT* context = new (std::nothrow) SPEEDUPCONTEXT;
   if (!context) {
     delete pool;
     return nullptr;
   }
-  if (pool) BuildParts(context, pool);
+  if (pool) BuildParts(context, pool, directory);
   ReadProfileFile(kProfileFile, context->profile);
   // A string counts its length when it is first asked for, which writes. From
   // here on scans only read.

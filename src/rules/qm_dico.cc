@@ -1,32 +1,408 @@
-// The dictionary reader.
+// The dictionary reader: loading, the indexes, the counters, and lines as text.
+// HSTUFF is built once over an image; a TQMDICO for each scan borrows it and
+// owns counters alone.
+//
+// Images are trusted to make sense but not to be whole, so that each cost that
+// follows figures of the image has a bound that no sound image gets near: one
+// whose sections all claim all lines would else be indexed for hours.
+//
+// Tested by qm_dico_test.cc.
 
 #include "rules/qm_dico.h"
 
 #include <new>
 
+#include "base/md5.h"
+#include "regex/regex_pool.h"
+
+namespace {
+
+const uint32_t kMaxSectionName = 2048;  // bytes; from here on there is none
+const int32_t kFieldNameCapacity = 128;
+// Bytes of keys in all indexes, as a multiple of the text pool: lines that
+// share their text are few.
+const uint32_t kIndexedTimesPool = 8;
+// Bytes of one printed line.
+const int32_t kMaxLineText = 1 << 20;
+// Lines of one getSectionScore, against lists of sections that name each other.
+const uint32_t kMaxSummedLines = 200000;
+
+const TQKSECTION* AsSection(void* data) {
+  return static_cast<const TQKSECTION*>(data);
+}
+
+int32_t ClampScore(int64_t score) {
+  const int64_t kMost = 1000000000;
+  return static_cast<int32_t>(score > kMost    ? kMost
+                              : score < -kMost ? -kMost
+                                               : score);
+}
+
+// The section of a name, or null.
+const TQKSECTION* FindByName(const HSTUFF& stuff, TBLOCK name) {
+  unsigned char digest[MD5::kDigestBytes];
+  if (!SectionDigest(name, digest)) return nullptr;
+  void* found = nullptr;
+  stuff.sections.find(TBLOCK(digest, sizeof digest), found);
+  return AsSection(found);
+}
+
+// Appends the words of a pattern line, see TQMDICO::getLineText.
+class LINEPRINTER {
+ public:
+  LINEPRINTER(const KWIMAGE& imageToRead, STR& out)
+      : image(imageToRead),
+        text(out),
+        // In a sound image no record belongs to two lines.
+        steps(uint64_t{image.andCount} + image.orCount + image.wordCount) {}
+
+  void addLine(const TQKLINE* line) {
+    for (uint32_t i = 0; i < line->length; i++) {
+      const TQKAND* group = image.andRecord(At(line->text, i));
+      if (!group || !step()) return;
+      addGroup(group);
+      if (i + 1 < line->length) text += group->joiner;
+    }
+  }
+
+ private:
+  const KWIMAGE& image;
+  STR& text;
+  uint64_t steps;
+
+  // An index that passes the end of 32 bits is none.
+  static uint32_t At(uint32_t first, uint32_t i) {
+    return i > UINT32_MAX - first ? UINT32_MAX : first + i;
+  }
+
+  bool step() { return steps > 0 && steps-- > 0 && text.len() < kMaxLineText; }
+
+  void addGroup(const TQKAND* group) {
+    for (uint32_t i = 0; i < group->count; i++) {
+      const TQKOR* phrase = image.orRecord(At(group->first, i));
+      if (!phrase || !step()) return;
+      if (i > 0) text += '|';
+      for (uint32_t w = 0; w < phrase->count; w++) {
+        const uint32_t at = At(phrase->first, w);
+        if (!image.wordRecord(at) || !step()) break;
+        if (w > 0) text += ' ';
+        text += image.word(at).head(kMaxLineText);
+      }
+    }
+  }
+};
+
+// Sums one section's lines, and those of the sections that it lists.
+class SECTIONSUM {
+ public:
+  SECTIONSUM(TQMDICO& dicoToRead, uint32_t factorForTips)
+      : dico(dicoToRead),
+        factor(factorForTips < UINT16_MAX ? factorForTips : UINT16_MAX),
+        left(kMaxSummedLines) {}
+
+  // Recurses, kMaxSectionDepth deep.
+  int32_t sum(const TQKSECTION* section, int32_t depth) {
+    if (!section || depth >= kMaxSectionDepth) return 0;
+    const KWIMAGE& image = dico.image();
+    const uint32_t n = image.lineCountOf(section);
+    int64_t total = 0;
+    for (uint32_t i = 0; i < n && left > 0; i++) {
+      left--;
+      const TQKLINE* line = image.sectionLine(section, i);
+      if (section->type == stSectionList)
+        total += sum(dico.findSection(image.lineBlock(line)), depth + 1);
+      else
+        total += ofLine(line);
+    }
+    return ClampScore(total);
+  }
+
+ private:
+  TQMDICO& dico;
+  uint32_t factor;
+  uint32_t left;
+
+  int32_t ofLine(const TQKLINE* line) {
+    const TLINECOUNTS& counts = dico.countsOf(line);
+    const int64_t times = counts.tipCount ? factor : 1;
+    return ClampScore(int64_t{counts.matchCount} * line->score * times);
+  }
+};
+
+}  // namespace
+
+int SectionDigest(TBLOCK name, unsigned char* digest) {
+  if (name.empty() || name.length >= kMaxSectionName) return 0;
+  unsigned char lower[kMaxSectionName];
+  for (uint32_t i = 0; i < name.length; i++)
+    lower[i] = TBLOCK::LowerConvTable[name[i]];
+  MD5 md5;
+  md5.add(lower, name.length);
+  memcpy(digest, md5.get(), MD5::kDigestBytes);
+  return 1;
+}
+
+// ==== HSTUFF
+
+HSTUFF::HSTUFF(BLOCK* ownedImage)
+    : lineTables(0, hashExact),
+      fieldNames(kFieldNameCapacity, hashAsciiLower),
+      ownImage(ownedImage),
+      image(ownedImage ? ownedImage->view()
+                       : TBLOCK(ReadyKWO, getReadyKWOLen())) {
+  indexSections();
+  indexFieldNames();
+  readVersion();
+  version.len();
+}
+
+HSTUFF::~HSTUFF() {
+  for (int32_t i = lineTables.first(); i >= 0; lineTables.next(i))
+    delete reinterpret_cast<HASHTAB*>(lineTables.getData(i));
+  delete ownImage;
+}
+
+void HSTUFF::indexSections() {
+  uint64_t lines = image.lineCount;
+  uint64_t bytes = uint64_t{image.text.length} * kIndexedTimesPool;
+  for (uint32_t i = 0; i < image.sectionCount; i++) {
+    const TQKSECTION* section = image.section(i);
+    const TBLOCK name = image.sectionName(section);
+    if (name.length != kSectionNameBytes) continue;
+    // Of two sections with one name the first is found.
+    sections.insert(name, const_cast<TQKSECTION*>(section));
+    if ((section->flags & sfHashed) && lineTables.findKey(name) < 0)
+      indexLines(section, lines, bytes);
+  }
+}
+
+void HSTUFF::indexLines(const TQKSECTION* section, uint64_t& linesLeft,
+                        uint64_t& bytesLeft) {
+  const uint32_t n = image.lineCountOf(section);
+  if (n > linesLeft) return;
+  linesLeft -= n;
+  HASHTAB* table = new (std::nothrow)
+      HASHTAB(static_cast<int32_t>(n),
+              section->type == stMd5 ? hashExact : hashAsciiLower);
+  if (!table) return;
+  for (uint32_t i = 0; i < n; i++) {
+    const TQKLINE* line = image.sectionLine(section, i);
+    const TBLOCK key = image.lineBlock(line);
+    if (key.length > bytesLeft) break;
+    bytesLeft -= key.length;
+    table->insert(key, const_cast<TQKLINE*>(line));
+  }
+  if (lineTables.insert(image.sectionName(section), table) < 0) delete table;
+}
+
+void HSTUFF::indexFieldNames() {
+  TBLOCK rest(_REGEXFIELDNAMES);
+  for (intptr_t number = 1; !rest.empty(); number++)
+    fieldNames.insert(TBLOCK::BlockBeforeChar(rest, ',', 0, 0),
+                      reinterpret_cast<void*>(number));
+}
+
+void HSTUFF::readVersion() {
+  const TBLOCK kKey("version=");
+  const TQKSECTION* section = FindByName(*this, TBLOCK("param"));
+  const uint32_t n = image.lineCountOf(section);
+  for (uint32_t i = 0; i < n; i++) {
+    TBLOCK line = image.lineBlock(image.sectionLine(section, i));
+    if (!line.begins(kKey)) continue;
+    line.skip(kKey.length);
+    line.trim();
+    version = line;
+    return;
+  }
+}
+
+// ==== Loading
+
 TQMDICO::TQMDICO(REGEXPOOL* poolToUse, HSTUFF* stuffToShare)
     : stuff(stuffToShare),
       sharedStuff(stuffToShare != nullptr),
-      pool(poolToUse) {
+      pool(poolToUse),
+      counters(nullptr),
+      swapped(0),
+      uncounted() {
   if (!sharedStuff) stuff = new (std::nothrow) HSTUFF;
+  makeCounters();
 }
 
 TQMDICO::~TQMDICO() {
+  release();
+}
+
+void TQMDICO::release() {
   if (!sharedStuff) delete stuff;
+  stuff = nullptr;
+  sharedStuff = 0;
+  delete[] counters;
+  counters = nullptr;
+  swapped = 0;
+  fileName = "";
+}
+
+// Without its counters a dictionary would find a line for ever: it becomes an
+// empty one.
+int TQMDICO::makeCounters() {
+  const uint32_t n = image().lineCount;
+  if (n == 0) return stuff != nullptr;
+  counters = new (std::nothrow) TLINECOUNTS[n]();
+  if (!counters) release();
+  return counters != nullptr;
 }
 
 TBLOCK TQMDICO::version() const {
   return stuff ? stuff->version.view() : TBLOCK();
 }
 
-int TQMDICO::loadKeywordsFromFile(const char* /*path*/) {
-  return 0;
+const KWIMAGE& TQMDICO::image() const {
+  return stuff ? stuff->image : noImage;
 }
 
-int TQMDICO::anyWarning(STR& /*text*/) const {
-  return 0;
+int TQMDICO::loadKeywordsFromFile(const char* path) {
+  BLOCK* block = new (std::nothrow) BLOCK(0, BLOCK::_DEFALLOCSIZE);
+  if (block) block->loadFrom(path, 0, 0);
+  const int loaded = loadKeywordsFromBlock(block);
+  fileName = path;
+  return loaded;
 }
 
-void TQMDICO::clearMatchCount(const char* /*section*/) {}
+int TQMDICO::loadKeywordsFromBlock(BLOCK* block) {
+  release();
+  if (!block) return 0;
+  int32_t converted = 0;
+  if (!IsKeywordImage(block->view()) ||
+      !setupKeywords(block->view(), converted)) {
+    delete block;
+    return 0;
+  }
+  stuff = new (std::nothrow) HSTUFF(block);
+  if (!stuff) {
+    delete block;
+    return 0;
+  }
+  if (!makeCounters()) return 0;
+  swapped = converted;
+  return 1;
+}
 
-void TQMDICO::precompileRegexesIntoPool() {}
+int TQMDICO::anyWarning(STR& text) const {
+  if (!swapped) return 0;
+  text = "Slowdown warning: had to convert file ";
+  text += fileName;
+  text += _IsIntelCPU() ? " (Sparc-to-Intel)" : " (Intel-to-Sparc)";
+  return 1;
+}
+
+// Rule expressions are not read yet: theirs are compiled where they are used.
+void TQMDICO::precompileRegexesIntoPool() {
+  if (!pool) return;
+  uint64_t left = image().lineCount;
+  for (uint32_t s = 0; s < image().sectionCount; s++) {
+    const TQKSECTION* section = image().section(s);
+    if (section->type != stRegex && section->type != stNamedRegex) continue;
+    const uint32_t n = image().lineCountOf(section);
+    for (uint32_t i = 0; i < n && left > 0; i++, left--) {
+      TBLOCK pattern = lineBlock(image().sectionLine(section, i));
+      if (section->type == stNamedRegex) {
+        TBLOCK::BlockBeforeChar(pattern, ':', 0, 0);
+        pattern.trim();
+      }
+      int error = 0;  // a faulty pattern matches nothing
+      pool->addCompiledRegex(pattern, error);
+    }
+  }
+}
+
+// ==== Sections and lines
+
+const TQKSECTION* TQMDICO::findSection(const char* name) const {
+  return findSection(TBLOCK(name));
+}
+
+const TQKSECTION* TQMDICO::findSection(TBLOCK name) const {
+  return stuff ? FindByName(*stuff, name) : nullptr;
+}
+
+TBLOCK TQMDICO::lineBlock(const TQKLINE* line) const {
+  return image().lineBlock(line);
+}
+
+void TQMDICO::getLineText(const TQKLINE* line, STR& text, int withScore) const {
+  text = "";
+  if (!line) return;
+  if (withScore) {
+    text += line->flags & KWLINEFLAGMULTI ? "<&" : "<";
+    text += line->score;
+    text += '>';
+  }
+  if (line->flags & KWLINEFLAGSTRING)
+    text += lineBlock(line);
+  else
+    LINEPRINTER(image(), text).addLine(line);
+}
+
+// ==== Counters
+
+TLINECOUNTS& TQMDICO::countsOf(const TQKLINE* line) {
+  const uint32_t n = line && counters ? image().lineNumber(line) : UINT32_MAX;
+  if (n < image().lineCount) return counters[n];
+  uncounted = TLINECOUNTS();
+  return uncounted;
+}
+
+void TQMDICO::clearCounts(const TQKSECTION* section,
+                          uint16_t TLINECOUNTS::*count) {
+  const uint32_t n = image().lineCountOf(section);
+  for (uint32_t i = 0; i < n; i++) counters[section->first + i].*count = 0;
+}
+
+void TQMDICO::clearSectionMatchCount(const TQKSECTION* section) {
+  clearCounts(section, &TLINECOUNTS::matchCount);
+}
+
+void TQMDICO::clearMatchCount(const char* section) {
+  clearSectionMatchCount(findSection(section));
+}
+
+void TQMDICO::clearSectionTipCount(const TQKSECTION* section) {
+  clearCounts(section, &TLINECOUNTS::tipCount);
+}
+
+void TQMDICO::clearTipCount(const char* section) {
+  clearSectionTipCount(findSection(section));
+}
+
+void TQMDICO::clearSectionUseCount(const TQKSECTION* section) {
+  clearCounts(section, &TLINECOUNTS::useCount);
+}
+
+void TQMDICO::clearUseCount(const char* section) {
+  clearSectionUseCount(findSection(section));
+}
+
+int32_t TQMDICO::sectionScore(const char* section) {
+  const TQKSECTION* found = findSection(section);
+  const uint32_t n = image().lineCountOf(found);
+  int64_t total = 0;
+  for (uint32_t i = 0; i < n; i++) {
+    const TQKLINE* line = image().sectionLine(found, i);
+    total += ClampScore(int64_t{countsOf(line).matchCount} * line->score);
+  }
+  return ClampScore(total);
+}
+
+int32_t TQMDICO::getSectionScore(const char* section, uint32_t factor) {
+  return SECTIONSUM(*this, factor).sum(findSection(section), 0);
+}
+
+int32_t TQMDICO::lineIndex(const char* section, const TQKLINE* line) const {
+  const TQKSECTION* found = findSection(section);
+  const uint32_t n = image().lineCountOf(found);
+  if (!line || n == 0) return -1;
+  const uint32_t at = image().lineNumber(line);
+  if (at < found->first || at - found->first >= n) return -1;
+  return static_cast<int32_t>(at - found->first);
+}

@@ -1,39 +1,83 @@
 // TQMDICO: the reader of the rule dictionary, one for each scan, with its
 // counters; HSTUFF: the indexes of one dictionary image, shared by scans.
 //
-// There is no image yet: every section is absent, which reads as "no match",
-// and no keyword file can be loaded.
+//   qm_dico.cc         loading, indexes, lines as text
+//   section_lookup.cc  one text against a section, by its type
+//   hashed_lookup.cc   sections with an index, and sorted digests
+//   keyword_search.cc  the words of a text against pattern lines
+//
+// A section that is absent reads as "no match" everywhere, and so does a name
+// of 2,048 bytes or more. Names compare through TBLOCK::LowerConvTable.
 
 #ifndef RULES_QM_DICO_H_
 #define RULES_QM_DICO_H_
 
 #include <stdint.h>
 
+#include "base/block.h"
+#include "base/hashtab.h"
 #include "base/str.h"
 #include "base/tblock.h"
+#include "base/vectors.h"
+#include "rules/keyword_image.h"
 
 class REGEXPOOL;
+struct TKEYWORDSEARCH;  // of keyword_search.cc
+
+// The image that is linked into the library.
+extern const unsigned char ReadyKWO[];
+uint32_t getReadyKWOLen();
+
+// Stores the digest by which a section of that name is found, 16 bytes: 1, or 0
+// for a name that no section can have.
+int SectionDigest(TBLOCK name, unsigned char* digest);
+
+// Names of rule fields, in the order of their numbers, which begin at 1.
+extern const char _REGEXFIELDNAMES[];
 
 // Indexes over one image. Read-only once built.
 class HSTUFF {
  public:
+  HASHTAB sections;    // digest of the name -> const TQKSECTION*
+  HASHTAB lineTables;  // the same -> HASHTAB* of its lines, owned
+  HASHTAB fieldNames;  // rule field -> its number, as a word
+  BLOCK* ownImage;     // owned image; null for the one of the library
+  KWIMAGE image;
   // The dictionary's version; empty when it names none. Its length is counted
   // before scans share it, since counting writes.
   STR version;
 
-  HSTUFF() : version("") {}
+  // Builds over the library's image, or over `image`, which it owns from here
+  // on and which is readable in place.
+  explicit HSTUFF(BLOCK* ownedImage = nullptr);
+  ~HSTUFF();
+  HSTUFF(const HSTUFF&) = delete;
+  HSTUFF& operator=(const HSTUFF&) = delete;
+
+ private:
+  void indexSections();
+  void indexLines(const TQKSECTION* section, uint64_t& linesLeft,
+                  uint64_t& bytesLeft);
+  void indexFieldNames();
+  void readVersion();
 };
 
-// One line of a section.
-struct TQKLINE {
-  int32_t score;
+// What a scan has found of one line; all saturate at 65,535.
+struct TLINECOUNTS {
+  uint16_t matchCount;
+  uint16_t useCount;
+  uint16_t tipCount;
+  uint16_t spare;
 };
 
 class TQMDICO {
  public:
-  HSTUFF* stuff;        // null when memory was short
-  int32_t sharedStuff;  // 1: `stuff` is borrowed and outlives this
-  REGEXPOOL* pool;      // borrowed; may be null
+  HSTUFF* stuff;          // null when memory was short
+  int32_t sharedStuff;    // 1: `stuff` is borrowed and outlives this
+  REGEXPOOL* pool;        // borrowed; may be null
+  TLINECOUNTS* counters;  // owned; one for each line of the image
+  int32_t swapped;        // 1: the image had the other byte order
+  STR fileName;           // of the image, for the warning
 
   // Borrows `stuff`; null makes it build and own one.
   TQMDICO(REGEXPOOL* pool, HSTUFF* stuff);
@@ -44,21 +88,134 @@ class TQMDICO {
   // Version of the dictionary in use, empty when it names none. Valid while
   // this object lives and no other file is loaded.
   TBLOCK version() const;
+  // The image in use; an empty one when memory was short.
+  const KWIMAGE& image() const;
 
-  // Replaces the dictionary by an image file. 1, or 0 when it cannot be
-  // loaded.
+  // Replaces the dictionary by an image file, which makes `stuff` an owned
+  // one. 1, or 0 when it cannot be loaded: the dictionary is then empty.
   int loadKeywordsFromFile(const char* path);
+  // The same from memory; takes the block over.
+  int loadKeywordsFromBlock(BLOCK* block);
   // 1, with the warning's text stored, when the image had to be converted.
   int anyWarning(STR& text) const;
-  // Zeroes the match counts of a section.
-  void clearMatchCount(const char* section);
-  // section_lookup.cc. The first line of a section of patterns that matches
-  // the text: 1 with the line, or 0.
-  int matchRegex(const char* section, TBLOCK text, const TQKLINE*& line);
-  // The same for a section of "name:pattern" lines: 1 with the name, or 0.
-  int matchFirstNamedRegex(const char* section, TBLOCK text, TBLOCK& name);
-  // Compiles all patterns of the dictionary into the pool.
+  // Compiles the patterns of all regex sections into the pool.
   void precompileRegexesIntoPool();
+
+  // Null when there is no such section.
+  const TQKSECTION* findSection(const char* name) const;
+  const TQKSECTION* findSection(TBLOCK name) const;
+  // Prints a line back as it stood in source; with `withScore` its score
+  // first.
+  void getLineText(const TQKLINE* line, STR& text, int withScore) const;
+  TBLOCK lineBlock(const TQKLINE* line) const;
+  // This scan's counts of a line.
+  TLINECOUNTS& countsOf(const TQKLINE* line);
+
+  // ==== Counters: qm_dico.cc. The second form of each is by name.
+
+  void clearSectionMatchCount(const TQKSECTION* section);
+  void clearMatchCount(const char* section);
+  void clearSectionTipCount(const TQKSECTION* section);
+  void clearTipCount(const char* section);
+  void clearSectionUseCount(const TQKSECTION* section);
+  void clearUseCount(const char* section);
+  // Sum of matches times score.
+  int32_t sectionScore(const char* section);
+  // The same; a line with a trick counts `factor` times (at most 65,535); the
+  // sections of a
+  // list are summed, at most kMaxSectionDepth deep.
+  int32_t getSectionScore(const char* section, uint32_t factor);
+  // The line's place in its section, or -1.
+  int32_t lineIndex(const char* section, const TQKLINE* line) const;
+
+  // ==== One text: section_lookup.cc. 1 with the line, or 0. With `clear` the
+  // section's match counts go first. Lines that have counted are passed over.
+
+  int searchString(const TQKSECTION* section, TBLOCK text,
+                   const TQKLINE*& line);
+  int compareString(const TQKSECTION* section, TBLOCK text,
+                    const TQKLINE*& line, int clear);
+  int comparePattern(const TQKSECTION* section, TBLOCK text,
+                     const TQKLINE*& line, int clear);
+  int compareRegex(const TQKSECTION* section, TBLOCK text, const TQKLINE*& line,
+                   int clear);
+  int compareNamedRegex(const TQKSECTION* section, TBLOCK text,
+                        const TQKLINE*& line);
+  int matchRegex(const char* section, TBLOCK text, const TQKLINE*& line);
+  int matchBlock(const char* section, TBLOCK text, const TQKLINE*& line);
+  int scanBlock(const char* section, TBLOCK text, const TQKLINE*& line,
+                int clear);
+  // Sum of the scores of all lines that fit; with `clear` also of those that
+  // have counted.
+  int32_t scanString(const char* section, TBLOCK text, int clear);
+  // First line of a "name:pattern" section that matches: 1 with the name. The
+  // two are one.
+  int matchFirstNamedLine(const char* section, TBLOCK text, TBLOCK& name);
+  int matchFirstNamedRegex(const char* section, TBLOCK text, TBLOCK& name);
+  // Value of a name=value line, empty when there is none.
+  TBLOCK stringValue(const char* section, const char* name) const;
+  void sectionToBlockList(const char* section, TBLOCKVECT& list) const;
+  void replaceRegexMacro(const char* section, TBLOCK text, STR& out,
+                         const char* open, const char* close);
+
+  // ==== Sections with an index: hashed_lookup.cc
+
+  const HASHTAB* hashedSection(const char* section) const;
+  int hashedFind(const char* section, TBLOCK key, const TQKLINE*& line) const;
+  // The same for sections without any other flag.
+  int matchSection(const char* section, TBLOCK key, const TQKLINE*& line) const;
+  // The key is a digest already.
+  int hashedFindMD5Key(const char* section, TBLOCK digest,
+                       const TQKLINE*& line) const;
+  int hashedFindFromBlockList(const char* section, const TBLOCKVECT& list,
+                              int32_t maxCount, const TQKLINE*& line,
+                              int domainOnly) const;
+  int findFirstHashed(const char* section, const TBLOCKVECT& list,
+                      const TQKLINE*& line) const;
+  // Place of the digest in a sorted block; unchanged when it is not there.
+  int findSortedMd5(const char* section, const unsigned char* digest,
+                    int32_t& position) const;
+
+  // ==== Words against pattern lines: keyword_search.cc
+
+  // Sum of the scores of the lines found; `hits` gets their number. Match
+  // counts are cleared first. context: the recipient's address; onlyWithTips:
+  // only disguised words; maxWords: words to begin at, 0 for all.
+  int32_t findKeywords(const TQKSECTION* section, const TBLOCKVECT& words,
+                       TBLOCK context, int onlyWithTips, int32_t maxWords,
+                       int32_t& hits);
+  int beginByKeywords(const char* section, const TBLOCKVECT& words,
+                      TBLOCK context, const TQKLINE*& line);
+  int findFirstKeyword(const char* section, const TBLOCKVECT& words,
+                       TBLOCK context, const TQKLINE*& line);
+  // One pattern line from a word on; the result of its last comparison, or 0.
+  uint32_t matchLine(const TQKLINE* line, const TBLOCKVECT& words,
+                     int32_t start, TBLOCK context, int onlyWithTips);
+  // The cheap form, for lines of one group of single words.
+  uint32_t matchBlockLine(const TQKLINE* line, TBLOCK block);
+  int checkConsonantSection(const char* section, const TBLOCKVECT& words,
+                            const TQKLINE*& line);
+  int32_t brokenSearch(TBLOCK text, const char* section, int32_t maxLines);
+  int CheckDomainWords(const char* section, TBLOCK domain);
+
+ private:
+  TLINECOUNTS uncounted;  // of a line that has no counters; always zeros
+  KWIMAGE noImage;        // in place of one that could not be had
+
+  void release();
+  int makeCounters();
+  void clearCounts(const TQKSECTION* section, uint16_t TLINECOUNTS::*count);
+  // Whether the line has counted and is passed over.
+  bool isSpent(const TQKLINE* line);
+  void countHit(const TQKLINE* line);
+  // The lines of a key at the words that have it.
+  void matchKey(unsigned char key, const TQKSECTION* section,
+                TKEYWORDSEARCH& search);
+  bool isCounted(const TQKLINE* line);
+  void countMatch(const TQKLINE* line, uint32_t result);
 };
+
+// How deep sections may list each other.
+const int32_t kMaxSectionDepth = 16;
 
 #endif  // RULES_QM_DICO_H_

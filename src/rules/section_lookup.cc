@@ -1,14 +1,237 @@
-// Lookups in dictionary sections by name. There is no image to look in yet,
-// and an absent section is no match.
+// One text against the lines of a section, by the section's type. Lines that
+// have counted in this scan are passed over, unless they count each match, so
+// that a caller who asks again gets the next line. Tested by
+// section_lookup_test.cc.
 
+#include "base/wildcard.h"
+#include "regex/regex.h"
 #include "rules/qm_dico.h"
 
-int TQMDICO::matchRegex(const char* /*section*/, TBLOCK /*text*/,
-                        const TQKLINE*& /*line*/) {
+namespace {
+
+// Bytes of a text with macros; what would pass them stays unreplaced.
+const uint32_t kMaxMacroText = 1 << 20;
+
+// The test of string lines.
+bool MatchesString(TBLOCK pattern, TBLOCK text) {
+  pattern.trim();
+  text.trim();
+  return MatchWildcard(pattern, text, wmOverlap);
+}
+
+// Cuts "name:pattern"; false when there is no ":".
+bool CutNamed(TBLOCK line, TBLOCK& name, TBLOCK& pattern) {
+  const int32_t colon = line.findByte(':');
+  if (colon < 0) return false;
+  name = line.head(static_cast<uint32_t>(colon));
+  pattern = line.from(static_cast<uint32_t>(colon) + 1);
+  pattern.trim();
+  return true;
+}
+
+// Appends a text with every occurrence of `value` put into its macro.
+void ReplaceOne(TBLOCK text, TBLOCK value, TBLOCK macro, BLOCK& out) {
+  uint32_t from = 0;
+  while (uint64_t{out.length} + macro.length + (text.length - from) <
+         kMaxMacroText) {
+    const int32_t at = text.find(value, from, TBLOCK::NoConvTable);
+    if (at < 0) break;
+    const uint32_t start = static_cast<uint32_t>(at);
+    out.add(text.from(from).head(start - from));
+    out.add(macro);
+    from = start + value.length;
+  }
+  out.add(text.from(from));
+}
+
+}  // namespace
+
+bool TQMDICO::isSpent(const TQKLINE* line) {
+  return !(line->flags & KWLINEFLAGMULTI) && countsOf(line).matchCount != 0;
+}
+
+void TQMDICO::countHit(const TQKLINE* line) {
+  uint16_t& count = countsOf(line).matchCount;
+  if (count < UINT16_MAX) count++;
+}
+
+int TQMDICO::searchString(const TQKSECTION* section, TBLOCK text,
+                          const TQKLINE*& line) {
+  const uint32_t n = image().lineCountOf(section);
+  for (uint32_t i = 0; i < n; i++) {
+    const TQKLINE* candidate = image().sectionLine(section, i);
+    if (!MatchesString(lineBlock(candidate), text)) continue;
+    line = candidate;
+    return 1;
+  }
   return 0;
 }
 
-int TQMDICO::matchFirstNamedRegex(const char* /*section*/, TBLOCK /*text*/,
-                                  TBLOCK& /*name*/) {
+// Only here a line may begin with a label or a comment that ends with "|".
+int TQMDICO::compareString(const TQKSECTION* section, TBLOCK text,
+                           const TQKLINE*& line, int clear) {
+  if (clear) clearSectionMatchCount(section);
+  const uint32_t n = image().lineCountOf(section);
+  for (uint32_t i = 0; i < n; i++) {
+    const TQKLINE* candidate = image().sectionLine(section, i);
+    if (isSpent(candidate)) continue;
+    TBLOCK pattern = lineBlock(candidate);
+    const int32_t bar = pattern.findByte('|');
+    if (bar >= 0) pattern.skip(static_cast<uint32_t>(bar) + 1);
+    if (!MatchesString(pattern, text)) continue;
+    countHit(candidate);
+    line = candidate;
+    return 1;
+  }
   return 0;
+}
+
+int TQMDICO::comparePattern(const TQKSECTION* section, TBLOCK text,
+                            const TQKLINE*& line, int clear) {
+  if (clear) clearSectionMatchCount(section);
+  const uint32_t n = image().lineCountOf(section);
+  for (uint32_t i = 0; i < n; i++) {
+    const TQKLINE* candidate = image().sectionLine(section, i);
+    if (isSpent(candidate)) continue;
+    const uint32_t result = matchBlockLine(candidate, text);
+    if (!result) continue;
+    countMatch(candidate, result);
+    line = candidate;
+    return 1;
+  }
+  return 0;
+}
+
+int TQMDICO::compareRegex(const TQKSECTION* section, TBLOCK text,
+                          const TQKLINE*& line, int clear) {
+  if (clear) clearSectionMatchCount(section);
+  const uint32_t n = image().lineCountOf(section);
+  for (uint32_t i = 0; i < n; i++) {
+    const TQKLINE* candidate = image().sectionLine(section, i);
+    if (isSpent(candidate) ||
+        !BlockMatchRegex(text, lineBlock(candidate), pool, nullptr))
+      continue;
+    countHit(candidate);
+    line = candidate;
+    return 1;
+  }
+  return 0;
+}
+
+int TQMDICO::compareNamedRegex(const TQKSECTION* section, TBLOCK text,
+                               const TQKLINE*& line) {
+  const uint32_t n = image().lineCountOf(section);
+  for (uint32_t i = 0; i < n; i++) {
+    const TQKLINE* candidate = image().sectionLine(section, i);
+    TBLOCK name, pattern;
+    if (!CutNamed(lineBlock(candidate), name, pattern) ||
+        !BlockMatchRegex(text, pattern, pool, nullptr))
+      continue;
+    line = candidate;
+    return 1;
+  }
+  return 0;
+}
+
+// The three by name do not ask for the type: lines that are not of the kind
+// match nothing.
+int TQMDICO::matchRegex(const char* section, TBLOCK text,
+                        const TQKLINE*& line) {
+  return compareRegex(findSection(section), text, line, 0);
+}
+
+int TQMDICO::matchBlock(const char* section, TBLOCK text,
+                        const TQKLINE*& line) {
+  return comparePattern(findSection(section), text, line, 0);
+}
+
+int TQMDICO::scanBlock(const char* section, TBLOCK text, const TQKLINE*& line,
+                       int clear) {
+  const TQKSECTION* found = findSection(section);
+  if (!found) return 0;
+  switch (found->type) {
+    case stPattern:
+      return comparePattern(found, text, line, clear);
+    case stString:
+      return compareString(found, text, line, clear);
+    case stRegex:
+      return compareRegex(found, text, line, clear);
+    default:
+      return 0;
+  }
+}
+
+// `clear` lets each line count again, on purpose without setting it to 0.
+int32_t TQMDICO::scanString(const char* section, TBLOCK text, int clear) {
+  const TQKSECTION* found = findSection(section);
+  if (!found || found->type != stString) return 0;
+  const uint32_t n = image().lineCountOf(found);
+  int64_t sum = 0;
+  for (uint32_t i = 0; i < n; i++) {
+    const TQKLINE* line = image().sectionLine(found, i);
+    if (!clear && isSpent(line)) continue;
+    if (!MatchesString(lineBlock(line), text)) continue;
+    countHit(line);
+    sum += line->score;
+  }
+  const int64_t kMost = 1000000000;
+  return static_cast<int32_t>(sum > kMost    ? kMost
+                              : sum < -kMost ? -kMost
+                                             : sum);
+}
+
+int TQMDICO::matchFirstNamedLine(const char* section, TBLOCK text,
+                                 TBLOCK& name) {
+  const TQKLINE* line = nullptr;
+  TBLOCK pattern;
+  if (!compareNamedRegex(findSection(section), text, line)) return 0;
+  CutNamed(lineBlock(line), name, pattern);
+  return 1;
+}
+
+int TQMDICO::matchFirstNamedRegex(const char* section, TBLOCK text,
+                                  TBLOCK& name) {
+  return matchFirstNamedLine(section, text, name);
+}
+
+TBLOCK TQMDICO::stringValue(const char* section, const char* name) const {
+  const TQKSECTION* found = findSection(section);
+  const uint32_t n = image().lineCountOf(found);
+  for (uint32_t i = 0; i < n; i++) {
+    TBLOCK line = lineBlock(image().sectionLine(found, i));
+    if (TBLOCK::BlockToken(line, name, '=')) return line;
+  }
+  return TBLOCK();
+}
+
+void TQMDICO::sectionToBlockList(const char* section, TBLOCKVECT& list) const {
+  const TQKSECTION* found = findSection(section);
+  const uint32_t n = image().lineCountOf(found);
+  for (uint32_t i = 0; i < n; i++)
+    list.add(lineBlock(image().sectionLine(found, i)), 0, 0);
+}
+
+// Each line works on what the lines before it made, also on their macros.
+void TQMDICO::replaceRegexMacro(const char* section, TBLOCK text, STR& out,
+                                const char* open, const char* close) {
+  BLOCK done(text.length, BLOCK::_DEFALLOCSIZE);
+  BLOCK next(text.length, BLOCK::_DEFALLOCSIZE);
+  done.add(text);
+  const TQKSECTION* found = findSection(section);
+  const uint32_t n = image().lineCountOf(found);
+  for (uint32_t i = 0; i < n; i++) {
+    TBLOCK name, value;
+    if (!CutNamed(lineBlock(image().sectionLine(found, i)), name, value) ||
+        value.empty())
+      continue;
+    name.trim();
+    STR macro(open);
+    macro += name;
+    macro += close;
+    next.empty();
+    ReplaceOne(done.view(), value, macro.view(), next);
+    done.empty();
+    done.add(next.view());
+  }
+  out = done.view();
 }

@@ -311,7 +311,7 @@ void TQMMSG::_parseHeaderThree() {
   getAdnFromBlock(kFieldAdnFrom, from, fromAdn);
   // The first recipient becomes the recipient's mailbox here.
   encodeRecipientDomain();
-  // The profile's pieces are listed here.
+  buildProfils();
 }
 
 void TQMMSG::clearDates() {

@@ -130,9 +130,10 @@ void TQMMSG::clearBody() {
                               &linkCount,  &imageCount,     &nonBlankLines,
                               &highChars,  &attachmentCount};
   for (int32_t* number : numbers) *number = 0;
-  STR* const texts[] = {&firstLine,    &lastLine, &lastButOneLine, &imageSizes,
-                        &imageWeights, &lineAdn,  &lineAdnDetail,  &typeAdn,
-                        &tags,         &bodyAdn,  &htmlAdn,        &datesAdn};
+  STR* const texts[] = {
+      &firstLine, &lastLine,      &lastButOneLine, &imageSizes,  &imageWeights,
+      &lineAdn,   &lineAdnDetail, &typeAdn,        &tags,        &bodyAdn,
+      &htmlAdn,   &datesAdn,      &countryProfile, &timeProfile, &profileWords};
   for (STR* value : texts) *value = "";
   TBLOCKVECT* const lists[] = {&bodyLines, &bodyWords, &subjectWords,
                                &aliasWords, &profiles};

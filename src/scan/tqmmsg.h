@@ -19,6 +19,7 @@
 //   the order of a scan, the three branches    scan/driver.cc
 //   the recipient's white lists                scan/white_lists.cc
 //   ledger                                     scan/ledger.cc
+//   dictionary sections that score             scan/section_scores.cc
 //   filter dispatch                            scan/filters.cc
 //   rule sections                              scan/rule_sections.cc
 //   filters and other checks                   checks/*.cc, as told below
@@ -300,6 +301,8 @@ class TQMMSG : public OLISTGURU {
   STR lineAdn;          // one letter for each line of the body
   STR lineAdnDetail;    // the same, more finely cut
   TBLOCKVECT profiles;  // words that rules can test
+  STR countryProfile;   // "US" or empty, by the host's time zone
+  STR timeProfile;      // hour and day of the week in UTC: "17:Sat"
 
   // ==== Fingerprints: scan/fingerprints.cc. Empty until it has bodies: a
   // result is the empty text.
@@ -379,6 +382,33 @@ class TQMMSG : public OLISTGURU {
   // around the name.
   static int parseRuleName(TBLOCK& text, TBLOCK& name);
   static TBLOCK parseRuleName(TBLOCK& text);
+
+  // ==== Dictionary sections that score: scan/section_scores.cc. An absent
+  // section is no match and scores nothing.
+
+  // Scores each line of a section that has matched, as often as it matched;
+  // the absolute value of delta makes each line stronger. The label is the
+  // line's text and the suffix; a suffix with "%s" is a format for the text,
+  // and a leading "=" is dropped. Returns the points.
+  int addSectionScore(const char* section, int delta, const char* suffix);
+  // Scores a line under `format`, in which the first "%s" stands for the
+  // line's text up to a "|".
+  void _manageLineScore(const TQKLINE* line, const char* format);
+  // Scores the first line that the text matches, or all of them, each once.
+  // The result is that of the first hit.
+  int checkKeywordBlock(const char* section, TBLOCK block, const char* format);
+  int checkAllKeywordBlock(const char* section, TBLOCK block,
+                           const char* format);
+  // Looks words up in a section of keywords, or in all that a list names, and
+  // scores what is found by addSectionScore; `mode` 1: only disguised words.
+  // Returns the points.
+  int checkKeywordBlockList(const char* section, const TBLOCKVECT& words,
+                            int delta, int mode, const char* suffix);
+  // The number of lines found, without scoring; `limit`: words to begin at.
+  int findKeywords(const char* section, const TBLOCKVECT& words, int limit,
+                   int mode);
+  // scan/profiles.cc: fills `profiles`, the last step of the header.
+  void buildProfils();
 
   // ==== Filter dispatch: scan/filters.cc
 
@@ -496,6 +526,10 @@ class TQMMSG : public OLISTGURU {
   void _parseHeaderTwo();
   void _parseHeaderThree();
 
+  struct TSECTIONWALK;
+  int32_t walkSection(const char* section, TSECTIONWALK& walk,
+                      int32_t sectionDepth);
+
   int takeFieldValue(TBLOCK field, TBLOCK& value, int strip);
   int readBareField(const char* name, TBLOCK& value);
   void readRootFields();
@@ -529,6 +563,7 @@ class TQMMSG : public OLISTGURU {
   void runChecks(const QMGLOBALSETUP* globalSetup, const QMUSERSETUP* userSetup,
                  TBLOCK globalList, TBLOCK userList, int skipEmails,
                  const char* recipient);
+  STR profileWords;  // what `profiles` views
 };
 
 #endif  // SCAN_TQMMSG_H_

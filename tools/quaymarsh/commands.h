@@ -29,6 +29,7 @@ void AddScanCommand(CLI::App& app, int* exitCode);
 void AddFieldsCommand(CLI::App& app, int* exitCode);
 void AddDecodeCommand(CLI::App& app, int* exitCode);
 void AddRegexCommand(CLI::App& app, int* exitCode);
+void AddDictCommand(CLI::App& app, int* exitCode);
 
 // Writes "quaymarsh: NAME: WHAT" to stderr; an empty name is left out.
 void PrintError(const std::string& name, const std::string& what);

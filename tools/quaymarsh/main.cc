@@ -80,6 +80,7 @@ int Run(int argc, char** argv) {
   AddFieldsCommand(app, &exitCode);
   AddDecodeCommand(app, &exitCode);
   AddRegexCommand(app, &exitCode);
+  AddDictCommand(app, &exitCode);
   if (argc < 2) {
     fputs(app.help().c_str(), stderr);
     return kExitUsage;

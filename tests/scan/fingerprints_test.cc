@@ -1,29 +1,11 @@
-// Fingerprints made of a dictionary's letters, with a dictionary of this test.
+// Fingerprints made of a dictionary's letters.
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "base/heap_text.h"
+#include "rules/image_util.h"
 #include "scan/tqmmsg.h"
-
-// The letter of a value is its first one, but for "x...".
-int TQMDICO::matchFirstNamedRegex(const char* section, TBLOCK value,
-                                  TBLOCK& name) {
-  if (value.empty() || value.begins("x")) return 0;
-  static char letters[3];
-  letters[0] = TBLOCK(section).equals("HdrAdnCharset") ? 'C' : 'T';
-  letters[1] = static_cast<char>(value[0]);
-  name = TBLOCK(letters, 2);
-  return 1;
-}
-
-int TQMDICO::matchRegex(const char* section, TBLOCK line,
-                        const TQKLINE*& match) {
-  static const TQKLINE found = {7};
-  match = &found;
-  return TBLOCK(section).equals("HdrMailingList") && line.begins("list-");
-}
 
 namespace {
 
@@ -43,9 +25,15 @@ TEST(FingerprintsTest, LettersAndTags) {
        "y\r\n\r\n--b--\r\n",
        "T??", "0", "TA"},
   };
+  // Every value but "x..." has a letter.
+  HSTUFF stuff(BlockOf(MakeImage({
+      {"HdrAdnCharset", stNamedRegex, 0, {"C:^[^x]"}},
+      {"HdrAdnContentType", stNamedRegex, 0, {"T2: ^[^x] "}},
+      {"HdrMailingList", stRegex, 0, {"<7>(?i)^list-"}},
+  })));
   for (const auto& row : rows) {
     SCOPED_TRACE(row.text);
-    TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
+    TQMMSG m(nullptr, &stuff, nullptr, 0, 0);
     m.loadFromBlock(TBLOCK(row.text), "", 1);
     EXPECT_STREQ(row.types, m.typeAdn.c_str());
     EXPECT_STREQ(row.charset, m.hdrAdn.c_str());

@@ -1,0 +1,79 @@
+// A word against a pattern word. Two bytes of options, one that says where the
+// pattern ends; then the pattern and the words, cut at NUL, each in a buffer of
+// exactly its size.
+
+#include <stdint.h>
+#include <string.h>
+
+#include <memory>
+
+#include "rules/keyword_compare.h"
+#include "rules/keyword_image.h"
+
+namespace {
+
+struct Piece {
+  explicit Piece(TBLOCK text)
+      : bytes(new unsigned char[text.length]), view(bytes.get(), text.length) {
+    if (text.length) memcpy(bytes.get(), text.pointer, text.length);
+  }
+  const std::unique_ptr<unsigned char[]> bytes;
+  const TBLOCK view;
+};
+
+void Check(bool holds) {
+  if (!holds) __builtin_trap();
+}
+
+// Tricks that need no option.
+const uint32_t kFreeTricks = moBroken | moNear | moFound;
+
+void CheckResult(uint32_t result, uint32_t options) {
+  if (!result) return;
+  Check(result & moFound);
+  const bool odd = (options & moTips) == moTips;
+  Check(!(result & ~(options | kFreeTricks | (odd ? moUseless : 0))));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
+  if (size < 3) return 0;
+  const uint32_t options =
+      (bytes[0] | static_cast<uint32_t>(bytes[1]) << 8) & KWLINEFLAGMATCH;
+  TBLOCK rest(bytes + 3, static_cast<uint32_t>(size - 3));
+  const Piece pattern(rest.head(bytes[2]));
+  const Piece text(rest.from(pattern.view.length));
+  TBLOCKVECT words(0);
+  TBLOCK tail = text.view;
+  while (!tail.empty()) words.add(TBLOCK::BlockBeforeChar(tail, 0, 0, 0), 1, 0);
+  const TBLOCK word = words.get(0);
+
+  int32_t index = 0;
+  const uint32_t result =
+      BlockCompareKeyword(word, pattern.view, options, 0, &words, &index);
+  CheckResult(result, options);
+  Check(index >= 0 && (!index || (index < words.count() && result)));
+  // The test ahead of the comparison lets nothing pass that would match.
+  if (result)
+    Check(MayMatch(WordStarts(word), PatternStarts(pattern.view), options));
+  // Tricks add matches and take none away.
+  const uint32_t plain = BlockCompareKeyword(
+      word, pattern.view, options & moPlural, 0, nullptr, nullptr);
+  CheckResult(plain, 0);
+  if (plain) Check(result);
+  // What matches as a whole matches as a beginning, where bars are read alike.
+  if (result && !(options & moSplit) && word.findByte('|') < 0)
+    Check(BlockCompareKeyword(word, pattern.view, options, 1, 0, 0));
+
+  const uint32_t wild =
+      BlockCompareWildcard(word, pattern.view, options, &words, &index);
+  CheckResult(wild, options);
+  if (wild)
+    Check(MayMatch(WordStarts(word), PatternStarts(pattern.view), options));
+  int verdict = -1;
+  const int special = MatchSpecial(word, pattern.view, words.get(1), verdict);
+  Check(special == (verdict >= 0));
+  GetWordKey(word);
+  return 0;
+}

@@ -1,0 +1,163 @@
+// Dictionary sections that score: the members of TQMMSG that look a text or
+// its words up and write what was found to the ledger. A section "No-NAME" of
+// rules that match keeps the word lists of NAME out. Tested by
+// section_scores_test.cc.
+
+#include "scan/tqmmsg.h"
+
+namespace {
+
+// Sections that one call may visit, itself included; lists that name each
+// other would otherwise grow with each level.
+const int32_t kMaxSectionVisits = 1000;
+
+int32_t Magnitude(int32_t score) {
+  return score < 0 ? ClampScore(-int64_t{score}) : ClampScore(score);
+}
+
+// The text with `part` in place of the first "%s"; false when it has none.
+bool PutIntoFormat(TBLOCK format, TBLOCK part, STR& label) {
+  const int32_t at = format.find("%s", 0);
+  if (at < 0) return false;
+  label += format.head(static_cast<uint32_t>(at));
+  label += part;
+  label += format.from(static_cast<uint32_t>(at) + 2);
+  return true;
+}
+
+// "=%s in sender" and "%s #" are formats; " in sender" follows the text, and
+// so does "% img url" without its sign.
+void MakeLabel(TBLOCK text, const char* suffix, STR& label) {
+  TBLOCK format(suffix);
+  label = "";
+  if (!format.empty() && format[0] == '=') format.skip(1);
+  if (PutIntoFormat(format, text, label)) return;
+  if (!format.empty() && format[0] == '%') format.skip(1);
+  label += text;
+  label += format;
+}
+
+void AddMatches(uint16_t& count, int32_t points) {
+  const int32_t sum = count + Magnitude(points);
+  count = static_cast<uint16_t>(sum < 0xFFFF ? sum : 0xFFFF);
+}
+
+}  // namespace
+
+int TQMMSG::addSectionScore(const char* section, int delta,
+                            const char* suffix) {
+  const TQKSECTION* found = dico.findSection(section);
+  if (!found) return 0;
+  const uint32_t n = dico.image().lineCountOf(found);
+  int64_t sum = 0;
+  STR lineText, label;
+  for (uint32_t i = 0; i < n; i++) {
+    const TQKLINE* line = dico.image().sectionLine(found, i);
+    const uint16_t matches = line ? dico.countsOf(line).matchCount : 0;
+    if (!matches) continue;
+    dico.getLineText(line, lineText, 0);
+    MakeLabel(lineText.view(), suffix, label);
+    // Either sign of delta makes a line stronger, on purpose.
+    const int64_t extra = Magnitude(delta);
+    const int64_t score =
+        line->score < 0 ? line->score - extra : line->score + extra;
+    sum += addToSpamScore(ClampScore(score), label.c_str(), matches);
+  }
+  return ClampScore(sum);
+}
+
+void TQMMSG::_manageLineScore(const TQKLINE* line, const char* format) {
+  STR lineText, label;
+  dico.getLineText(line, lineText, 0);
+  TBLOCK part = lineText.view();
+  const int32_t bar = part.findByte('|');
+  if (bar >= 0) part.cut(static_cast<uint32_t>(bar));
+  if (!PutIntoFormat(TBLOCK(format), part, label)) label = format;
+  addToSpamScore(line->score, label.c_str(), 1);
+}
+
+int TQMMSG::checkKeywordBlock(const char* section, TBLOCK block,
+                              const char* format) {
+  const TQKLINE* line = nullptr;
+  const int result = dico.scanBlock(section, block, line, 1);
+  if (result) _manageLineScore(line, format);
+  return result;
+}
+
+// Each hit is followed by a look at what is left of the section, so that a
+// line that counts every match comes up once and hides none behind it.
+int TQMMSG::checkAllKeywordBlock(const char* section, TBLOCK block,
+                                 const char* format) {
+  const TQKSECTION* found = dico.findSection(section);
+  if (!found) return 0;
+  dico.clearSectionMatchCount(found);
+  TQKSECTION rest = *found;
+  rest.count = dico.image().lineCountOf(found);
+  int first = 0;
+  for (;;) {
+    const TQKLINE* line = nullptr;
+    int result = 0;
+    if (rest.type == stPattern)
+      result = dico.comparePattern(&rest, block, line, 0);
+    else if (rest.type == stString)
+      result = dico.compareString(&rest, block, line, 0);
+    else if (rest.type == stRegex)
+      result = dico.compareRegex(&rest, block, line, 0);
+    if (!result) return first;
+    if (!first) first = result;
+    _manageLineScore(line, format);
+    const uint32_t taken = dico.image().lineNumber(line) - rest.first + 1;
+    rest.first += taken;
+    rest.count -= taken;
+  }
+}
+
+// One walk over a section of keywords or a list of sections.
+struct TQMMSG::TSECTIONWALK {
+  const TBLOCKVECT& words;
+  int32_t delta, mode, limit;
+  const char* suffix;  // null: count only
+  int32_t visitsLeft;
+};
+
+int32_t TQMMSG::walkSection(const char* section, TSECTIONWALK& walk,
+                            int32_t sectionDepth) {
+  if (sectionDepth > kMaxSectionDepth || --walk.visitsLeft < 0) return 0;
+  STR exception("No-");
+  exception += section;
+  if (testRuleSection(exception.c_str())) return 0;
+  const TQKSECTION* found = dico.findSection(section);
+  if (!found) return 0;
+  if (found->type == stPattern) {
+    int32_t hits = 0;
+    dico.findKeywords(found, walk.words, recipientBox.email, walk.mode,
+                      walk.limit, hits);
+    if (!walk.suffix) return hits;
+    return hits ? addSectionScore(section, walk.delta, walk.suffix) : 0;
+  }
+  if (found->type != stSectionList) return 0;
+  const uint32_t n = dico.image().lineCountOf(found);
+  int64_t sum = 0;
+  for (uint32_t i = 0; i < n; i++) {
+    const TQKLINE* line = dico.image().sectionLine(found, i);
+    if (!line) continue;
+    STR name;
+    name = dico.lineBlock(line);
+    const int32_t result = walkSection(name.c_str(), walk, sectionDepth + 1);
+    AddMatches(dico.countsOf(line).matchCount, result);
+    sum += result;
+  }
+  return ClampScore(sum);
+}
+
+int TQMMSG::checkKeywordBlockList(const char* section, const TBLOCKVECT& words,
+                                  int delta, int mode, const char* suffix) {
+  TSECTIONWALK walk = {words, delta, mode, 0, suffix, kMaxSectionVisits};
+  return walkSection(section, walk, 1);
+}
+
+int TQMMSG::findKeywords(const char* section, const TBLOCKVECT& words,
+                         int limit, int mode) {
+  TSECTIONWALK walk = {words, 0, mode, limit, nullptr, kMaxSectionVisits};
+  return walkSection(section, walk, 1);
+}

@@ -1,0 +1,270 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "base/heap_text.h"
+#include "rules/keyword_compare.h"
+#include "rules/pattern_image_util.h"
+
+namespace {
+
+// The words of a text, cut at blanks.
+struct Words {
+  explicit Words(const std::string& line) : text(line), list(0) {
+    TBLOCK::GetBlockWordList(text.view(), list, bitWhiteSpace);
+  }
+  const HeapText text;
+  TBLOCKVECT list;
+};
+
+struct Row {
+  const char* pattern;
+  uint32_t flags;
+  const char* text;
+  int32_t matches;  // of the line, by findKeywords
+};
+
+// Runs one line over one text by findKeywords; how often it matched.
+int32_t Matches(const Row& row, int onlyWithTips, int32_t maxWords) {
+  TQMDICO dico(nullptr, nullptr);
+  PatternImage image;
+  image.section("words", stPattern).pattern(row.pattern, row.flags, 7);
+  if (!image.load(dico)) return -1;
+  Words words(row.text);
+  HeapText address("john@x.org");
+  int32_t hits = -1;
+  const TQKSECTION* section = dico.findSection("Words");
+  const int32_t sum = dico.findKeywords(section, words.list, address.view(),
+                                        onlyWithTips, maxWords, hits);
+  const int32_t count =
+      dico.countsOf(dico.image().sectionLine(section, 0)).matchCount;
+  EXPECT_EQ(count * 7, sum);
+  EXPECT_EQ(count ? 1 : 0, hits);
+  return count;
+}
+
+const char kFar[] = "a 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 b";
+
+TEST(KeywordSearchTest, Lines) {
+  const std::string near = std::string(kFar).replace(2, 2, "");
+  const Row rows[] = {
+      {"buy", 0, "x Buy x", 1},
+      {"buy", 0, "buy buy buy", 1},
+      {"buy", KWLINEFLAGMULTI, "buy buy buy buy buy", 3},
+      {"buy", 0, "", 0},
+      // Phrases, alternatives, optional words.
+      {"buy now", 0, "buy it now", 0},
+      {"buy now", 0, "x buy buy now", 1},
+      {"buy it? now", 0, "buy now", 1},
+      {"buy it? now", 0, "buy it now", 1},
+      {"buy it?", 0, "buy", 1},
+      {"it?", 0, "x", 0},
+      {"it?", 0, "it", 1},
+      {"it\\?", 0, "it?", 1},
+      {"sell|buy now", 0, "sell buy", 1},
+      {"* now", 0, "now", 0},
+      {"* now", 0, "x now", 1},
+      // The first alternative gives the key.
+      {"viagra|cialis", 0, "cialis", 0},
+      {"viagra|cialis", 0, "vx cialis", 1},
+      // "+" looks to the end, "," anywhere, ">" at 20 words.
+      {"a+b", 0, "a x x b", 1},
+      {"a+b", 0, "b a", 0},
+      {"a,b", 0, "b a", 1},
+      {"a,a", 0, "a x", 1},
+      {"a,b", 0, "a", 0},
+      {"a>b", 0, kFar, 0},
+      {"a>b", 0, near.c_str(), 1},
+      {"a+b", 0, kFar, 1},
+      {"a+b>c", 0, "a b x c", 1},
+      {"a>b+c", 0, "a b a b a c", 1},
+      {"a+b+c", 0, "a c b", 0},
+      // A later place of the first group gets its chance.
+      {"a>b", 0, "a 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 a b", 1},
+      {"a b? c?+b", 0, "a b c a b", 1},
+      // Disguised keys.
+      {"viagra", moNear, "v1agra", 1},
+      {"sex|x", moNear, "$exx", 0},
+      {"south", moNear, "5outh", 1},
+      {"ale", moNear, "4le", 0},  // of three bytes: not under other keys
+      {"alex", moNear, "@lex", 1},
+      {"late", moNear, "|ate", 1},
+      {"#mg", 0, "10mg", 1},
+      {"#", 0, "O100", 1},
+      {"*via*", moTips, "x-v1agra", 1},
+      // Words with a meaning of their own.
+      {"@", 0, "to JOHN@x.org", 1},
+      {"dear ?", 0, "dear John", 1},
+      {"dear ?", 0, "dear Jack", 0},
+      {"@@", 0, "x a@b.de", 1},
+      // A word spread over blocks.
+      {"viagra now", moSplit, "via gra now", 1},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.pattern) + " / " + row.text);
+    EXPECT_EQ(row.matches, Matches(row, 0, 0));
+  }
+}
+
+TEST(KeywordSearchTest, OnlyDisguisedWordsAndOnlyTheFirstOnes) {
+  struct TipRow {
+    Row row;
+    int onlyWithTips;
+    int32_t maxWords;
+  };
+  const TipRow rows[] = {
+      {{"viagra", moTips, "viagra", 0}, 1, 0},
+      {{"viagra", moTips, "v1agra", 1}, 1, 0},
+      {{"viagra", moTips, "viagra v1agra", 1}, 1, 0},
+      {{"viagra+now", moTips, "v1agra now", 0}, 1, 0},
+      {{"viagra+now", moTips, "viagra n0w v1agra n0w", 1}, 1, 0},
+      {{"viagra now", moTips, "v1agra now", 1}, 1, 0},
+      {{"buy", 0, "x x buy", 0}, 0, 2},
+      {{"buy", 0, "x x buy", 1}, 0, 3},
+      // What a try may read is not limited.
+      {{"buy+now", 0, "buy x now", 1}, 0, 1},
+  };
+  for (const TipRow& row : rows) {
+    SCOPED_TRACE(std::string(row.row.pattern) + " / " + row.row.text);
+    EXPECT_EQ(row.row.matches,
+              Matches(row.row, row.onlyWithTips, row.maxWords));
+  }
+}
+
+// The search by keys against one line at a time from each word, as the
+// members tell it.
+TEST(KeywordSearchTest, AgreesWithTryingEveryWord) {
+  const char* const parts[] = {"a",  "b", "c",   "ab", "b?", "*b",
+                               "a*", "#", "bb&", "c",  "ba", "?"};
+  const char* const joiners[] = {"+", ">", ",", "|", " ", " "};
+  const char* const texts[] = {"a", "b", "c",  "ab", "ba", "bb",
+                               "1", "4", "aa", "b.", "6b", "0ccc"};
+  Numbers numbers(7);
+  int found = 0;
+  for (int round = 0; round < 4000; round++) {
+    std::string pattern = parts[numbers.Below(12)];
+    for (uint32_t n = numbers.Below(4); n; n--)
+      pattern +=
+          joiners[numbers.Below(6)] + std::string(parts[numbers.Below(12)]);
+    std::string text;
+    for (uint32_t n = numbers.Below(40); n; n--)
+      text += texts[numbers.Below(12)] + std::string(" ");
+    SCOPED_TRACE(pattern + " / " + text);
+    const uint32_t flags = numbers.Below(2) ? moTips | moSplit : 0;
+    const int tips = numbers.Below(3) == 0;
+    TQMDICO dico(nullptr, nullptr);
+    PatternImage image;
+    image.section("words", stPattern).pattern(pattern, flags, 1);
+    // The same line once more, found at every word.
+    image.section("all", stPattern).pattern("*", 0, 1);
+    ASSERT_TRUE(image.load(dico));
+    Words words(text);
+    const TQKSECTION* section = dico.findSection("words");
+    const TQKLINE* line = dico.image().sectionLine(section, 0);
+    int32_t hits = 0;
+    dico.findKeywords(section, words.list, TBLOCK(), tips, 0, hits);
+    dico.clearSectionMatchCount(section);
+    int32_t expected = 0;
+    for (int32_t i = 0; i < words.list.count() && !expected; i++) {
+      const TBLOCK word = words.list.get(i);
+      const unsigned char first = word[0];
+      const bool own = GetWordKey(word) == line->key;
+      const bool alike = word.length > 3 && first == '0' && line->key == 'O';
+      if (line->key && !own && !alike) continue;
+      expected = dico.matchLine(line, words.list, i, TBLOCK(), tips) != 0;
+    }
+    ASSERT_EQ(expected, hits);
+    found += hits;
+  }
+  EXPECT_GT(found, 1000);
+}
+
+TEST(KeywordSearchTest, FirstLines) {
+  TQMDICO dico(nullptr, nullptr);
+  PatternImage image;
+  image.section("first", stPattern)
+      .pattern("c>d", 0, 1)
+      .pattern("x+y", 0, 1)
+      .pattern("b", 0, 1)
+      .pattern("a", 0, 1);
+  ASSERT_TRUE(image.load(dico));
+  Words words("c 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 c d b a");
+  const TQKLINE* line = nullptr;
+  // "c>d" only matches from the second word on, "b" from the first.
+  EXPECT_EQ(1, dico.findFirstKeyword("FIRST", words.list, TBLOCK(), line));
+  EXPECT_EQ(2u, dico.image().lineNumber(line));
+  // It has counted, and the next is found.
+  EXPECT_EQ(1, dico.findFirstKeyword("first", words.list, TBLOCK(), line));
+  EXPECT_EQ(3u, dico.image().lineNumber(line));
+  EXPECT_EQ(0, dico.beginByKeywords("first", words.list, TBLOCK(), line));
+  EXPECT_EQ(1, dico.findFirstKeyword("first", words.list, TBLOCK(), line));
+  EXPECT_EQ(0u, dico.image().lineNumber(line));
+  EXPECT_EQ(0, dico.findFirstKeyword("first", words.list, TBLOCK(), line));
+  EXPECT_EQ(0, dico.findFirstKeyword("none", words.list, TBLOCK(), line));
+}
+
+TEST(KeywordSearchTest, OtherSearches) {
+  TQMDICO dico(nullptr, nullptr);
+  PatternImage image;
+  image.section("bones", stString).text("vgr", 0, 1).text("cls*", 0, 1);
+  image.section("broken", stString).text("cheap pills ", 0, 1).text("..", 0, 1);
+  image.section("domain", stPattern).pattern("pill&|meds", 0, 1);
+  ASSERT_TRUE(image.load(dico));
+  const TQKLINE* line = nullptr;
+  const char* const bones[][2] = {
+      {"vgr", "1"},  {"ViaGra", "1"}, {"vgrx", ""},    {"vg", ""},
+      {"aeiou", ""}, {"clsxyz", "1"}, {"cialis", "1"}, {"x cl", ""}};
+  for (const auto& row : bones) {
+    Words words(row[0]);
+    EXPECT_EQ(row[1][0] != 0,
+              dico.checkConsonantSection("bones", words.list, line))
+        << row[0];
+  }
+  struct BrokenRow {
+    const char* text;
+    int32_t maxLines;
+    int32_t hits;
+  };
+  const BrokenRow broken[] = {
+      {"c.h-e a\np\n p/i l l s!", 0, 1},
+      {"Re: tr: CHEAPPILLS\r\ncheap_pills", 0, 2},
+      {"Re: cheappills\ncheap_pills", 1, 1},
+      {"the cheap pills", 0, 0},
+      {"cheap pill", 0, 0},
+      {"...\n\n", 0, 0},
+  };
+  for (const BrokenRow& row : broken) {
+    HeapText text(row.text);
+    EXPECT_EQ(row.hits, dico.brokenSearch(text.view(), "broken", row.maxLines))
+        << row.text;
+  }
+  const char* const domains[][2] = {{"buy-pills.com", "1"}, {"meds", "1"},
+                                    {"x-y.meds.com", ""},   {"-.x", ""},
+                                    {"--meds-", "1"},       {"", ""}};
+  for (const auto& row : domains) {
+    dico.clearMatchCount("domain");  // a line counts once
+    HeapText domain(row[0]);
+    EXPECT_EQ(row[1][0] != 0, dico.CheckDomainWords("domain", domain.view()))
+        << row[0];
+  }
+}
+
+// 60,000 words that keep every line busy.
+TEST(KeywordSearchTest, LongTexts) {
+  TQMDICO dico(nullptr, nullptr);
+  PatternImage image;
+  image.section("words", stPattern);
+  for (const char* line :
+       {"a+b+c", "a>b+c", "a a a+c", "a b?>a,c", "a>a>a>a>c"})
+    image.pattern(line, moTips, 1).pattern(line, KWLINEFLAGMULTI | moTips, 1);
+  ASSERT_TRUE(image.load(dico));
+  std::string text;
+  for (int i = 0; i < 20000; i++) text += "a a b ";
+  Words words(text);
+  int32_t hits = 0;
+  for (int tips = 0; tips < 2; tips++)
+    EXPECT_EQ(0, dico.findKeywords(dico.findSection("words"), words.list,
+                                   TBLOCK(), tips, 0, hits));
+}
+
+}  // namespace

@@ -1,0 +1,134 @@
+// Loading, names, counters, lines as text.
+
+#include "rules/qm_dico.h"
+
+#include <gtest/gtest.h>
+#include <stdio.h>
+
+#include <memory>
+
+#include "base/heap_text.h"
+#include "regex/regex_pool.h"
+#include "rules/image_util.h"
+
+namespace {
+
+TEST(QmDicoTest, FilesReplaceAndFailuresEmpty) {
+  TQMDICO dico(nullptr, nullptr);
+  EXPECT_NE(nullptr, dico.stuff);
+  const std::string path = testing::TempDir() + "qm_dico_test.kwo";
+  const std::unique_ptr<BLOCK> other(BlockOf(
+      InOtherOrder(MakeImage({{"Param", stString, 0, {"x", "VERSION= 3 "}}}))));
+  ASSERT_TRUE(other->saveTo(path.c_str(), 0));
+  EXPECT_EQ(1, dico.loadKeywordsFromFile(path.c_str()));
+  remove(path.c_str());
+  EXPECT_EQ("3", Str(dico.version()));
+  STR warning;
+  EXPECT_EQ(1, dico.anyWarning(warning));
+  EXPECT_EQ(
+      "Slowdown warning: had to convert file " + path + " (Sparc-to-Intel)",
+      warning.c_str());
+  // A reader that shares the indexes has the same dictionary.
+  TQMDICO borrower(nullptr, dico.stuff);
+  EXPECT_NE(nullptr, borrower.findSection("PARAM"));
+  EXPECT_EQ(0, dico.loadKeywordsFromFile("/nonexistent"));
+  EXPECT_EQ(nullptr, dico.findSection("param"));
+  EXPECT_EQ(0u, dico.version().length);
+}
+
+TEST(QmDicoTest, Names) {
+  const std::string longest(2047, 'N'), tooLong(2048, 'N');
+  TQMDICO dico(nullptr, nullptr);
+  ASSERT_TRUE(dico.loadKeywordsFromBlock(
+      BlockOf(MakeImage({{"ab", stString, 0, {"first"}},
+                         {"AB", stString, sfHashed, {"second", "third"}},
+                         {longest, stString, 0, {}},
+                         {tooLong, stString, 0, {}}}))));
+  const TQKLINE* line = nullptr;
+  // The first of two is found by name, the one with an index by its lines.
+  EXPECT_EQ(1u, dico.findSection("Ab")->count);
+  EXPECT_EQ(1, dico.hashedFind("aB", TBLOCK("THIRD"), line));
+  const HeapText name(longest);
+  EXPECT_NE(nullptr, dico.findSection(name.view()));
+  EXPECT_EQ(nullptr, dico.findSection(tooLong.c_str()));
+  EXPECT_EQ(nullptr, dico.findSection(""));
+  EXPECT_EQ(nullptr, dico.findSection(static_cast<const char*>(nullptr)));
+}
+
+TEST(QmDicoTest, FieldNumbers) {
+  const struct {
+    const char* name;
+    intptr_t number;
+  } rows[] = {{"id", 1},          {"@hdr", 20},   {"MD5", 56},
+              {"Disponible", 71}, {"hDr", 101},   {"ADNURL2", 117},
+              {"ImgDomain", 121}, {"Hdr,To", -1}, {"", -1}};
+  const HSTUFF stuff;
+  EXPECT_EQ(121, stuff.fieldNames.count);
+  for (const auto& row : rows) {
+    void* number = reinterpret_cast<void*>(intptr_t{-1});
+    stuff.fieldNames.find(TBLOCK(row.name), number);
+    EXPECT_EQ(row.number, reinterpret_cast<intptr_t>(number)) << row.name;
+  }
+}
+
+TEST(QmDicoTest, LinesAsText) {
+  const char* const patterns[] = {"<7>via gra|cialis>now,x y z+a", "<&-100>a"};
+  TQMDICO dico(nullptr, nullptr);
+  ASSERT_TRUE(dico.loadKeywordsFromBlock(
+      BlockOf(MakeImage({{"p", stPattern, 0, {patterns[0], patterns[1]}},
+                         {"s", stString, 0, {"<&5>a|b c", "<0>"}}}))));
+  const std::string expected[] = {patterns[0], patterns[1], "<&5>a|b c", "<0>"};
+  STR text;
+  for (uint32_t i = 0; i < 4; i++) {
+    dico.getLineText(dico.image().line(i), text, 1);
+    EXPECT_EQ(expected[i], text.c_str());
+    dico.getLineText(dico.image().line(i), text, 0);
+    EXPECT_EQ(expected[i].substr(expected[i].find('>') + 1), text.c_str());
+  }
+}
+
+TEST(QmDicoTest, ScoresOfWhatWasCounted) {
+  TQMDICO dico(nullptr, nullptr);
+  ASSERT_TRUE(dico.loadKeywordsFromBlock(BlockOf(
+      MakeImage({{"a", stString, 0, {"<&3>x", "<-10>y"}},
+                 {"big", stString, 0, {"<2000000000>x"}},
+                 {"all", stSectionList, 0, {"A", "none", "a"}},
+                 {"loop", stSectionList, 0, {"loop", "a"}},
+                 {"storm", stSectionList, 0, {"storm", "storm", "storm"}}}))));
+  const KWIMAGE& image = dico.image();
+  dico.countsOf(image.line(0)).matchCount = 3;
+  dico.countsOf(image.line(1)).matchCount = 1;
+  EXPECT_EQ(-1, dico.sectionScore("a"));
+  dico.countsOf(image.line(0)).tipCount = 1;
+  EXPECT_EQ(-1, dico.sectionScore("a"));
+  EXPECT_EQ(9 * 2 - 10, dico.getSectionScore("a", 2));
+  EXPECT_EQ((9 * 2 - 10) * 2, dico.getSectionScore("all", 2));
+  // 16 levels, of which the last one's names are not followed.
+  EXPECT_EQ((9 * 2 - 10) * 15, dico.getSectionScore("loop", 2));
+  EXPECT_EQ(0, dico.getSectionScore("storm", 2));
+  TLINECOUNTS& counts = dico.countsOf(image.line(2));
+  counts.matchCount = counts.tipCount = 65535;
+  EXPECT_EQ(1000000000, dico.sectionScore("big"));
+  EXPECT_EQ(1000000000, dico.getSectionScore("big", 0xFFFFFFFF));
+  dico.clearMatchCount("BIG");
+  EXPECT_EQ(0, counts.matchCount);
+  EXPECT_EQ(65535, counts.tipCount);
+  EXPECT_EQ(3, dico.countsOf(image.line(0)).matchCount);
+  EXPECT_EQ(1, dico.lineIndex("a", image.line(1)));
+  EXPECT_EQ(-1, dico.lineIndex("big", image.line(1)));
+  EXPECT_EQ(-1, dico.lineIndex("a", image.line(2)));
+}
+
+TEST(QmDicoTest, PatternsOfSectionsAreCompiledOnce) {
+  REGEXPOOL pool;
+  TQMDICO dico(&pool, nullptr);
+  ASSERT_TRUE(dico.loadKeywordsFromBlock(
+      BlockOf(MakeImage({{"r", stRegex, 0, {"a+", "(", "a+"}},
+                         {"n", stNamedRegex, 0, {"x: b:c ", "d+"}},
+                         {"s", stString, 0, {"e+"}}}))));
+  dico.precompileRegexesIntoPool();
+  EXPECT_EQ(2, pool.count);
+  EXPECT_NE(nullptr, pool.findRegex(TBLOCK("b:c")));
+}
+
+}  // namespace

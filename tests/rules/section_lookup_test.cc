@@ -1,0 +1,118 @@
+// One text against sections of each type.
+
+#include <gtest/gtest.h>
+
+#include "base/heap_text.h"
+#include "rules/image_util.h"
+#include "rules/qm_dico.h"
+
+namespace {
+
+// The line that a lookup found, as "section line", or "".
+class SectionLookupTest : public testing::Test {
+ protected:
+  SectionLookupTest() : dico(nullptr, nullptr) {}
+  void load(const std::vector<IMAGESECTION>& sections) {
+    ASSERT_TRUE(dico.loadKeywordsFromBlock(BlockOf(MakeImage(sections))));
+  }
+  std::string scan(const char* section, const std::string& text, int clear) {
+    const HeapText heap(text);
+    const TQKLINE* line = nullptr;
+    if (!dico.scanBlock(section, heap.view(), line, clear)) return "";
+    STR out;
+    dico.getLineText(line, out, 0);
+    return out.c_str();
+  }
+
+  TQMDICO dico;
+};
+
+TEST_F(SectionLookupTest, StringsWithStars) {
+  const struct {
+    const char* line;
+    const char* text;
+    int fits;
+  } rows[] = {
+      {"abc", " ABC\t", 1}, {"abc", "abcd", 0},    {" abc ", "abc", 1},
+      {"", "", 1},          {"", "a", 0},          {"*", "a", 1},
+      {"*b*", "abc", 1},    {"*b*", "ac", 0},      {"*bc", "aBC", 1},
+      {"*bc", "bca", 0},    {"ab*", "abc", 1},     {"ab*", "a", 0},
+      {"ab*ba", "aba", 1},  {"ab*ba", "abxba", 1}, {"ab*ba", "abx", 0},
+      {"a*b*", "axb*", 1},  {"a*b*", "axb", 0},    {"x|abc", "abc", 0},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.line << " " << row.text);
+    load({{"s", stString, 0, {row.line}}});
+    const HeapText text(row.text);
+    const TQKLINE* line = nullptr;
+    EXPECT_EQ(row.fits,
+              dico.searchString(dico.findSection("S"), text.view(), line));
+    EXPECT_EQ(row.fits, line == dico.image().line(0));
+  }
+}
+
+TEST_F(SectionLookupTest, LinesCountOnceOrEachTime) {
+  load({{"s", stString, 0, {"label|a|b*", "<&1>*b", "*"}},
+        {"r", stRegex, 0, {"^a", "b~c"}},
+        {"p", stPattern, 0, {"abc", "a"}},
+        {"n", stNamedRegex, 0, {"abc:abc"}},
+        {"l", stLiteral, 0, {"abc"}}});
+  EXPECT_EQ("label|a|b*", scan("s", "A|B", 0));
+  EXPECT_EQ("*b", scan("s", "a|b", 0));
+  EXPECT_EQ("*b", scan("s", "a|b", 0));
+  EXPECT_EQ("*", scan("s", "x", 0));
+  EXPECT_EQ("", scan("s", "x", 0));
+  EXPECT_EQ("*", scan("S", "x", 1));
+  EXPECT_EQ("^a", scan("r", "ab", 0));
+  EXPECT_EQ("b~c", scan("r", "ab", 0));
+  EXPECT_EQ("", scan("r", "ab", 0));
+  EXPECT_EQ("", scan("r", "abc", 0));
+  EXPECT_EQ("abc", scan("p", "abc", 0));
+  EXPECT_EQ("", scan("p", "abc", 0));
+  EXPECT_EQ("abc", scan("p", "abc", 1));
+  EXPECT_EQ("", scan("n", "abc", 0));
+  EXPECT_EQ("", scan("l", "abc", 0));
+  EXPECT_EQ("", scan("none", "abc", 0));
+}
+
+TEST_F(SectionLookupTest, SumsOfStrings) {
+  load({{"s", stString, 0, {"<5>a*", "<&-2>*c", "<100>b"}},
+        {"big", stString, 0, {"<900000000>*", "<900000000>*"}}});
+  EXPECT_EQ(3, dico.scanString("s", TBLOCK("abc"), 0));
+  EXPECT_EQ(-2, dico.scanString("s", TBLOCK("abc"), 0));
+  EXPECT_EQ(3, dico.scanString("s", TBLOCK("abc"), 1));
+  EXPECT_EQ(5 * 2 - 2 * 3, dico.sectionScore("s"));
+  EXPECT_EQ(1000000000, dico.scanString("big", TBLOCK("abc"), 0));
+  TLINECOUNTS& counts = dico.countsOf(dico.image().line(1));
+  counts.matchCount = 65535;
+  dico.scanString("s", TBLOCK("c"), 0);
+  EXPECT_EQ(65535, counts.matchCount);
+}
+
+TEST_F(SectionLookupTest, NamesAndValues) {
+  load({{"n", stNamedRegex, 0, {"no colon", "A:^a:", " B : b "}},
+        {"v", stString, 0, {"x=1", "name = \"two\"", "name=3"}},
+        {"m", stNamedRegex, 0, {"D: 12 ", "E:", "S:D"}}});
+  TBLOCK name;
+  EXPECT_EQ(1, dico.matchFirstNamedLine("n", TBLOCK("a:b"), name));
+  EXPECT_EQ("A", Str(name));
+  EXPECT_EQ(1, dico.matchFirstNamedRegex("n", TBLOCK("xb"), name));
+  EXPECT_EQ(" B ", Str(name));
+  EXPECT_EQ(0, dico.matchFirstNamedRegex("n", TBLOCK("no colon"), name));
+  EXPECT_EQ("two", Str(dico.stringValue("v", "Name")));
+  EXPECT_TRUE(dico.stringValue("v", "nam").empty());
+  // A later line finds what an earlier one wrote.
+  STR out;
+  dico.replaceRegexMacro("m", TBLOCK("12-121-2"), out, "{", "}");
+  EXPECT_STREQ("{{S}}-{{S}}1-2", out.c_str());
+}
+
+TEST_F(SectionLookupTest, MacrosDoNotExplode) {
+  load({{"m", stNamedRegex, 0, std::vector<std::string>(60, "aaa:a")}});
+  STR out;
+  dico.replaceRegexMacro("m", TBLOCK("a"), out, "", "");
+  EXPECT_GT(out.len(), 1000);
+  EXPECT_LT(out.len(), 2 << 20);
+}
+
+}  // namespace

@@ -1,0 +1,160 @@
+#!/bin/sh
+# qmkwc and quaymarsh dict: messages with their places, exit codes, the same
+# bytes in every run, patches. Needs QM_KWC and QM_CLI.
+set -u
+LC_ALL=C
+export LC_ALL
+kwc=${QM_KWC:-$1}
+cli=${QM_CLI:-$2}
+sources=${QM_SOURCE_DIR:-.}/dictionary
+case $sources in /*) ;; *) sources=$PWD/$sources ;; esac
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit 1
+failures=0
+
+fail() {
+  echo "FAILED: $*"
+  failures=$((failures + 1))
+}
+
+# source NAME LINE...: writes a source.
+source_file() {
+  name=$1
+  shift
+  printf '%s\n' "$@" >"$name"
+}
+
+# expect WHAT CODE PROGRAM ARGUMENT...: compares the exit code, and stdout with
+# stderr behind it with stdin.
+expect() {
+  what=$1 wanted=$2
+  shift 2
+  cat >want
+  "$@" >out 2>err
+  code=$?
+  [ "$code" -eq "$wanted" ] || fail "$what: exit code $code, not $wanted"
+  cat out err | diff -a want - || fail "$what: output differs"
+}
+
+# ---- Places of errors and warnings
+
+source_file head.kws '[#param]' 'version=1.2'
+source_file bad.kws 'outside' '[^R]' '<5>n: (Url=a)&( Bogus[0]=x)' \
+  '  n2: (cvd(Url)=[a)' 'x: (Url=a' 'x: Url#=a' '[$H]' '<3>x.y' 'X.y' \
+  '[P]' '(=)<5>viagra|cialis' '+|' '[!B]' 'a\;x{3,2} ; c' '[:N]' 'ab' \
+  '[a|b]' 'c' '[+#Q]' '++a' '[#param]' 'x' '[' '[%L]' '65,"a'
+expect 'a source of errors' 1 "$kwc" -o x.kwo head.kws bad.kws <<'END'
+bad.kws:1:1: a line outside of a section
+bad.kws:19:2: patch sections need --patch
+bad.kws:23:2: a section's name ends with ]
+bad.kws:3:17: warning: unknown field: the leaf holds for no message
+bad.kws:4:17: Crochet manquant ] apres 
+bad.kws:5:4: a part of the rule is not in balanced parentheses
+bad.kws:6:7: no operator = <> == or != behind the field
+bad.kws:4:3: warning: the line has no score, in a section that scores
+bad.kws:5:1: warning: the line has no score, in a section that scores
+bad.kws:6:1: warning: the line has no score, in a section that scores
+bad.kws:9:1: warning: the line stands already at line 8
+bad.kws:9:1: warning: the line has no score, in a section that scores
+bad.kws:11:14: warning: this alternative is not found by its own first byte: give it a line of its own
+bad.kws:14:1: Contenu d'accolade invalide { } apres a;x
+bad.kws:16:1: the line needs name:pattern
+bad.kws:17:3: the section cannot be found by a name with this byte
+bad.kws:23:1: a section has no name
+bad.kws:23:1: warning: the section has no lines
+bad.kws:12:1: the line has no word
+bad.kws:21:1: the section is there already
+bad.kws:25:4: neither a quoted text nor a byte
+END
+[ -e x.kwo ] && fail 'an image of a faulty source'
+
+# ---- The preprocessor
+
+mkdir sub
+source_file main.kws '$IfDef A ; comment' 'lost' '$include nothing' '$endif' \
+  '$ifndef A' '$set v=1' '$include sub\one.kws' '$endif' '[#S]' ' $ifdef' \
+  ' [x' 'a;b' 'c\;d' '$ifdefx' '' ' ; only'
+source_file sub/one.kws '$define B' '$include ../two.kws'
+source_file two.kws '$ifdef B' '[#T]' 'two' '$undef B' '$ifdef B' 'x' '$endif' \
+  '$endif'
+expect 'a good source' 0 "$kwc" -o good.kwo head.kws main.kws </dev/null
+expect 'its image' 0 "$cli" dict good.kwo --name param --name SOURCES <<'END'
+version 1.2: 487 bytes, 4 sections, 11 lines
+[param] strings: 1
+  <0>version=1.2
+[SOURCES] strings: 4
+  <0>head.kws
+  <0>main.kws
+  <0>one.kws
+  <0>two.kws
+[e358efa489f58062f10dd7316b65649e] strings: 1
+  <0>two
+[03c7c0ace395d80182db07ae2c30f034] strings: 5
+  <0>$ifdef
+  <0>[x
+  <0>a
+  <0>c;d
+  <0>$ifdefx
+END
+expect 'a defined name' 1 "$kwc" -D A -o x.kwo main.kws <<'END'
+main.kws:3:1: cannot read the file
+END
+for row in '$ifdef A:1:1: $ifdef without $endif' \
+  '$endif:1:1: $endif without $ifdef' '$include x:1:1: cannot read the file' \
+  '$define:1:8: the directive needs a name' '$set =a:1:6: $set needs NAME=VALUE'
+do
+  source_file one.kws "${row%%:*}"
+  printf 'one.kws:%s\n' "${row#*:}" |
+    expect "$row" 1 "$kwc" -o x.kwo one.kws
+done
+source_file self.kws '$include self.kws'
+printf 'self.kws:1:1: files include each other too deeply\n' |
+  expect 'itself' 1 "$kwc" -o x.kwo self.kws
+"$kwc" -o x.kwo 2>err
+[ $? -eq 64 ] || fail 'no source'
+
+# ---- Our own sources: without a message, and the same in every run
+
+expect 'the dictionary' 0 "$kwc" -o one.kwo "$sources"/*.kws </dev/null
+"$kwc" -o two.kwo "$sources"/*.kws && cmp one.kwo two.kwo ||
+  fail 'two runs differ'
+expect 'a name' 0 "$cli" dict one.kwo --find emailnames John <<'END'
+found: score 0: john
+END
+expect 'no name' 0 "$cli" dict --find EmailNames zzz <<'END'
+not found
+END
+expect 'a charset' 0 "$cli" dict --find EasternCharset KOI8-R <<'END'
+found: score 200: Cyrillic|koi8*
+END
+expect 'a field' 0 "$cli" dict --find HdrFieldNames subject <<'END'
+found: S
+END
+expect 'no section' 65 "$cli" dict --find Nowhere x <<'END'
+quaymarsh: dict: Nowhere: no such section
+END
+
+# ---- Patches
+
+source_file p.kws '[+$EmailNames]' '-john' '++zzz' '[+#param]' \
+  '--version=01.000.01' '++version=9'
+source_file q.kws '[+$EmailNames]' '-not there'
+"$kwc" --patch -o p.kwo p.kws || fail 'a patch'
+"$kwc" --patch -o q.kwo q.kws || fail 'another patch'
+echo p.kwo >list
+expect 'a patched name' 0 "$cli" dict --patches list --find EmailNames zzz <<'END'
+found: score 0: zzz
+END
+"$cli" dict --patches list | sed -n '1s/:.*//p' >out
+[ "$(cat out)" = 'version 9' ] || fail 'a patched version'
+echo q.kwo >>list
+expect 'a patch that fails' 78 "$cli" dict --patches list <<'END'
+quaymarsh: dict: a patch looks for a line that is not there, or has none
+END
+head -c 100 one.kwo >cut.kwo
+expect 'a cut image' 78 "$cli" dict cut.kwo <<'END'
+quaymarsh: dict: cut.kwo: the image is cut off or damaged
+END
+
+[ "$failures" -eq 0 ]

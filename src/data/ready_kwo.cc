@@ -2,7 +2,7 @@
 // in which nothing is found. A build with compiled sources puts theirs in the
 // place of this file.
 
-#include "rules/qm_dico.h"
+#include "data/ready_kwo.h"
 
 alignas(8) const unsigned char ReadyKWO[] = {
     'Q', 'M', 'K', 'W', 60, 0, 0, 0, 60, 0, 0, 0,  // magic, header, total

@@ -14,6 +14,7 @@
 
 #include <new>
 
+#include "base/score.h"
 #include "rules/keyword_compare.h"
 #include "rules/qm_dico.h"
 
@@ -31,7 +32,6 @@ const int64_t kMaxLinePasses = 64;
 const uint32_t kMaxAlternatives = 4096;
 const uint32_t kMaxPhraseWords = 256;
 const int32_t kNever = 0x7FFFFFFF;
-const int32_t kMaxSum = 1000000000;
 // Keys that a word is looked up by: none, its own, two look-alikes.
 const uint32_t kMaxWordKeys = 4;
 
@@ -426,9 +426,7 @@ int32_t TQMDICO::findKeywords(const TQKSECTION* section,
   for (int32_t key = 0; key < 256; key++)
     matchKey(static_cast<unsigned char>(key), section, search);
   hits = search.hits;
-  if (search.sum > kMaxSum) return kMaxSum;
-  if (search.sum < -kMaxSum) return -kMaxSum;
-  return static_cast<int32_t>(search.sum);
+  return ClampScore(search.sum);
 }
 
 int TQMDICO::beginByKeywords(const char* section, const TBLOCKVECT& words,

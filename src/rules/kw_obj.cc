@@ -9,6 +9,7 @@
 
 #include "base/heap_sort.h"
 #include "base/md5.h"
+#include "base/score.h"
 #include "rules/keyword_compare.h"
 
 namespace {

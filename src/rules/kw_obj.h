@@ -15,9 +15,6 @@
 #include "base/vectors.h"
 #include "rules/keyword_image.h"
 
-// Scores beyond this are stored as this.
-const int32_t kMaxScore = 1000000000;
-
 // TQKLINE::action
 enum TPATCHACTION : uint8_t {
   paNone = 0,

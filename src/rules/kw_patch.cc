@@ -9,6 +9,7 @@
 #include <string.h>
 
 #include "base/wildcard.h"
+#include "data/ready_kwo.h"
 #include "rules/keyword_image.h"
 #include "rules/kw_obj.h"
 #include "rules/qm_dico.h"

@@ -13,6 +13,8 @@
 #include <new>
 
 #include "base/md5.h"
+#include "base/score.h"
+#include "data/ready_kwo.h"
 #include "regex/regex_pool.h"
 
 namespace {
@@ -29,13 +31,6 @@ const uint32_t kMaxSummedLines = 200000;
 
 const TQKSECTION* AsSection(void* data) {
   return static_cast<const TQKSECTION*>(data);
-}
-
-int32_t ClampScore(int64_t score) {
-  const int64_t kMost = 1000000000;
-  return static_cast<int32_t>(score > kMost    ? kMost
-                              : score < -kMost ? -kMost
-                                               : score);
 }
 
 // The section of a name, or null.

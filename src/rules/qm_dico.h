@@ -24,10 +24,6 @@
 class REGEXPOOL;
 struct TKEYWORDSEARCH;  // of keyword_search.cc
 
-// The image that is linked into the library.
-extern const unsigned char ReadyKWO[];
-uint32_t getReadyKWOLen();
-
 // Stores the digest by which a section of that name is found, 16 bytes: 1, or 0
 // for a name that no section can have.
 int SectionDigest(TBLOCK name, unsigned char* digest);

@@ -3,6 +3,7 @@
 // that a caller who asks again gets the next line. Tested by
 // section_lookup_test.cc.
 
+#include "base/score.h"
 #include "base/wildcard.h"
 #include "regex/regex.h"
 #include "rules/qm_dico.h"
@@ -174,10 +175,7 @@ int32_t TQMDICO::scanString(const char* section, TBLOCK text, int clear) {
     countHit(line);
     sum += line->score;
   }
-  const int64_t kMost = 1000000000;
-  return static_cast<int32_t>(sum > kMost    ? kMost
-                              : sum < -kMost ? -kMost
-                                             : sum);
+  return ClampScore(sum);
 }
 
 int TQMDICO::matchFirstNamedLine(const char* section, TBLOCK text,

@@ -19,12 +19,6 @@ const uint32_t kCauseStep = 4096;
 
 }  // namespace
 
-int32_t ClampScore(int64_t value) {
-  if (value > kMaxScore) return kMaxScore;
-  if (value < -kMaxScore) return -kMaxScore;
-  return static_cast<int32_t>(value);
-}
-
 LEDGER::LEDGER()
     : score(0),
       state(ssClean),

@@ -10,11 +10,10 @@
 #include <stdint.h>
 
 #include "base/block.h"
+#include "base/score.h"
 
 // A total above this is spam. The setups of the host don't change it.
 const int32_t kSpamThreshold = 99;
-// Every stored total stays within +-kMaxScore, whatever the rules add up to.
-const int32_t kMaxScore = 1000000000;
 // Once the cause is this long no entry is appended; the points still count.
 // Bounds what a rule that hits 100,000 times writes.
 const uint32_t kMaxCauseBytes = 1024 * 1024;
@@ -59,8 +58,5 @@ struct LEDGER {
  private:
   void appendEntry(const char* label, uint16_t factor, int32_t total);
 };
-
-// The sum or product, kept within +-kMaxScore.
-int32_t ClampScore(int64_t value);
 
 #endif  // SCAN_LEDGER_H_

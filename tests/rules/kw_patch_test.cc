@@ -10,6 +10,7 @@
 #include <string>
 
 #include "base/heap_text.h"
+#include "data/ready_kwo.h"
 #include "rules/kw_dump_util.h"
 #include "rules/kw_obj.h"
 #include "rules/qm_dico.h"

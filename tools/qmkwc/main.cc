@@ -32,7 +32,7 @@ bool WriteSource(const std::string& path, const BLOCK& image) {
   FILE* file = fopen(path.c_str(), "wb");
   if (!file) return false;
   fputs(
-      "// Made by qmkwc of dictionary/*.kws.\n\n#include \"rules/qm_dico.h\"\n"
+      "// Made by qmkwc of dictionary/*.kws.\n\n#include \"data/ready_kwo.h\"\n"
       "\nalignas(8) const unsigned char ReadyKWO[] = {",
       file);
   for (uint32_t i = 0; i < image.length; i++)

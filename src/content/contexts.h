@@ -1,11 +1,33 @@
 // What one pass over a body collects: TMSGCONTEXT for the message as a whole,
-// THTMLCONTEXT for its HTML, TTEXTCONTEXT for its plain text. Cleared by each
-// load. The passes that fill them do not exist yet.
+// THTMLCONTEXT for its HTML, TTEXTCONTEXT for its plain text. They score
+// nothing; checks and rule fields read them. Cleared by each load.
+//
+// Views point into the text that was parsed, into the output, or into buffers
+// of the context: all must outlive the reading.
+//
+//   html_context.cc    the walk over the items, text and links
+//   html_collect.cc    what is collected of tags and attributes
+//   html_pattern.cc    the two patterns of the structure
+//   html_style.cc      colours, sizes, style elements, the stack of tags
+//   text_parse.cc      plain text
 
 #ifndef CONTENT_CONTEXTS_H_
 #define CONTENT_CONTEXTS_H_
 
 #include <stdint.h>
+
+#include "base/block.h"
+#include "base/hash_count.h"
+#include "base/hashtab.h"
+#include "base/str.h"
+#include "base/tblock.h"
+#include "base/vectors.h"
+#include "content/html_item.h"
+#include "content/links.h"
+#include "message/charset.h"
+
+class REGEXPOOL;
+class TQMDICO;
 
 struct TMSGCONTEXT {
   int32_t emptyBody = 0;  // 1: neither text nor HTML, nor any attachment
@@ -13,16 +35,160 @@ struct TMSGCONTEXT {
   void clear() { emptyBody = 0; }
 };
 
+// THTMLCONTEXT::flags
+enum : uint32_t {
+  hcfNotEmpty = 0x1,           // text with a byte that is not blank was output
+  hcfAnchor = 0x2,             // an A with a usable href is open
+  hcfHtmlOpened = 0x4,         // <HTML>
+  hcfHtmlClosed = 0x8,         // </HTML>
+  hcfBodyOpened = 0x10,        // the first <BODY>
+  hcfBodyClosed = 0x20,        // </BODY>
+  hcfWord = 0x40,              // the next text would go on with a word
+  hcfPendingSpace = 0x80,      // to be written ahead of the next text
+  hcfPendingLine = 0x100,      // likewise
+  hcfNoLinkText = 0x200,       // visible text outside of every anchor
+  hcfHideImgUrl = 0x400,       // an IMG hides a second URL
+  hcfHideHrefUrl = 0x800,      // a link does
+  hcfInvisibleChars = 0x1000,  // text of now cannot be seen
+  hcfUselessChars = 0x2000,    // text of now is tiny filler inside a word
+  hcfEmptyLink = 0x8000,       // the open anchor has no content yet
+  hcfEncodedScript = 0x10000,
+  hcfIFrame = 0x20000,
+  hcfHttpObject = 0x40000,   // an OBJECT whose data is a URL
+  hcfVoidText = 0x80000,     // inside SELECT: text is ignored
+  hcfStyleSheet = 0x100000,  // a LINK to a style sheet
+  hcfBodyBackground = 0x200000,
+  hcfBodyEmbedBackground = 0x400000,  // it is a part of the message
+  hcfEmbed = 0x1000000,
+  hcfPreformatted = 0x10000000  // inside PRE: text keeps its lines
+};
+
+// Rows of HtmlMetaTokens.
+enum : int32_t {
+  hmTitle,
+  hmPublisher,
+  hmKeywords,
+  hmReplyTo,
+  hmCategory,
+  hmRobots,
+  hmDescription,
+  hmRevisitAfter,
+  hmAuthor,
+  hmCopyright,
+  hmGenerator,
+  hmAbstract,
+  hmIdentifierUrl,
+  hmCount
+};
+extern const char* const HtmlMetaTokens[hmCount];
+
+// Limits of what one body leaves behind.
+const int32_t kMaxHtmlPattern = 4096;
+const int32_t kMaxTablePattern = 2048;
+const int32_t kMaxStylePattern = 1024;
+const int32_t kMaxImgSizes = 32;
+const int32_t kMaxTagTexts = 1000;
+const int32_t kMaxTagParams = 2000;
+const int32_t kMaxBadTags = 2000;
+const int32_t kMaxFontNames = 64;
+const int32_t kMaxStyleItems = 4096;
+const uint32_t kMaxOrphanBytes = 100;
+// Tags that are open at one time; more are not remembered.
+const int32_t kMaxTableStack = 2048;
+const int32_t kMaxTagStack = 4096;
+
+struct THTMLSTYLES;  // of html_style.cc: stack of tags, rules by what they name
+struct TTAGSTYLE;    // colours and size that one tag asks for
+
 class THTMLCONTEXT {
  public:
-  void clear() {}
+  uint32_t flags;   // hcf...
+  TBLOCK output;    // where text goes: the whole room
+  uint32_t length;  // bytes written of it
+
+  int32_t imgCount;
+  int32_t imgInLinkCount;  // inside an anchor; plus those with "usemap"
+  int32_t usemapImgCount;
+  int32_t imgInTableCount;
+  int32_t cidImgCount;  // whose source is a part of the message
+  int32_t imgAfterBodyCount;
+  int32_t tableDepth;            // tables open now
+  int32_t textLineCount;         // lines of the output that are not blank
+  int32_t linkExclamationCount;  // "!" in link texts
+  int32_t popupCount;
+  int32_t unknownCharCount;  // UNKNOWNCHAR in the output
+  int32_t formCount;
+  int32_t linkCount;        // anchors, areas and forms with a URL
+  int32_t invisibleLength;  // bytes
+  int32_t invisibleWordCount;
+  int32_t uselessAlphaCount;  // letters of filler
+  int32_t hiddenUrlCount;     // URLs in disguise
+  int32_t tinyAlphaCount;     // letters of 1 to 4 pixels
+  int32_t externalImgCount;   // anchors whose image lies elsewhere
+  int32_t emptyLinkCount;
+  int32_t mediumWordCount;    // words of 10 pixels behind such text
+  int32_t styleAnomalyCount;  // above 0: more prose than rules in styles
+
+  // Images ahead of all text.
+  int32_t imgBeforeText, imgLinkBeforeText;
+  int32_t maxImgWidthBeforeText, maxImgHeightBeforeText;
+
+  TBLOCK metaValues[hmCount];
+  HASHCOUNT badTags;  // unknown tags
+  STR htmlPattern, tablePattern, stylePattern;
+  TIMGVECT images;
+  TLINKVECT links;
+  TBLOCKVECT linkWords;  // of link texts
+  TBLOCKVECT altTexts;   // alt of images and areas, title of anchors
+  TBLOCKVECT invisibleTexts;
+  STRVECT imgSizes;  // "WxH", sorted, unique
+  TBLOCKVECT comments;
+  TBLOCKVECT classNames;
+  TBLOCKVECT elementNames;      // values of name and id
+  TBLOCKVECT tagTexts;          // distinct tags
+  STRVECT tagParams;            // distinct "tag.name=value"
+  TBLOCKVECT backgroundImages;  // content ids
+  TBLOCKVECT fontNames;         // distinct faces of FONT
+  TCharset charset;             // that META names
+  TBLOCK title;
+  TBLOCK bodyBackground;  // content id of the body's picture
+  TBLOCK lastLinkImg;     // last image inside a link
+
+  THTMLCONTEXT();
+  ~THTMLCONTEXT();
+  THTMLCONTEXT(const THTMLCONTEXT&) = delete;
+  THTMLCONTEXT& operator=(const THTMLCONTEXT&) = delete;
+
+  void clear();
+  // Takes one item of the body; text is decoded already.
+  void doItem(THITEM& item, REGEXPOOL* pool, const TQMDICO* dico);
+  void endParsing();
+
+  // ==== Styles: html_style.cc
+
+  // Reads a STYLE element, and one rule of it.
+  void parseStyle(TBLOCK block);
+  void parseStyleBlock(TBLOCK selectors, TBLOCK body);
+  // What the rules say of a tag; leaves what they don't set.
+  void getStyleValues(const THITEM& item, TBLOCK tag, int32_t& color,
+                      int32_t& background, int16_t& size);
+  void addInvisible(TBLOCK text);
+  void clearInvisible();
 };
 
 class TTEXTCONTEXT {
  public:
-  bool isHtml = false;  // the text opens an HTML document
+  uint32_t length;  // bytes written
+  TBLOCK output;    // where text goes
+  TLINKVECT links;
+  int32_t tagCount;        // HTML tags in the plain text
+  int32_t hiddenUrlCount;  // URLs in disguise
+  bool isHtml;             // the text opens an HTML document
 
-  void clear() { isHtml = false; }
+  TTEXTCONTEXT() { clear(); }
+  void clear();
+  // Cleans a URL that was found, and adds it. WRITES to it.
+  void addUrl(TBLOCK url);
 };
 
 #endif  // CONTENT_CONTEXTS_H_

@@ -4,6 +4,15 @@
 
 #include <string.h>
 
+void TTEXTCONTEXT::clear() {
+  length = 0;
+  output.clear();
+  links.clear();
+  tagCount = 0;
+  hiddenUrlCount = 0;
+  isHtml = false;
+}
+
 uint32_t QmTextParse(TBLOCK src, TBLOCK dest, TTEXTCONTEXT& /*context*/,
                      REGEXPOOL* /*pool*/, TQMDICO* /*dico*/) {
   if (src.empty() || dest.empty()) return 0;

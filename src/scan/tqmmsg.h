@@ -421,14 +421,34 @@ class TQMMSG : public OLISTGURU {
   void checkBlack(const QMGLOBALSETUP* globalSetup,
                   const QMUSERSETUP* userSetup);
 
-  // ==== Rule sections: scan/rule_sections.cc. An absent section is no match.
+  // ==== Rules: scan/rule_sections.cc. An absent section is no match; the rule
+  // language is told in doc/rule-language.md.
 
-  // Scores every matching rule of a section; 1 when one matched.
+  // Evaluates one rule, whose name is stored: how often its last part matched,
+  // with `multi` 0 at most 1. `op` is the joiner ahead of it, "|" for none.
+  int checkRule(TBLOCK rule, TBLOCK& name, int multi, char op);
+  // Scores every matching rule of a section; 1 when one matched. With `stop`
+  // the walk ends at the bailout.
   int checkRuleSection(const char* section, int stop);
-  // Whether any rule of a section matches; adds no points.
+  // Whether any rule of a section matches; adds no points. The second form
+  // gives name and score of the first that does; either may be null.
   int testRuleSection(const char* section);
+  int testRuleSection(TBLOCK section, TBLOCK* ruleName, int32_t* score);
   // Index + 1 of the first matching rule, its name stored; 0 without one.
   int matchRuleSection(const char* section, STR& name);
+  // Sum of score times count of all rules; `details`, when not null, gets a
+  // text for each match. The second counts positive scores only, and on top of
+  // what the section "<name>-Hash" says of a text that looks hashed.
+  int32_t getRuleSectionScore(TBLOCK section, STRVECT* details);
+  int32_t getPositiveSectionScore(TBLOCK section, STRVECT* details);
+  // A section of lines "section=threshold": scores each threshold that the
+  // section's sum is not 0 for; 1 when one was.
+  int checkRegexCountSection(const char* section, STRVECT* details);
+
+  // ==== Rule fields: scan/rule_fields.cc
+
+  // The elements of a rule field. `name` is the header's name, of field 20.
+  void setRegexFields(int field, TBLOCK name, TBLOCKVECT& list);
 
   // ==== Filters and other checks. Bodies are empty until the file that is
   // named has them. A result is 1 when the check scored, unless told.

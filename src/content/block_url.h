@@ -51,6 +51,9 @@ struct TBLOCKURL {
   static void HostToDomain(TBLOCK host, TBLOCK& domain, TBLOCK& tld);
   // Whether `shown` is the URL `a` or the beginning of it. Not symmetric.
   static bool CompareUrl(TBLOCK a, TBLOCK shown);
+  // Cuts a URL down to what CompareUrl compares; returns its protocol. Two
+  // protocols agree when they are equal or one of them is upNone.
+  static int32_t TakeComparable(TBLOCK& text);
   // Takes the next URL off the text, also one that is pulled apart with
   // blanks, which is squeezed together in place; empty at the end. `dico`
   // knows the suffixes; null finds no spread-out domain. WRITES.

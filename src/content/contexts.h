@@ -8,6 +8,7 @@
 //   html_context.cc    the walk over the items, text and links
 //   html_collect.cc    what is collected of tags and attributes
 //   html_pattern.cc    the two patterns of the structure
+//   html_parse.cc      the whole of a body: items, charset, URLs that show
 //   html_style.cc      colours, sizes, style elements, the stack of tags
 //   text_parse.cc      plain text
 
@@ -23,6 +24,7 @@
 #include "base/tblock.h"
 #include "base/vectors.h"
 #include "content/html_item.h"
+#include "content/html_style.h"
 #include "content/links.h"
 #include "message/charset.h"
 
@@ -93,12 +95,8 @@ const int32_t kMaxBadTags = 2000;
 const int32_t kMaxFontNames = 64;
 const int32_t kMaxStyleItems = 4096;
 const uint32_t kMaxOrphanBytes = 100;
-// Tags that are open at one time; more are not remembered.
+// Parts of tables that are open at one time; more are not remembered.
 const int32_t kMaxTableStack = 2048;
-const int32_t kMaxTagStack = 4096;
-
-struct THTMLSTYLES;  // of html_style.cc: stack of tags, rules by what they name
-struct TTAGSTYLE;    // colours and size that one tag asks for
 
 class THTMLCONTEXT {
  public:
@@ -160,12 +158,72 @@ class THTMLCONTEXT {
   THTMLCONTEXT& operator=(const THTMLCONTEXT&) = delete;
 
   void clear();
-  // Takes one item of the body; text is decoded already.
+  // Takes one item of the body; text is decoded already. WRITES to URLs and
+  // line ends inside of tags. The dictionary, which may be null, knows the
+  // suffixes of URLs that are pulled apart.
   void doItem(THITEM& item, REGEXPOOL* pool, const TQMDICO* dico);
   void endParsing();
 
+  // ==== Output: html_context.cc. What does not fit is left out as a whole.
+
+  // 1 with `copy` a view of the bytes in the output, or 0.
+  int append(TBLOCK text, TBLOCK& copy);
+  void doSpaceAndLine();
+
+  // ==== Attributes of a tag: html_collect.cc
+
+  // GetTagParamValue. For the tag of the present item it knows at once of most
+  // names that they are not there.
+  int tagParam(TBLOCK tag, const char* name, TBLOCK& value) const;
+
+  // ==== Links: html_context.cc
+
+  // Cleans the URL in that attribute: 1, or 0 when there is none to follow.
+  int parseUrl(TBLOCK tag, const char* name, TBLOCK& url);
+  // Whether the tag has a second URL, ahead of `url`, in an attribute whose
+  // name is not on the list.
+  static bool detectHideUrl(TBLOCK tag, const char* allowed, TBLOCK url);
+  void closeAnchor();
+  void addTextLink(TBLOCK text);
+  void checkExternalImg();
+
+  // ==== Collections: html_collect.cc
+
+  void parseMeta(TBLOCK tag);
+  void parseBackgroundImg(const THITEM& item);
+  void addBadTag(TBLOCK tag);
+  void addFontNames(TBLOCK tag);
+  void addImgSize(TBLOCK width, TBLOCK height);
+  void addTag(const THITEM& item);
+  void addTagParams(const THITEM& item);
+  void addTagParamValue(TBLOCK prefix, TBLOCK name, TBLOCK value);
+
+  // ==== Structure: html_pattern.cc
+
+  void addPattern(const THITEM& item);
+
+  // ==== Open parts of tables: html_context.cc
+
+  void pushTableItem(const THITEM& item);
+  void popTableItem(const THITEM& item);
+
   // ==== Styles: html_style.cc
 
+  int32_t curColor, curBackground;  // in force
+  int16_t curFontSize, prevFontSize;
+  int32_t bodyTextColor, bodyLinkColor;  // that BODY names
+  TTAGSTACK tagStack;
+  TSTYLEITEMVECT styleItems;
+  TSTYLERULES styleRules;
+
+  // What clear does for them; endParsing and doItem need nothing of the kind.
+  void clearStyles();
+  // A tag opens. Attribute names may be empty. Both set or clear
+  // hcfInvisibleChars.
+  void pushTag(const THITEM& item, const char* colorAttribute,
+               const char* backgroundAttribute, const char* sizeAttribute);
+  // A tag closes: its newest record goes, if there is any.
+  void popTag(THTMLTAG tag);
   // Reads a STYLE element, and one rule of it.
   void parseStyle(TBLOCK block);
   void parseStyleBlock(TBLOCK selectors, TBLOCK body);
@@ -174,6 +232,30 @@ class THTMLCONTEXT {
                       int32_t& background, int16_t& size);
   void addInvisible(TBLOCK text);
   void clearInvisible();
+
+ private:
+  TBLOCK lastText;        // the run of text right before this item
+  TBLOCK lastAnchorText;  // the last run, if it was inside an anchor
+  // Of the open anchor.
+  TBLOCK href, anchorImg, prevText;
+  uint32_t linkStart;  // where its text begins in the output
+  // Letters of link texts that stood alone, joined.
+  unsigned char orphans[kMaxOrphanBytes];
+  uint32_t orphanLength;
+
+  TBLOCK notedTag;      // open tag whose names are noted
+  uint64_t notedNames;  // pairs of letters that its attributes may begin with
+
+  HASHTAB tagTable, paramTable;  // of tagTexts and of tagParams
+  THTMLTAG lastPatternTag, lastTableTag;
+
+  unsigned char tableStack[kMaxTableStack];  // rows of tags
+  int32_t tableStackCount;
+
+  BLOCK viewStore;  // texts that had to leave the output
+
+  friend uint32_t QmHtmlParse(TBLOCK src, TBLOCK dest, THTMLCONTEXT& context,
+                              REGEXPOOL* pool, TQMDICO* dico);
 };
 
 class TTEXTCONTEXT {

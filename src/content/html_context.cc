@@ -26,7 +26,8 @@ THTMLCONTEXT::THTMLCONTEXT()
       tagTexts(0),
       tagParams(0, kViewStep),
       backgroundImages(0),
-      fontNames(0) {
+      fontNames(0),
+      viewStore(0, kViewStep) {
   clear();
 }
 
@@ -66,4 +67,19 @@ void THTMLCONTEXT::clear() {
   title.clear();
   bodyBackground.clear();
   lastLinkImg.clear();
+  lastText.clear();
+  lastAnchorText.clear();
+  href.clear();
+  anchorImg.clear();
+  prevText.clear();
+  linkStart = 0;
+  orphanLength = 0;
+  notedTag.clear();
+  notedNames = 0;
+  tagTable.clear();
+  paramTable.clear();
+  lastPatternTag = lastTableTag = htUnknown;
+  tableStackCount = 0;
+  viewStore.reset();
+  clearStyles();
 }

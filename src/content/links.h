@@ -1,6 +1,10 @@
 // TLINKVECT and TIMGVECT: each distinct URL of a body once, in order of
 // appearance, with how it was met. URLs are the same when they are equal
-// through LowerConvTable, without white space around them.
+// through LowerConvTable, without white space around them and a "blocked::"
+// ahead.
+//
+// Records hold views: the text of a URL must stay in place and as it is for as
+// long as the list lives.
 
 #ifndef CONTENT_LINKS_H_
 #define CONTENT_LINKS_H_
@@ -8,7 +12,6 @@
 #include <stdint.h>
 
 #include "base/block.h"
-#include "base/hashtab.h"
 #include "base/tblock.h"
 #include "base/vectors.h"
 #include "content/block_url.h"
@@ -24,8 +27,34 @@ extern const char HttpTxtDiffFromHref[];
 extern const char HttpTxtHide[];
 extern const char HttpRefresh[];
 
+// Numbers of records in the order of their URLs through LowerConvTable. A body
+// may name thousands of URLs, chosen by whoever wrote it: unlike a table of
+// hashes this cannot be made slow.
+class TURLORDER {
+ public:
+  INTVECT numbers;
+
+  // `records`: of recordBytes each, beginning with their TBLOCKURL.
+  TURLORDER(const BLOCK& records, uint32_t recordBytes);
+
+  // The record of that URL, or -1 with the place where its number belongs.
+  int32_t find(TBLOCK url, int32_t& place) const;
+  // The record goes, and those behind it move down by one.
+  void del(int32_t record);
+
+ private:
+  const BLOCK& records;
+  uint32_t recordBytes;
+};
+
+// What CompareUrl looks at of a link.
+struct TCOMPARABLE {
+  int32_t proto;
+  TBLOCK text;
+};
+
 struct TLINKRECORD {
-  TBLOCKURL url;
+  TBLOCKURL url;      // the first member, see TURLORDER
   TBLOCKVECT* texts;  // owned by the vector; one for each time it was met
   TBLOCK prevText;    // what stood ahead of the first anchor
   int32_t useCount;   // times beyond the first
@@ -44,6 +73,10 @@ class TLINKVECT : public BLOCK {
   TLINKRECORD* add(TBLOCK url, TBLOCK text);
   void del(int32_t i);
   void clear();
+  // Whether any of the links is CompareUrl's first argument for that URL. The
+  // cost is about that of reading it, however many links there are; links that
+  // were added since the last call cost a little more.
+  bool knows(TBLOCK shown);
 
   // Of the records whose protocol is in the mask.
   int32_t getDupUrlCount(int32_t protoMask) const;
@@ -54,12 +87,17 @@ class TLINKVECT : public BLOCK {
   void getdHttpTldList(TBLOCKVECT& list) const;
 
  private:
-  HASHTAB byUrl;  // URL -> record + 1
+  TURLORDER byUrl;
+  BLOCK comparables;      // TCOMPARABLE, sorted
+  int32_t comparedCount;  // links that are in there
+  TBLOCKVECT spareTexts;
   TLINKRECORD spare;
+
+  TLINKRECORD* store(const TBLOCKURL& url, TBLOCK text, int32_t place);
 };
 
 struct TIMGRECORD {
-  TBLOCKURL url;
+  TBLOCKURL url;     // the first member, see TURLORDER
   TBLOCKURL href;    // the link that was open when one first was
   TBLOCK alt;        // first that is not empty
   int32_t useCount;  // times beyond the first
@@ -78,7 +116,7 @@ class TIMGVECT : public BLOCK {
   void getdHttpTldList(TBLOCKVECT& list) const;
 
  private:
-  HASHTAB byUrl;
+  TURLORDER byUrl;
   TIMGRECORD spare;
 };
 

@@ -146,6 +146,7 @@ HSTUFF::HSTUFF(BLOCK* ownedImage)
       image(ownedImage ? ownedImage->view()
                        : TBLOCK(ReadyKWO, getReadyKWOLen())) {
   indexSections();
+  filterSections.find(*this);
   indexFieldNames();
   readVersion();
   version.len();

@@ -19,6 +19,7 @@
 #include "base/str.h"
 #include "base/tblock.h"
 #include "base/vectors.h"
+#include "rules/filter_sections.h"
 #include "rules/keyword_image.h"
 
 class REGEXPOOL;
@@ -37,6 +38,7 @@ class HSTUFF {
   HASHTAB sections;    // digest of the name -> const TQKSECTION*
   HASHTAB lineTables;  // the same -> HASHTAB* of its lines, owned
   HASHTAB fieldNames;  // rule field -> its number, as a word
+  FILTERSECTIONS filterSections;
   BLOCK* ownImage;     // owned image; null for the one of the library
   KWIMAGE image;
   // The dictionary's version; empty when it names none. Its length is counted

@@ -412,10 +412,14 @@ class TQMMSG : public OLISTGURU {
 
   // ==== Filter dispatch: scan/filters.cc
 
-  // Runs the filter of that number.
+  // Runs the filter of that number, see rules/filters.inc, unless the rules of
+  // the section "No-NAME" spare the message it, or there is a section
+  // "Only-NAME" and its rules don't ask for it. `purge` not 0: rule sections
+  // may end at the bailout. Returns the score before less the score after.
   int checkFilter(int filter, const QMGLOBALSETUP* globalSetup,
                   const QMUSERSETUP* userSetup, int purge);
-  // The filters that need only the header, once for each load.
+  // The filters that need only the header, once for each load, until the
+  // bailout; none when the section "No-Spam" matches.
   void checkHeaderFilter();
   // The black filters in their order, until the bailout.
   void checkBlack(const QMGLOBALSETUP* globalSetup,
@@ -573,6 +577,8 @@ class TQMMSG : public OLISTGURU {
   void clearBody();
   TBLOCK cutToHeader(TBLOCK text) const;
   void applyProxyMode();
+  bool isSpared(int filter);
+  void _checkCharset(const char* section, int clear);
   bool isSelfTest(const char* recipient) const;
   bool findEmbeddedMessage(TBLOCK& text);
   TQMMSG* scanInner(TBLOCK text, const QMGLOBALSETUP* globalSetup,

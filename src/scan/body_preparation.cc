@@ -112,6 +112,7 @@ void TQMMSG::parseBody() {
   getAdnCounts();
   // The fingerprint of the HTML and the names of its fonts are taken here.
   getDatesAdn(datesAdn);
+  dropRegexFields();
 }
 
 void TQMMSG::prepareText() {
@@ -205,4 +206,5 @@ void TQMMSG::parseWords() {
             : '#';
   }
   DropMiddleWords(bodyWords);
+  dropRegexFields();
 }

@@ -50,6 +50,7 @@ BLOCKDATE FirstGood(const BLOCKDATE* const* dates, int count) {
 }  // namespace
 
 void TQMMSG::clearHeader() {
+  dropRegexFields();
   headerParsed = 0;
   fieldsRead = 0;
   headerEnd = 0;
@@ -72,11 +73,16 @@ void TQMMSG::clearHeader() {
   headerCharset.clear();
   subjectCharset.clear();
   receivedFields.clear();
+  firstReceived = nullptr;
+  secondReceived = nullptr;
+  deliveredTo.clear();
   addressWords.clear();
   clearDates();
   STR* const texts[] = {&recipientDomain64, &hdrAdn,         &tabAdn,
                         &subjectAdn,        &threadIndexAdn, &boundaryAdn,
-                        &messageIdAdn,      &fromAdn};
+                        &messageIdAdn,      &fromAdn,        &senderIp,
+                        &byIdAdn,           &rcvdFromAdn,    &rcvdByAdn,
+                        &rcvdWithAdn,       &recipAdn};
   for (STR* value : texts) *value = "";
 }
 
@@ -168,6 +174,7 @@ void TQMMSG::parseHeader() {
   _parseHeaderOne();
   _parseHeaderTwo();
   _parseHeaderThree();
+  dropRegexFields();
 }
 
 // Reads the root's header. The host's editable copy is made of exactly the
@@ -262,15 +269,15 @@ void TQMMSG::_parseHeaderOne() {
 
 // The relay lines, and whatever tells of a mailing list.
 void TQMMSG::readReceivedAndLists() {
-  const TBLOCK received("received");
+  const TBLOCK fieldName("received");
   const TBLOCKVECT& fields = message.fields;
   for (int32_t i = 0; i < fields.count(); i++) {
     const TBLOCK line = fields.get(i);
     const TQKLINE* match = nullptr;
     if (i < kMaxMatchedFields && dico.matchRegex("HdrMailingList", line, match))
       mailingListScore = ClampScore(int64_t{mailingListScore} + match->score);
-    if (!IsField(line, received)) continue;
-    TBLOCK value = line.from(received.length + 1);
+    if (!IsField(line, fieldName)) continue;
+    TBLOCK value = line.from(fieldName.length + 1);
     StripQuotes(value);
     if (receivedFields.count() == 0 || value.find("from ") >= 0)
       lastRelay = value;

@@ -22,6 +22,10 @@ const uint32_t kTakenDotsStep = 1024;
 
 const char kProxyModeParam[] = "mode=proxy";
 
+// Domains of links that are kept, and bytes of what is kept with each.
+const int32_t kMaxLinkDomains = 10;
+const int32_t kDigestBytes = 16;
+
 // Whether a version text sorts behind another, compared byte by byte through
 // UpperConvTable; of two that agree the longer one does.
 bool IsNewer(TBLOCK version, TBLOCK than) {
@@ -68,6 +72,8 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
       senderStore(0, kDecodedStep),
       receivedFields(16),
       mailingListScore(0),
+      firstReceived(nullptr),
+      secondReceived(nullptr),
       addressWords(4),
       idFromMta(0),
       textStore(0, kDecodedStep),
@@ -75,8 +81,15 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
       bodyIsHtml(0),
       answerCount(0),
       answersRemoved(0),
+      links(nullptr),
       linkCount(0),
       imageCount(0),
+      domains(kMaxLinkDomains, hashAsciiLower),
+      urlAdns(0, 64),
+      urlTextAdns(0, 64),
+      imageAdns(0, 64),
+      idAdns(0, 64),
+      unsubLines(0, 64),
       bodyLines(64),
       nonBlankLines(0),
       fieldTokens(0, 64),
@@ -86,9 +99,15 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
       attachmentCount(0),
       subjectWords(0),
       aliasWords(0),
-      profiles(0) {}
+      emails(0),
+      profiles(0),
+      ruleFields(),
+      noElements(0) {
+  domains.setRecSize(kDigestBytes);
+}
 
 TQMMSG::~TQMMSG() {
+  freeRegexFields();
   delete header;
 }
 
@@ -97,6 +116,7 @@ int TQMMSG::yes2Remove(OLIST* /*list*/, const void* /*item*/, int /*index*/) {
 }
 
 void TQMMSG::clear() {
+  dropRegexFields();
   delete header;
   header = nullptr;
   message.clear();
@@ -119,6 +139,9 @@ void TQMMSG::clear() {
 
 void TQMMSG::clearBody() {
   bodyParsed = 0;
+  links = nullptr;
+  domains.clear();
+  hiddenIds.clear();
   msgContext.clear();
   htmlContext.clear();
   textContext.clear();
@@ -133,21 +156,26 @@ void TQMMSG::clearBody() {
   STR* const texts[] = {
       &firstLine, &lastLine,      &lastButOneLine, &imageSizes,  &imageWeights,
       &lineAdn,   &lineAdnDetail, &typeAdn,        &tags,        &bodyAdn,
-      &htmlAdn,   &datesAdn,      &countryProfile, &timeProfile, &profileWords};
+      &htmlAdn,   &datesAdn,      &countryProfile, &timeProfile, &profileWords,
+      &countsAdn, &charCounts,    &charPresence};
   for (STR* value : texts) *value = "";
-  TBLOCKVECT* const lists[] = {&bodyLines, &bodyWords, &subjectWords,
-                               &aliasWords, &profiles};
+  TBLOCKVECT* const lists[] = {&bodyLines,  &bodyWords, &subjectWords,
+                               &aliasWords, &emails,    &profiles};
   for (TBLOCKVECT* list : lists) list->clear();
-  STRVECT* const strings[] = {&fieldTokens, &attachAdns, &attachContentAdns};
+  STRVECT* const strings[] = {&fieldTokens, &attachAdns,  &attachContentAdns,
+                              &urlAdns,     &urlTextAdns, &imageAdns,
+                              &idAdns,      &unsubLines};
   for (STRVECT* list : strings) list->clear();
 }
 
 void TQMMSG::setProfileInfo(int32_t bailoutScore, const char* profileText) {
+  dropRegexFields();
   if (bailoutScore >= kMinBailout) bailout = bailoutScore;
   if (profileText && *profileText) profile = profileText;
 }
 
 void TQMMSG::setParams(const char* settings) {
+  dropRegexFields();
   paramLines.clear();
   params = settings;
 }

@@ -35,6 +35,7 @@
 
 #include "api/quaymarsh.h"
 #include "base/block.h"
+#include "base/hash_file.h"
 #include "base/olist.h"
 #include "base/str.h"
 #include "base/tblock.h"
@@ -51,6 +52,8 @@
 class HSTUFF;
 class REGEXPOOL;
 class UrlBlacklist;
+struct BLOCKRECEIVED;
+struct RULEFIELD;
 
 // Bytes of a message that are looked at. Bounds the cost of a scan.
 const uint32_t kMaxMessageBytes = 204800;
@@ -63,18 +66,24 @@ const int32_t kMinBailout = 100;
 // Beyond this in either direction lists and filters have settled the case.
 const int32_t kDecisiveScore = 999;
 
-// Rule fields that are fingerprints of a value.
+// Rule fields: the one that takes a name, and those that are fingerprints of a
+// value.
 enum : int {
   kFieldAdnFrom = 0x0E,
+  kFieldHdr = 0x14,
   kFieldAdnId = 0x29,
   kFieldAdnCid = 0x2A,
   kFieldAdnBound = 0x2B,
   kFieldAdnHtml = 0x2C,
   kFieldAdnText = 0x2E,
   kFieldAdnThid = 0x32,
+  kFieldAdnUrl = 0x4B,
   kFieldAdnFilename = 0x4C,
+  kFieldAdnTagParam = 0x4E,
   kFieldAdnSubject = 0x50
 };
+// All rule fields, from 1 to this.
+const int32_t kRuleFieldCount = 121;
 
 class TQMMSG : public OLISTGURU {
  public:
@@ -224,6 +233,14 @@ class TQMMSG : public OLISTGURU {
   TBLOCK lastRelay;           // of them the one that names the last relay
   int32_t mailingListScore;   // sum of the section "HdrMailingList"
 
+  // Empty until relay lines are taken apart.
+  OLIST received;  // of BLOCKRECEIVED, the oldest first; owned
+  // Of them the oldest ones that tell of a relay; null when there are not so
+  // many.
+  BLOCKRECEIVED *firstReceived, *secondReceived;
+  TBLOCK deliveredTo;  // the address that the newest of them was for
+  STR senderIp;        // address of the sender's machine, dotted
+
   TMAILBOX fromBox, replyToBox, returnPathBox, senderBox;
   TMAILBOX recipientBox;    // first address of To; empty until lists are
                             // parsed
@@ -282,8 +299,17 @@ class TQMMSG : public OLISTGURU {
   int32_t bodyIsHtml;          // 1: an HTML part was handled
   int32_t answerCount;         // lines of quoted answers
   int32_t answersRemoved;      // 1: the HTML part was shortened by them
+  TLINKVECT* links;  // those of the HTML, else of the text; null until chosen
   int32_t linkCount;
   int32_t imageCount;
+  HASHFILE domains;      // of links: domain -> 16 bytes of digest
+  STRVECT urlAdns;       // fingerprints of links
+  STRVECT urlTextAdns;   // two letters for the texts in and ahead of each
+  STRVECT imageAdns;     // fingerprints of where pictures are
+  HASHTAB hiddenIds;     // identifiers of parts, also as pictures name them
+  STRVECT idAdns;        // their fingerprints
+  STRVECT unsubLines;    // texts that offer to unsubscribe
+  OLIST phones;          // of BLOCKPHONE; owned
   TBLOCKVECT bodyLines;  // of body, without blank lines at both ends
   int32_t nonBlankLines;
   STR firstLine, lastLine, lastButOneLine;  // of those that are not blank
@@ -298,6 +324,7 @@ class TQMMSG : public OLISTGURU {
   STR imageWeights;           // one character each for its size in kilobytes
 
   TBLOCKVECT bodyWords, subjectWords, aliasWords;
+  TBLOCKVECT emails;    // addresses in the body, unique
   STR lineAdn;          // one letter for each line of the body
   STR lineAdnDetail;    // the same, more finely cut
   TBLOCKVECT profiles;  // words that rules can test
@@ -325,7 +352,11 @@ class TQMMSG : public OLISTGURU {
 
   STR hdrAdn, tabAdn;  // of the header
   STR subjectAdn, threadIndexAdn, boundaryAdn, messageIdAdn, fromAdn;
+  STR byIdAdn, rcvdFromAdn, rcvdByAdn, rcvdWithAdn;  // of firstReceived
+  STR recipAdn;                                      // of all recipients
   STR typeAdn, tags, bodyAdn, htmlAdn, datesAdn;
+  STR countsAdn;                 // letters with how many of each there are
+  STR charCounts, charPresence;  // of the body's printable ASCII
 
   // ==== The order of a scan: scan/driver.cc
 
@@ -451,8 +482,18 @@ class TQMMSG : public OLISTGURU {
 
   // ==== Rule fields: scan/rule_fields.cc
 
-  // The elements of a rule field. `name` is the header's name, of field 20.
+  // The elements of the rule field of that number; none when there is no such
+  // field. A sign is ignored. `name` is read by "@Hdr" alone: the name of a
+  // header field, or "All", of the message or, behind "text-" or "html-", of
+  // that body's part. A list is built when it is first asked for and kept: it
+  // and the texts that it views are good until dropRegexFields and, for "@Hdr"
+  // and the fields of the ledger, until they are asked for again or points are
+  // added.
+  const TBLOCKVECT& regexFields(int32_t field, TBLOCK name);
+  // The same as a copy of the list.
   void setRegexFields(int field, TBLOCK name, TBLOCKVECT& list);
+  // Forgets the lists; for whatever changes what fields are made of.
+  void dropRegexFields();
 
   // ==== Filters and other checks. Bodies are empty until the file that is
   // named has them. A result is 1 when the check scored, unless told.
@@ -590,6 +631,11 @@ class TQMMSG : public OLISTGURU {
                  TBLOCK globalList, TBLOCK userList, int skipEmails,
                  const char* recipient);
   STR profileWords;  // what `profiles` views
+
+  void buildRegexField(int32_t field, TBLOCK name, RULEFIELD& f);
+  void freeRegexFields();
+  RULEFIELD* ruleFields[kRuleFieldCount + 1];  // owned; null until asked for
+  TBLOCKVECT noElements;
 };
 
 #endif  // SCAN_TQMMSG_H_

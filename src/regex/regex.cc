@@ -120,11 +120,15 @@ void REGEX::_commonCtorJob() {
   compiled = nullptr;
 }
 
+bool REGEX::matches(TBLOCK text) const {
+  return compiled && zr_regexec_len(compiled, Bytes(text), 0, nullptr, 0,
+                                    Length(text)) == ZR_OK;
+}
+
 bool REGEX::match(TBLOCK text) {
   detailCount = 0;
   subject = text;
-  return compiled && zr_regexec_len(compiled, Bytes(text), 0, nullptr, 0,
-                                    Length(text)) == ZR_OK;
+  return matches(text);
 }
 
 int32_t REGEX::matchWithDetails(TBLOCK text) {
@@ -173,19 +177,76 @@ bool REGEX::getDetail(int32_t i, STR& text) const {
   return there;
 }
 
-bool BlockMatchRegex(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool,
-                     REGEX* compiled) {
-  // Two shortcuts that differ from the patterns: "." of the engine does not
-  // match every byte.
-  if (subject.empty() ? pattern.equals("^$") : pattern.equals(".")) return true;
-  if (pattern.empty()) return false;
+void RULEPATTERN::read(TBLOCK patternText) {
+  pattern = patternText;
+  wanted.set(TBLOCK(), nullptr);
+  unwanted.set(TBLOCK(), nullptr);
+  form = rfNone;
+  if (pattern.empty()) return;
   const int32_t split = FindSplit(pattern);
   if (split >= 0) {
-    const uint32_t at = static_cast<uint32_t>(split);
-    if (at > 0 && !Matches(subject, pattern.head(at), pool)) return false;
-    return !Matches(subject, pattern.from(at + 1), pool);
+    form = rfSplit;
+    wanted.pattern = pattern.head(static_cast<uint32_t>(split));
+    unwanted.pattern = pattern.from(static_cast<uint32_t>(split) + 1);
+    return;
   }
-  return compiled ? compiled->match(subject) : Matches(subject, pattern, pool);
+  form = pattern.equals("^$")  ? rfNoText
+         : pattern.equals(".") ? rfAnyText
+                               : rfPlain;
+  wanted.pattern = pattern;
+}
+
+void RULEPATTERN::compile(REGEXPOOL* pool) {
+  // What "." of the engine leaves out, the empty subject, is all that is left.
+  if (form == rfAnyText) return;
+  wanted.set(wanted.pattern, pool);
+  unwanted.set(unwanted.pattern, pool);
+}
+
+void RULEPATTERN::set(TBLOCK patternText, REGEXPOOL* pool) {
+  read(patternText);
+  compile(pool);
+}
+
+int32_t RULEPATTERN::compileError() const {
+  return unwanted.compileError != ZR_OK ? unwanted.compileError
+                                        : wanted.compileError;
+}
+
+// The two shortcuts differ from the patterns: "." of the engine does not match
+// every byte.
+bool RULEPATTERN::matchesAtOnce(TBLOCK subject) const {
+  return form == (subject.empty() ? rfNoText : rfAnyText);
+}
+
+bool RULEPATTERN::match(TBLOCK subject) const {
+  if (matchesAtOnce(subject)) return true;
+  if (form == rfNone) return false;
+  if (!wanted.pattern.empty() && !wanted.matches(subject)) return false;
+  return !unwanted.compiled || !unwanted.matches(subject);
+}
+
+bool BlockMatchRegex(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool,
+                     REGEX* compiled) {
+  RULEPATTERN rule;
+  rule.read(pattern);
+  if (rule.matchesAtOnce(subject)) return true;
+  if (compiled && rule.isPlain()) return compiled->match(subject);
+  rule.compile(pool);
+  return rule.match(subject);
+}
+
+int _AddRegexMixInStaticPool(TBLOCK pattern, REGEXPOOL* pool) {
+  RULEPATTERN rule;
+  rule.read(pattern);
+  int last = ZR_OK;
+  const TBLOCK halves[] = {rule.wanted.pattern, rule.unwanted.pattern};
+  for (TBLOCK half : halves) {
+    int error = ZR_OK;
+    if (pool) pool->addCompiledRegex(half, error);
+    if (error != ZR_OK) last = error;
+  }
+  return last;
 }
 
 bool BlockMatchRegex(TBLOCK subject, const char* pattern, REGEXPOOL* pool) {

@@ -1,11 +1,11 @@
-// REGEX: one pattern with its compiled form; and what rules do with patterns:
-// the form with "~", replacement, a pattern made from a sample.
+// REGEX: one pattern with its compiled form; RULEPATTERN: one in the reading of
+// rules, with "~"; replacement; a pattern made from a sample.
 //
 // A REGEX borrows its pattern, its subject and, when the pool knows the
 // pattern, the compiled form; all of these must outlive its use. A pattern
-// that does not compile matches nothing. The match calls write into the object:
-// one is for one thread. Pools may be null everywhere: then a pattern is
-// compiled where it is used.
+// that does not compile matches nothing. The match calls of REGEX write into
+// the object, those that are const don't: only with these may threads share it.
+// Pools may be null everywhere: then a pattern is compiled where it is used.
 
 #ifndef REGEX_REGEX_H_
 #define REGEX_REGEX_H_
@@ -42,6 +42,8 @@ class REGEX {
   // Whether the pattern matches somewhere in the subject, which may be empty.
   // The cheap form: no captures.
   bool match(TBLOCK subject);
+  // The same without a trace of it in the object.
+  bool matches(TBLOCK subject) const;
   // The same with captures: how many, the whole match (number 0) included, up
   // to the last one that took part; 0 for no match. A subject of n bytes gives
   // at most n, so an empty subject always gives 0, on purpose.
@@ -61,14 +63,47 @@ class REGEX {
   void release();
 };
 
-// Whether the subject matches by the reading of rules: "^$" is the empty
-// subject, "." one that is not, "~R" one that R does not match, and "A~B" one
-// that A matches and B does not. "\~" is no such mark and hides all behind it.
-// `compiled`, when given, must be of this pattern, and stands in for the pool
-// where the pattern is none of these.
+// A pattern by the reading of rules: "^$" is the empty subject, "." one that is
+// not, "~R" one that R does not match, and "A~B" one that A matches and B does
+// not. "\~" is no such mark and hides all behind it. A half that does not
+// compile matches nothing, so that "~(" matches everything.
+class RULEPATTERN {
+ public:
+  TBLOCK pattern;  // a view
+  REGEX wanted;    // what must match; without a pattern there is no such half
+  REGEX unwanted;  // what must not
+
+  RULEPATTERN() : form(rfNone) {}
+
+  // Takes a pattern apart. The halves are not compiled: they match nothing.
+  void read(TBLOCK pattern);
+  // Looks the halves up in the pool, or compiles them.
+  void compile(REGEXPOOL* pool);
+  // Both.
+  void set(TBLOCK pattern, REGEXPOOL* pool);
+  // Why the last half that is faulty was refused, or ZR_OK.
+  int32_t compileError() const;
+
+  // Writes nothing. REQUIRES: compile was called.
+  bool match(TBLOCK subject) const;
+  // Whether the subject matches without a look at the halves.
+  bool matchesAtOnce(TBLOCK subject) const;
+  // Whether all of the pattern is the wanted half.
+  bool isPlain() const { return form != rfNone && form != rfSplit; }
+
+ private:
+  enum FORM { rfNone, rfPlain, rfSplit, rfAnyText, rfNoText };
+  FORM form;
+};
+
+// Whether the subject matches the RULEPATTERN. `compiled`, when given, must be
+// of this pattern, and stands in for the pool where the pattern is plain.
 bool BlockMatchRegex(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool,
                      REGEX* compiled);
 bool BlockMatchRegex(TBLOCK subject, const char* pattern, REGEXPOOL* pool);
+// Adds the halves of such a pattern to the pool; the engine's code of the last
+// one that it refuses, or ZR_OK.
+int _AddRegexMixInStaticPool(TBLOCK pattern, REGEXPOOL* pool);
 // The same on the subject's bytes in ascending order. False without memory.
 bool BlockSortedMatchRegex(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool);
 

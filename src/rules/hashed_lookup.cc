@@ -5,11 +5,8 @@
 #include "base/md5.h"
 #include "rules/qm_dico.h"
 
-namespace {
-
-// A section's lines by text, or by digest of the text in stMd5.
-int FindLine(const HASHTAB* table, const TQKSECTION* section, TBLOCK key,
-             const TQKLINE*& line) {
+int TQMDICO::findLine(const HASHTAB* table, const TQKSECTION* section,
+                      TBLOCK key, const TQKLINE*& line) {
   if (!table || !section) return 0;
   MD5 md5;
   if (section->type == stMd5) {
@@ -22,8 +19,6 @@ int FindLine(const HASHTAB* table, const TQKSECTION* section, TBLOCK key,
   return 1;
 }
 
-}  // namespace
-
 const HASHTAB* TQMDICO::hashedSection(const char* section) const {
   unsigned char digest[MD5::kDigestBytes];
   if (!stuff || !SectionDigest(TBLOCK(section), digest)) return nullptr;
@@ -34,14 +29,14 @@ const HASHTAB* TQMDICO::hashedSection(const char* section) const {
 
 int TQMDICO::hashedFind(const char* section, TBLOCK key,
                         const TQKLINE*& line) const {
-  return FindLine(hashedSection(section), findSection(section), key, line);
+  return findLine(hashedSection(section), findSection(section), key, line);
 }
 
 int TQMDICO::matchSection(const char* section, TBLOCK key,
                           const TQKLINE*& line) const {
   const TQKSECTION* found = findSection(section);
   if (!found || found->flags != sfHashed) return 0;
-  return FindLine(hashedSection(section), found, key, line);
+  return findLine(hashedSection(section), found, key, line);
 }
 
 int TQMDICO::hashedFindMD5Key(const char* section, TBLOCK digest,
@@ -68,7 +63,7 @@ int TQMDICO::hashedFindFromBlockList(const char* section,
     TBLOCK key = list.get(i);
     const int32_t at = domainOnly ? key.findByte('@') : -1;
     if (at >= 0) key.skip(static_cast<uint32_t>(at) + 1);
-    if (FindLine(table, found, key, line)) return 1;
+    if (findLine(table, found, key, line)) return 1;
   }
   return 0;
 }

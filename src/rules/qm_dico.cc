@@ -16,14 +16,15 @@
 #include "base/score.h"
 #include "data/ready_kwo.h"
 #include "regex/regex_pool.h"
+#include "rules/rule_book.h"
 
 namespace {
 
 const uint32_t kMaxSectionName = 2048;  // bytes; from here on there is none
 const int32_t kFieldNameCapacity = 128;
-// Bytes of keys in all indexes, as a multiple of the text pool: lines that
-// share their text are few.
-const uint32_t kIndexedTimesPool = 8;
+// Bytes of keys in all indexes: lines may share their text, but not without
+// end.
+const uint64_t kMaxIndexedBytes = 1 << 28;
 // Bytes of one printed line.
 const int32_t kMaxLineText = 1 << 20;
 // Lines of one getSectionScore, against lists of sections that name each other.
@@ -142,6 +143,7 @@ int SectionDigest(TBLOCK name, unsigned char* digest) {
 HSTUFF::HSTUFF(BLOCK* ownedImage)
     : lineTables(0, hashExact),
       fieldNames(kFieldNameCapacity, hashAsciiLower),
+      rules(nullptr),
       ownImage(ownedImage),
       image(ownedImage ? ownedImage->view()
                        : TBLOCK(ReadyKWO, getReadyKWOLen())) {
@@ -153,6 +155,7 @@ HSTUFF::HSTUFF(BLOCK* ownedImage)
 }
 
 HSTUFF::~HSTUFF() {
+  delete rules;
   for (int32_t i = lineTables.first(); i >= 0; lineTables.next(i))
     delete reinterpret_cast<HASHTAB*>(lineTables.getData(i));
   delete ownImage;
@@ -160,7 +163,8 @@ HSTUFF::~HSTUFF() {
 
 void HSTUFF::indexSections() {
   uint64_t lines = image.lineCount;
-  uint64_t bytes = uint64_t{image.text.length} * kIndexedTimesPool;
+  uint64_t bytes = kMaxIndexedBytes;
+  sections.maxProbes = kHostileProbes;
   for (uint32_t i = 0; i < image.sectionCount; i++) {
     const TQKSECTION* section = image.section(i);
     const TBLOCK name = image.sectionName(section);
@@ -181,6 +185,7 @@ void HSTUFF::indexLines(const TQKSECTION* section, uint64_t& linesLeft,
       HASHTAB(static_cast<int32_t>(n),
               section->type == stMd5 ? hashExact : hashAsciiLower);
   if (!table) return;
+  table->maxProbes = kHostileProbes;
   for (uint32_t i = 0; i < n; i++) {
     const TQKLINE* line = image.sectionLine(section, i);
     const TBLOCK key = image.lineBlock(line);
@@ -292,24 +297,56 @@ int TQMDICO::anyWarning(STR& text) const {
   return 1;
 }
 
-// Rule expressions are not read yet: theirs are compiled where they are used.
 void TQMDICO::precompileRegexesIntoPool() {
   if (!pool) return;
   uint64_t left = image().lineCount;
   for (uint32_t s = 0; s < image().sectionCount; s++) {
     const TQKSECTION* section = image().section(s);
-    if (section->type != stRegex && section->type != stNamedRegex) continue;
+    if (section->type != stRegex && section->type != stNamedRegex &&
+        section->type != stRule)
+      continue;
     const uint32_t n = image().lineCountOf(section);
     for (uint32_t i = 0; i < n && left > 0; i++, left--) {
       TBLOCK pattern = lineBlock(image().sectionLine(section, i));
+      TBLOCK name;
+      int error = 0;  // a faulty pattern matches nothing
+      if (section->type == stRule) {
+        _CheckRule(pattern, name, pool);
+        continue;
+      }
       if (section->type == stNamedRegex) {
         TBLOCK::BlockBeforeChar(pattern, ':', 0, 0);
         pattern.trim();
       }
-      int error = 0;  // a faulty pattern matches nothing
       pool->addCompiledRegex(pattern, error);
     }
   }
+}
+
+void TQMDICO::prepareRules() {
+  if (!stuff || stuff->rules) return;
+  stuff->rules = new (std::nothrow) RULEBOOK(*this);
+}
+
+const TQMRULE* TQMDICO::preparedRule(const TQKLINE* line) const {
+  if (!line || !stuff || !stuff->rules) return nullptr;
+  return stuff->rules->find(image().lineNumber(line));
+}
+
+int32_t TQMDICO::getRegexField(TBLOCK name) const {
+  if (name.empty()) return 0;
+  if (name[0] == '@') return kHeaderRuleField;
+  if (stuff && stuff->fieldNames.count > 0) {
+    void* number = nullptr;
+    stuff->fieldNames.find(name, number);
+    return static_cast<int32_t>(reinterpret_cast<intptr_t>(number));
+  }
+  TBLOCK rest(_REGEXFIELDNAMES);
+  for (int32_t number = 1; !rest.empty(); number++)
+    if (TBLOCK::BlockBeforeChar(rest, ',', 0, 0)
+            .equals(name, TBLOCK::AsciiLowerTable))
+      return number;
+  return 0;
 }
 
 // ==== Sections and lines

@@ -23,6 +23,8 @@
 #include "rules/keyword_image.h"
 
 class REGEXPOOL;
+class RULEBOOK;
+struct TQMRULE;
 struct TKEYWORDSEARCH;  // of keyword_search.cc
 
 // Stores the digest by which a section of that name is found, 16 bytes: 1, or 0
@@ -39,6 +41,7 @@ class HSTUFF {
   HASHTAB lineTables;  // the same -> HASHTAB* of its lines, owned
   HASHTAB fieldNames;  // rule field -> its number, as a word
   FILTERSECTIONS filterSections;
+  RULEBOOK* rules;     // owned; null until TQMDICO::prepareRules
   BLOCK* ownImage;     // owned image; null for the one of the library
   KWIMAGE image;
   // The dictionary's version; empty when it names none. Its length is counted
@@ -96,8 +99,16 @@ class TQMDICO {
   int loadKeywordsFromBlock(BLOCK* block);
   // 1, with the warning's text stored, when the image had to be converted.
   int anyWarning(STR& text) const;
-  // Compiles the patterns of all regex sections into the pool.
+  // Compiles the patterns of all rules and patterns into the pool.
   void precompileRegexesIntoPool();
+  // Parses all rules of the present image for those that share `stuff`. Their
+  // patterns are looked up in the pool, which must outlive `stuff`.
+  void prepareRules();
+  // The rule of a line; null when it was not prepared.
+  const TQMRULE* preparedRule(const TQKLINE* line) const;
+  // Number of a rule field: of "@Hdr" for any name with "@" in front, 0 when
+  // there is no such field.
+  int32_t getRegexField(TBLOCK name) const;
 
   // Null when there is no such section.
   const TQKSECTION* findSection(const char* name) const;
@@ -120,8 +131,7 @@ class TQMDICO {
   // Sum of matches times score.
   int32_t sectionScore(const char* section);
   // The same; a line with a trick counts `factor` times (at most 65,535); the
-  // sections of a
-  // list are summed, at most kMaxSectionDepth deep.
+  // sections of a list are summed, at most kMaxSectionDepth deep.
   int32_t getSectionScore(const char* section, uint32_t factor);
   // The line's place in its section, or -1.
   int32_t lineIndex(const char* section, const TQKLINE* line) const;
@@ -159,6 +169,10 @@ class TQMDICO {
   // ==== Sections with an index: hashed_lookup.cc
 
   const HASHTAB* hashedSection(const char* section) const;
+  // The line of a key in a section and its index: the key's text, or of stMd5
+  // the text of which the digest is there. Nothing is found without them.
+  static int findLine(const HASHTAB* table, const TQKSECTION* section,
+                      TBLOCK key, const TQKLINE*& line);
   int hashedFind(const char* section, TBLOCK key, const TQKLINE*& line) const;
   // The same for sections without any other flag.
   int matchSection(const char* section, TBLOCK key, const TQKLINE*& line) const;

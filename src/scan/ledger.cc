@@ -7,6 +7,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "rules/rule_expression.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -129,28 +130,8 @@ int TQMMSG::randomScore(int score) {
                     spread);
 }
 
-namespace {
-
-bool IsRuleNameByte(unsigned char c) {
-  return c == '-' || TBLOCK::Is(c, bitAlpha | bitDigit | bitArobas | bitDot);
-}
-
-}  // namespace
-
 int TQMMSG::parseRuleName(TBLOCK& text, TBLOCK& name) {
-  name.clear();
-  TBLOCK rest = text;
-  rest.trimLeft();
-  uint32_t n = 0;
-  while (n < rest.length && IsRuleNameByte(rest[n])) n++;
-  const TBLOCK found = rest.head(n);
-  rest.skip(n);
-  rest.trimLeft();
-  if (found.empty() || rest.empty() || rest[0] != ':') return 0;
-  rest.skip(1);
-  text = rest;
-  name = found;
-  return 1;
+  return ParseRuleName(text, name);
 }
 
 TBLOCK TQMMSG::parseRuleName(TBLOCK& text) {

@@ -1,0 +1,108 @@
+// Parses the rules of a dictionary ahead of all scans: first all of them into
+// parts, then, when their number is known, the leaves. Three arrays hold all
+// rules, in the order in which scans walk them.
+//
+// Tested by rule_expression_test.cc.
+
+#include "rules/rule_book.h"
+
+#include <new>
+
+#include "rules/qm_dico.h"
+
+namespace {
+
+const uint32_t kRuleStep = 64 * 1024;  // bytes
+
+// Bytes of all rules: lines may share their text, but not without end.
+const uint64_t kMaxRuleBytes = 1 << 23;
+
+}  // namespace
+
+RULEBOOK::RULEBOOK(const TQMDICO& dico)
+    : ruleCount(0),
+      leafCount(0),
+      ruleOfLine(nullptr),
+      lineCount(dico.image().lineCount),
+      rules(0, kRuleStep),
+      parts(0, kRuleStep),
+      leaves(nullptr) {
+  if (lineCount == 0) return;
+  ruleOfLine = new (std::nothrow) uint32_t[lineCount]();
+  bool whole = ruleOfLine != nullptr;
+  uint64_t bytesLeft = kMaxRuleBytes;
+  for (uint32_t s = 0; whole && s < dico.image().sectionCount; s++)
+    whole = parseSection(dico, s, bytesLeft);
+  if (!whole || !prepareLeaves(dico)) drop();
+}
+
+RULEBOOK::~RULEBOOK() {
+  drop();
+}
+
+void RULEBOOK::drop() {
+  delete[] ruleOfLine;
+  ruleOfLine = nullptr;
+  lineCount = 0;
+  ruleCount = 0;
+  delete[] leaves;
+  leaves = nullptr;
+  leafCount = 0;
+}
+
+bool RULEBOOK::parseSection(const TQMDICO& dico, uint32_t section,
+                            uint64_t& bytesLeft) {
+  const TQKSECTION* from = dico.image().section(section);
+  if (from->type != stRule) return true;
+  const uint32_t n = dico.image().lineCountOf(from);
+  for (uint32_t i = 0; i < n; i++) {
+    const TQKLINE* line = dico.image().sectionLine(from, i);
+    const uint32_t number = dico.image().lineNumber(line);
+    if (ruleOfLine[number]) return true;  // the same lines once more
+    const TBLOCK text = dico.lineBlock(line);
+    if (text.length > bytesLeft) return true;
+    bytesLeft -= text.length;
+    if (!addRule(text, number)) return false;
+  }
+  return true;
+}
+
+// Until all rules are there, `parts` of a rule is where its parts begin, as a
+// number: the array may still move.
+bool RULEBOOK::addRule(TBLOCK text, uint32_t lineNumber) {
+  const uint32_t firstPart = parts.length;
+  TQMRULE rule;
+  if (!ParseRule(text, rule, parts)) return false;
+  rule.parts =
+      reinterpret_cast<const TRULEPART*>(static_cast<uintptr_t>(firstPart));
+  if (!rules.add(&rule, sizeof rule)) return false;
+  ruleOfLine[lineNumber] = ++ruleCount;
+  return true;
+}
+
+bool RULEBOOK::prepareLeaves(const TQMDICO& dico) {
+  TRULEPART* all = reinterpret_cast<TRULEPART*>(parts.data);
+  const uint32_t count =
+      static_cast<uint32_t>(parts.length / sizeof(TRULEPART));
+  uint32_t n = 0;
+  for (uint32_t i = 0; i < count; i++) n += all[i].kind == TRULEPART::rkLeaf;
+  if (n > 0) leaves = new (std::nothrow) TQMEXPR[n];
+  if (n > 0 && !leaves) return false;
+  for (uint32_t i = 0; i < count; i++) {
+    if (all[i].kind != TRULEPART::rkLeaf) continue;
+    leaves[leafCount].parse(all[i].text, dico);
+    all[i].leaf = leaves + leafCount++;
+  }
+  TQMRULE* list = reinterpret_cast<TQMRULE*>(rules.data);
+  for (uint32_t i = 0; i < ruleCount; i++) {
+    const uintptr_t at = reinterpret_cast<uintptr_t>(list[i].parts);
+    list[i].parts = reinterpret_cast<const TRULEPART*>(parts.data + at);
+  }
+  return true;
+}
+
+const TQMRULE* RULEBOOK::find(uint32_t lineNumber) const {
+  if (lineNumber >= lineCount || !ruleOfLine[lineNumber]) return nullptr;
+  return reinterpret_cast<const TQMRULE*>(rules.data) + ruleOfLine[lineNumber] -
+         1;
+}

@@ -23,14 +23,12 @@ namespace {
 const char kProfileFile[] = "/etc/oakrun/quaymarsh/profile.txt";
 const int kMaxProfileLine = 10240;  // bytes, the NUL included
 
-// Replaces the reader's dictionary by the one that the patch list makes, when
+// Replaces the reader's dictionary by the one that a patch list makes, when
 // there is a list and all of it can be carried out.
 void ApplyPatchList(TQMDICO& dico, const char* directory) {
-  STR list;
-  if (!FindPatchList(directory, list)) return;
   BLOCK* image = new (std::nothrow) BLOCK(0, BLOCK::_DEFALLOCSIZE);
   if (!image) return;
-  if (KwLoadKeywords(image, nullptr, list.c_str(), nullptr))
+  if (LoadPatchedKeywords(image, directory))
     dico.loadKeywordsFromBlock(image);  // takes it over
   else
     delete image;
@@ -43,6 +41,7 @@ void BuildParts(SPEEDUPCONTEXT* context, REGEXPOOL* pool,
   TQMDICO dico(pool, nullptr);
   ApplyPatchList(dico, directory);
   dico.precompileRegexesIntoPool();
+  dico.prepareRules();
   context->pool = pool;
   context->stuff = dico.stuff;
   dico.sharedStuff = 1;  // so that the context's stuff outlives the reader

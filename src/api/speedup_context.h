@@ -24,8 +24,7 @@ struct SPEEDUPCONTEXT {
 };
 
 // Builds a context; null when there is no memory for it. Without memory for
-// the pool it has only a profile. The patch list is looked for in `directory`;
-// null: see FindPatchList.
+// the pool it has only a profile. For `directory` see LoadPatchedKeywords.
 SPEEDUPCONTEXT* CreateSpeedupContext(const char* directory);
 
 // The first line of a regular file, trimmed; empty when there is none.

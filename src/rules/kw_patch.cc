@@ -29,11 +29,6 @@ void Tell(STR* why, const char* file, const char* what) {
   *why += '\n';
 }
 
-bool IsFile(const char* path) {
-  uint32_t size;
-  return BLOCK::IsFile(path, size) != 0;
-}
-
 // Bytes of a path up to and with its last separator.
 uint32_t DirectoryLength(TBLOCK path) {
   uint32_t n = path.length;
@@ -142,19 +137,6 @@ bool TPATCHLIST::addNamed(TKwObj& object, TBLOCK name) {
 
 }  // namespace
 
-int FindPatchList(const char* directory, STR& path) {
-  if (directory && *directory) {
-    path = directory;
-    if (path.c_str()[path.len() - 1] != '/') path += '/';
-    path += kListName;
-    return IsFile(path.c_str());
-  }
-  path = kEtcList;
-  if (IsFile(path.c_str())) return 1;
-  path = kListName;
-  return IsFile(path.c_str());
-}
-
 int LoadKeywordImage(BLOCK* out, const char* path, STR* why) {
   uint32_t size = 0;
   int32_t swapped = 0;
@@ -195,6 +177,17 @@ const unsigned char* KwLoadKeywords(BLOCK* out, const char* baseFile,
   }
   out->empty();
   return nullptr;
+}
+
+const unsigned char* LoadPatchedKeywords(BLOCK* out, const char* directory) {
+  if (directory) {
+    STR path(directory);
+    path += '/';
+    path += kListName;
+    if (KwLoadKeywords(out, nullptr, path.c_str(), nullptr)) return out->data;
+  }
+  if (KwLoadKeywords(out, nullptr, kEtcList, nullptr)) return out->data;
+  return KwLoadKeywords(out, nullptr, kListName, nullptr);
 }
 
 // ---- The merge

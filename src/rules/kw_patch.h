@@ -14,10 +14,6 @@
 // Lines of a patch list beyond this many bytes are passed over.
 const uint32_t kMaxPatchListLine = 4095;
 
-// Finds the patch list: in `directory` when that is given, else in /etc, else
-// in the current directory. 1 with its path, or 0.
-int FindPatchList(const char* directory, STR& path);
-
 // Loads an image from a file: its magic must be exact, its size that of the
 // file, its tables inside; one in the other byte order is turned. 1, or 0 with
 // `out` empty and, when `why` is not null, the reason.
@@ -33,5 +29,10 @@ int LoadKeywordImage(BLOCK* out, const char* path, STR* why);
 // not null, gets the reasons, a line each, also those of files passed over.
 const unsigned char* KwLoadKeywords(BLOCK* out, const char* baseFile,
                                     const char* listFile, STR* why);
+
+// The image that the first usable patch list makes: "qmpatch.list" in
+// `directory`, unless that is null, then in /etc/quaymarsh, then in the current
+// directory. Null when none is usable.
+const unsigned char* LoadPatchedKeywords(BLOCK* out, const char* directory);
 
 #endif  // RULES_KW_PATCH_H_

@@ -35,6 +35,8 @@ enum : int32_t {
 // The operator "#=": _CheckRule reads it, a scan does not.
 const int32_t kPoolOnly = -1;
 
+const uint32_t kWorkStep = 4096;  // bytes
+
 // The text of a leaf, taken apart.
 struct TLEAFTEXT {
   int32_t minCount, maxCount;
@@ -44,22 +46,11 @@ struct TLEAFTEXT {
   TBLOCK value;
 };
 
-// Reads decimal digits off the text; -1 when it begins with none.
-int32_t TakeNumber(TBLOCK& text) {
-  int64_t number = -1;
-  while (!text.empty() && TBLOCK::Is(text[0], bitDigit)) {
-    if (number < kMaxScore)
-      number = (number < 0 ? 0 : number) * 10 + (text[0] - '0');
-    text.skip(1);
-  }
-  return ClampScore(number);
-}
-
 // "N<", "N>" or "N=" ahead of a leaf. Fewer than none is what never counts.
 void TakeCount(TBLOCK& text, TLEAFTEXT& leaf) {
   leaf.minCount = leaf.maxCount = -1;
   TBLOCK rest = text;
-  const int32_t n = TakeNumber(rest);
+  const int32_t n = TakeDecimal(rest);
   if (n < 0 || rest.empty()) return;
   const unsigned char sign = rest[0];
   if (sign == '<')
@@ -123,7 +114,7 @@ int32_t FunctionNumber(TBLOCK name) {
 // An index in brackets; -1 when it is negative or there is none.
 int32_t ReadIndex(TBLOCK text) {
   text.trim();
-  return TakeNumber(text);
+  return TakeDecimal(text);
 }
 
 unsigned char LetterClass(unsigned char c) {
@@ -257,6 +248,16 @@ class RULEPARSER {
 
 }  // namespace
 
+int32_t TakeDecimal(TBLOCK& text) {
+  int64_t number = -1;
+  while (!text.empty() && TBLOCK::Is(text[0], bitDigit)) {
+    if (number < kMaxScore)
+      number = (number < 0 ? 0 : number) * 10 + (text[0] - '0');
+    text.skip(1);
+  }
+  return ClampScore(number);
+}
+
 int ParseRuleName(TBLOCK& text, TBLOCK& name) {
   name.clear();
   TBLOCK rest = text;
@@ -307,6 +308,14 @@ int _CheckRule(TBLOCK rule, TBLOCK& name, REGEXPOOL* pool, TBLOCK* faulty) {
     if (faulty) *faulty = leaf.value;
   }
   return last;
+}
+
+RULEWORK::RULEWORK()
+    : matched(lists),
+      field(-1),
+      text(0, kWorkStep),
+      lists{TBLOCKVECT(0), TBLOCKVECT(0)} {
+  for (TBLOCKVECT& list : lists) list.step = kWorkStep;
 }
 
 // ==== TQMEXPR

@@ -121,6 +121,10 @@ struct TQMRULE {
   uint32_t count;
 };
 
+// Reads decimal digits off the text, up to kMaxScore; -1 when it begins with
+// none.
+int32_t TakeDecimal(TBLOCK& text);
+
 // Reads a leading "name:" off a rule. 1 with the name and `text` behind the
 // ":"; 0 with an empty name and `text` unchanged. White space may stand around
 // the name.
@@ -138,6 +142,21 @@ bool ParseRule(TBLOCK text, TQMRULE& rule, BLOCK& store);
 // is not null; or ZR_OK.
 int _CheckRule(TBLOCK rule, TBLOCK& name, REGEXPOOL* pool,
                TBLOCK* faulty = nullptr);
+
+// What the walk over a rule carries from leaf to leaf; belongs to one scan.
+struct RULEWORK {
+  TBLOCKVECT* matched;  // what counted in the last leaf; one of the lists below
+  int32_t field;        // whose elements these are; -1: of none to be narrowed
+  BLOCK text;           // room of the functions
+  TBLOCKVECT lists[2];
+
+  RULEWORK();
+  RULEWORK(const RULEWORK&) = delete;
+  RULEWORK& operator=(const RULEWORK&) = delete;
+
+  // The list that `matched` is not.
+  TBLOCKVECT& spare() { return lists[matched == lists]; }
+};
 
 // Is told of each step of an evaluation. For tools: a scan has none.
 class RULETRACE {

@@ -46,6 +46,7 @@
 #include "message/charset.h"
 #include "message/mailbox.h"
 #include "rules/qm_dico.h"
+#include "rules/rule_expression.h"
 #include "scan/header.h"
 #include "scan/ledger.h"
 
@@ -460,14 +461,20 @@ class TQMMSG : public OLISTGURU {
   // language is told in doc/rule-language.md.
 
   // Evaluates one rule, whose name is stored: how often its last part matched,
-  // with `multi` 0 at most 1. `op` is the joiner ahead of it, "|" for none.
+  // with `multi` 0 at most 1. `op` is the joiner ahead of it, "|" for none. The
+  // second form takes one that is parsed; the third the rule of a line, which
+  // is quicker than its text.
   int checkRule(TBLOCK rule, TBLOCK& name, int multi, char op);
+  int checkRule(const TQMRULE& rule, int multi, char op);
+  int checkRuleLine(const TQKLINE* line, TBLOCK& name, int multi);
   // Scores every matching rule of a section; 1 when one matched. With `stop`
   // the walk ends at the bailout.
   int checkRuleSection(const char* section, int stop);
-  // Whether any rule of a section matches; adds no points. The second form
-  // gives name and score of the first that does; either may be null.
+  // Whether any rule of a section matches; adds no points. The last form gives
+  // name and score of the first that does, and leaves them when none does;
+  // either may be null.
   int testRuleSection(const char* section);
+  int testRuleSection(const TQKSECTION* section);
   int testRuleSection(TBLOCK section, TBLOCK* ruleName, int32_t* score);
   // Index + 1 of the first matching rule, its name stored; 0 without one.
   int matchRuleSection(const char* section, STR& name);
@@ -476,9 +483,11 @@ class TQMMSG : public OLISTGURU {
   // what the section "<name>-Hash" says of a text that looks hashed.
   int32_t getRuleSectionScore(TBLOCK section, STRVECT* details);
   int32_t getPositiveSectionScore(TBLOCK section, STRVECT* details);
-  // A section of lines "section=threshold": scores each threshold that the
-  // section's sum is not 0 for; 1 when one was.
+  // A section of lines "section=threshold": scores each threshold above 0 that
+  // the section's sum is not 0 for; 1 when one was.
   int checkRegexCountSection(const char* section, STRVECT* details);
+
+  RULETRACE* ruleTrace = nullptr;  // borrowed; for tools
 
   // ==== Rule fields: scan/rule_fields.cc
 
@@ -591,6 +600,16 @@ class TQMMSG : public OLISTGURU {
   void _parseHeaderTwo();
   void _parseHeaderThree();
 
+  RULEWORK ruleWork;
+  int32_t walkRule(const TRULEPART* part, const TRULEPART* end, TBLOCK whole,
+                   int multi, char op);
+  int32_t checkLeaf(const TRULEPART& part, char op);
+  int32_t testLeaf(const TQMEXPR& leaf, char op);
+  int32_t firstRule(const TQKSECTION* section, TBLOCK& name);
+  void scoreRule(TBLOCK name, int32_t score, int32_t count);
+  int32_t sumRules(const TQKSECTION* section, int64_t start, int positive,
+                   STRVECT* details);
+
   struct TSECTIONWALK;
   int32_t walkSection(const char* section, TSECTIONWALK& walk,
                       int32_t sectionDepth);
@@ -618,6 +637,7 @@ class TQMMSG : public OLISTGURU {
   void clearBody();
   TBLOCK cutToHeader(TBLOCK text) const;
   void applyProxyMode();
+  void addRuleProfiles();
   bool isSpared(int filter);
   void _checkCharset(const char* section, int clear);
   bool isSelfTest(const char* recipient) const;

@@ -1,8 +1,100 @@
-// Plain-text bodies. Nothing is taken out of a text yet.
+// Plain-text bodies: a copy without what is no text of the writer's own, and
+// the URLs. Mail addresses in angle brackets look like tags and are kept;
+// HTML that a mailer sent as plain text goes. Entry: QmTextParse. Tested by
+// text_parse_test.cc.
 
 #include "content/text_parse.h"
 
 #include <string.h>
+
+namespace {
+
+// What some mail programs write in the place of an attached message.
+const char kMessageMark[] = "<<message.txt>>";
+// Bytes of an address in brackets.
+const int32_t kMaxBracketed = 320;
+// Bytes of a tag that tell whether it is known: no known name is longer.
+const uint32_t kTagHead = 18;
+
+struct TEXTCOPIER {
+  TBLOCK rest;  // of the source
+  unsigned char* out;
+  unsigned char* const outEnd;
+  TTEXTCONTEXT& context;
+  THITEM tag;
+  const unsigned char* bracketEnd;  // first ">" or blank at or behind where
+                                    // it was looked for
+  bool lineStart;
+
+  void write(TBLOCK text);
+  bool takeMark();
+  bool takeAddress();
+  bool takeTag();
+  void takeByte();
+};
+
+void TEXTCOPIER::write(TBLOCK text) {
+  const size_t room = static_cast<size_t>(outEnd - out);
+  const size_t n = text.length < room ? text.length : room;
+  if (n == 0) return;
+  memcpy(out, text.pointer, n);
+  out += n;
+}
+
+bool TEXTCOPIER::takeMark() {
+  const TBLOCK mark = rest.head(sizeof kMessageMark - 1);
+  if (!mark.equals(kMessageMark)) return false;
+  write(mark);
+  rest.skip(mark.length);
+  lineStart = false;
+  return true;
+}
+
+bool TEXTCOPIER::takeAddress() {
+  const unsigned char* const end = rest.end();
+  if (bracketEnd < rest.pointer) bracketEnd = rest.pointer;
+  while (bracketEnd < end && *bracketEnd != '>' &&
+         !TBLOCK::Is(*bracketEnd, bitWhiteSpace))
+    bracketEnd++;
+  if (bracketEnd == end || *bracketEnd != '>' ||
+      bracketEnd - rest.pointer > kMaxBracketed)
+    return false;
+  const TBLOCK address =
+      rest.head(static_cast<uint32_t>(bracketEnd - rest.pointer) + 1);
+  if (address.findByte('@') < 0) return false;
+  write(address);
+  rest.skip(address.length);
+  lineStart = false;
+  return true;
+}
+
+// A known tag goes, and so does the content of a script and its like. The name
+// is looked at first: a tag that is not known is read again from each "<" in
+// it, and so it must not be searched for its end.
+bool TEXTCOPIER::takeTag() {
+  TBLOCK head = rest.head(kTagHead);
+  THITEM probe;
+  ClearHtmlItem(probe, 0);
+  ParseTagItem(head, probe);
+  if (probe.tag == htUnknown || probe.tag == htOColon) return false;
+  ClearHtmlItem(tag, tag.flags);
+  ParseTagItem(rest, tag);
+  context.tagCount++;
+  if (tag.type == hitOpenTag && tag.tag == htHTML) context.isHtml = true;
+  return true;
+}
+
+void TEXTCOPIER::takeByte() {
+  const unsigned char byte = rest[0];
+  const bool quoteMark = byte == '|' || byte == '>';
+  if (!quoteMark || !lineStart) {
+    write(byte == 0xA0 ? TBLOCK(" ") : rest.head(1));
+    lineStart = byte == '\r' || byte == '\n';
+  }
+  rest.skip(1);
+}
+
+}  // namespace
 
 void TTEXTCONTEXT::clear() {
   length = 0;
@@ -13,10 +105,35 @@ void TTEXTCONTEXT::clear() {
   isHtml = false;
 }
 
-uint32_t QmTextParse(TBLOCK src, TBLOCK dest, TTEXTCONTEXT& /*context*/,
-                     REGEXPOOL* /*pool*/, TQMDICO* /*dico*/) {
-  if (src.empty() || dest.empty()) return 0;
-  const TBLOCK kept = src.head(dest.length);
-  memmove(dest.pointer, kept.pointer, kept.length);
-  return kept.length;
+void TTEXTCONTEXT::addUrl(TBLOCK url) {
+  while (!url.empty() && memchr("\"<=>", url[url.length - 1], 4)) url.length--;
+  uint32_t n = 0;
+  for (uint32_t i = 0; i < url.length; i++)
+    if (url[i] > 0x20) url.pointer[n++] = url[i];
+  if (n == 0) return;
+  memset(url.pointer + n, ' ', url.length - n);
+  url.cut(n);
+  links.add(DecodeUrl(url, hiddenUrlCount), TBLOCK());
+}
+
+uint32_t QmTextParse(TBLOCK src, TBLOCK dest, TTEXTCONTEXT& context,
+                     REGEXPOOL* /*pool*/, const TQMDICO* dico) {
+  context.clear();
+  context.output = dest;
+  if (src.empty()) return 0;
+  TEXTCOPIER copier = {src,      dest.pointer, dest.end(), context,
+                       THITEM(), src.pointer,  true};
+  ClearHtmlItem(copier.tag, 0);
+  while (!copier.rest.empty()) {
+    const bool bracket = copier.rest[0] == '<';
+    if (!bracket ||
+        !(copier.takeMark() || copier.takeAddress() || copier.takeTag()))
+      copier.takeByte();
+  }
+  context.length = static_cast<uint32_t>(copier.out - dest.pointer);
+  while (true) {
+    const TBLOCK url = TBLOCKURL::FindUrl(src, dico);
+    if (url.empty()) return context.length;
+    context.addUrl(url);
+  }
 }

@@ -1,4 +1,5 @@
-// QmTextParse: from a decoded plain-text body to the text that checks read.
+// QmTextParse: from a decoded plain-text body to the text that checks read,
+// with its links.
 
 #ifndef CONTENT_TEXT_PARSE_H_
 #define CONTENT_TEXT_PARSE_H_
@@ -11,10 +12,13 @@
 class REGEXPOOL;
 class TQMDICO;
 
-// Writes what a reader sees of `src` to dest.pointer, at most dest.length
-// bytes, and returns how many. `src` and `dest` may begin at the same place.
-// Quote marks and stray tags still stay in the text: it is copied as it is.
+// Writes `src` without quote marks and stray tags to dest.pointer, at most
+// dest.length bytes, and returns how many; what does not fit is dropped. Then
+// collects the URLs of `src`, all of them, which WRITES to it: the context's
+// links are views of it. `src` and `dest` must not overlap. Clears the context
+// first. Without a dictionary no URL is found that is pulled apart; the pool
+// is not asked.
 uint32_t QmTextParse(TBLOCK src, TBLOCK dest, TTEXTCONTEXT& context,
-                     REGEXPOOL* pool, TQMDICO* dico);
+                     REGEXPOOL* pool, const TQMDICO* dico);
 
 #endif  // CONTENT_TEXT_PARSE_H_

@@ -1,0 +1,172 @@
+// Ways out of a mailing, and the pattern of lines. Both walk lines and look
+// for fixed words; a line is walked once however many URLs it holds. Entries:
+// GetUnsubText, AddUnsubText, LastUnsubLine, GetTextPattern. Tested by
+// text_parse_test.cc.
+
+#include "content/unsub_text.h"
+
+#include <string.h>
+
+namespace {
+
+// In the languages that rules are written for, as LowerConvTable leaves them.
+const char* const kOffers[] = {"unsub",         "remove",  "opt-out",
+                               "opt out",       "desabon", "desinscri",
+                               "no longer wish"};
+const char* const kDomainEnds[] = {".com", ".net", ".info", ".biz"};
+const char* const kFreeMail[] = {"yahoo.", "msn.", "hotmail.", "aol.",
+                                 "gmail."};
+const char kPostscript[] = "ps:";
+
+const uint32_t kMaxText = 25;    // bytes of a word or an address
+const uint32_t kMinAddress = 5;  // of an address or a URL
+
+bool HoldsAny(TBLOCK line, const char* const* words, uint32_t count) {
+  for (uint32_t i = 0; i < count; i++)
+    if (line.find(words[i]) >= 0) return true;
+  return false;
+}
+
+// Bytes of the line through a first "ps:"; 0 without one. That of "https:" is
+// none.
+uint32_t PostscriptLength(TBLOCK line) {
+  const uint32_t n = sizeof kPostscript - 1;
+  int32_t at = line.find(kPostscript);
+  while (at > 0 && TBLOCK::Is(line[static_cast<uint32_t>(at) - 1], bitLetter))
+    at = line.find(kPostscript, static_cast<uint32_t>(at) + n);
+  return at < 0 ? 0 : static_cast<uint32_t>(at) + n;
+}
+
+bool Offers(TBLOCK line) {
+  return HoldsAny(line, kOffers, sizeof kOffers / sizeof *kOffers) ||
+         PostscriptLength(line) > 0;
+}
+
+bool HoldsAddress(TBLOCK line) {
+  return line.findByte('@') >= 0 || line.find("www.") >= 0 ||
+         line.find("http://") >= 0;
+}
+
+// In small letters, unless it is there or the list is full.
+void AddText(TBLOCK text, uint32_t minimum, STRVECT& list) {
+  if (text.empty() || text.length < minimum || text.length > kMaxText ||
+      list.count() >= kMaxUnsubTexts)
+    return;
+  unsigned char bytes[kMaxText];
+  memcpy(bytes, text.pointer, text.length);
+  TBLOCK small(bytes, text.length);
+  small.convert(TBLOCK::LowerConvTable);
+  for (int32_t i = 0; i < list.count(); i++)
+    if (list.at(i)->view().equals(small, TBLOCK::NoConvTable)) return;
+  list.add(small);
+}
+
+TBLOCK LastWord(TBLOCK text) {
+  text.trimRight(bitWordSep);
+  uint32_t at = text.length;
+  while (at > 0 && !TBLOCK::Is(text[at - 1], bitWordSep)) at--;
+  return text.from(at);
+}
+
+// A run of bytes of an address, with one "@" and a dot behind it.
+bool IsMailWord(TBLOCK run) {
+  const int32_t at = run.findByte('@');
+  return at >= 0 && at == run.findLastByte('@') &&
+         run.findByte('.', static_cast<uint32_t>(at)) >= 0;
+}
+
+void AddMailWords(TBLOCK text, STRVECT& list) {
+  while (!text.empty()) {
+    uint32_t n = 0;
+    while (n < text.length && TBLOCK::Is(text[n], bitEmail)) n++;
+    if (IsMailWord(text.head(n))) AddText(text.head(n), kMinAddress, list);
+    text.skip(n + 1);
+  }
+}
+
+// Occurrences of a text, one behind the other, each looked for once.
+struct OCCURRENCES {
+  const char* wanted;
+  TBLOCK text;
+  int32_t next;  // -1: no more
+
+  void moveTo(int32_t start) {
+    if (next >= 0 && next < start)
+      next = text.find(wanted, static_cast<uint32_t>(start));
+  }
+};
+
+// The URL at that place, without the full stop behind it.
+TBLOCK UrlAt(TBLOCK text, int32_t at) {
+  text.skip(static_cast<uint32_t>(at));
+  uint32_t n = 0;
+  while (n < text.length && TBLOCK::Is(text[n], bitUrl)) n++;
+  text.cut(n);
+  while (!text.empty() && memchr(".,:;", text[text.length - 1], 4))
+    text.length--;
+  return text;
+}
+
+}  // namespace
+
+void AddUnsubText(TBLOCK line, STRVECT& list) {
+  line.skip(PostscriptLength(line));
+  OCCURRENCES www = {"www.", line, line.find("www.")};
+  OCCURRENCES http = {"http://", line, line.find("http://")};
+  int32_t done = 0;
+  while (list.count() < kMaxUnsubTexts) {
+    www.moveTo(done);
+    http.moveTo(done);
+    int32_t at = www.next;
+    if (at < 0 || (http.next >= 0 && http.next < at)) at = http.next;
+    const TBLOCK piece = line.from(static_cast<uint32_t>(done));
+    if (at < 0) {
+      AddMailWords(piece, list);
+      return;
+    }
+    const uint32_t ahead = static_cast<uint32_t>(at - done);
+    const TBLOCK url = UrlAt(line, at);
+    AddText(LastWord(piece.head(ahead)), 1, list);
+    AddText(url, kMinAddress, list);
+    AddMailWords(piece.head(ahead + url.length), list);
+    done = at + static_cast<int32_t>(url.length);
+  }
+}
+
+void GetUnsubText(TBLOCK text, STRVECT& list) {
+  list.clear();
+  bool offered = false;
+  while (!text.empty()) {
+    const TBLOCK line = TBLOCK::BlockNextLine(text);
+    const bool offers = Offers(line);
+    if ((offers || offered) && HoldsAddress(line)) AddUnsubText(line, list);
+    offered = offers;
+  }
+}
+
+TBLOCK LastUnsubLine(TBLOCK text) {
+  TBLOCK last;
+  while (!text.empty()) {
+    const TBLOCK line = TBLOCK::BlockNextLine(text);
+    if (Offers(line)) last = line;
+  }
+  return last;
+}
+
+void GetTextPattern(TBLOCK text, STR& pattern) {
+  pattern = "";
+  for (int32_t n = 0; n < kMaxPatternLines && !text.empty(); n++) {
+    TBLOCK line = TBLOCK::BlockNextLine(text);
+    line.trim();
+    const bool domain =
+        HoldsAny(line, kDomainEnds, sizeof kDomainEnds / sizeof *kDomainEnds);
+    if (line.empty())
+      pattern += 'e';
+    else if (!domain)
+      pattern += 'u';
+    else
+      pattern += HoldsAny(line, kFreeMail, sizeof kFreeMail / sizeof *kFreeMail)
+                     ? 'x'
+                     : 'd';
+  }
+}

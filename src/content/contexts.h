@@ -5,7 +5,8 @@
 // Views point into the text that was parsed, into the output, or into buffers
 // of the context: all must outlive the reading.
 //
-//   html_context.cc    the walk over the items, text and links
+//   html_context.cc    the walk over the items, and the text
+//   html_anchor.cc     links and what belongs to them
 //   html_collect.cc    what is collected of tags and attributes
 //   html_pattern.cc    the two patterns of the structure
 //   html_parse.cc      the whole of a body: items, charset, URLs that show
@@ -176,7 +177,7 @@ class THTMLCONTEXT {
   // names that they are not there.
   int tagParam(TBLOCK tag, const char* name, TBLOCK& value) const;
 
-  // ==== Links: html_context.cc
+  // ==== Links: html_anchor.cc
 
   // Cleans the URL in that attribute: 1, or 0 when there is none to follow.
   int parseUrl(TBLOCK tag, const char* name, TBLOCK& url);
@@ -184,17 +185,21 @@ class THTMLCONTEXT {
   // name is not on the list.
   static bool detectHideUrl(TBLOCK tag, const char* allowed, TBLOCK url);
   void closeAnchor();
+  // The words of a link's text, letters that stand apart joined.
   void addTextLink(TBLOCK text);
+  // Whether the picture of a link lies on the domain that it leads to.
   void checkExternalImg();
 
   // ==== Collections: html_collect.cc
 
   void parseMeta(TBLOCK tag);
+  void parseComment(TBLOCK block);
   void parseBackgroundImg(const THITEM& item);
   void addBadTag(TBLOCK tag);
   void addFontNames(TBLOCK tag);
   void addImgSize(TBLOCK width, TBLOCK height);
-  void addTag(const THITEM& item);
+  // 1 when the very same tag was met before.
+  int addTag(const THITEM& item);
   void addTagParams(const THITEM& item);
   void addTagParamValue(TBLOCK prefix, TBLOCK name, TBLOCK value);
 
@@ -234,6 +239,34 @@ class THTMLCONTEXT {
   void clearInvisible();
 
  private:
+  // html_context.cc
+  void doText(const THITEM& item, const TQMDICO* dico);
+  void outputText(const THITEM& item);
+  void findTextUrls(TBLOCK text, const TQMDICO* dico);
+  void doOpenTag(const THITEM& item);
+  void doCloseTag(THTMLTAG tag);
+  void doTail(const THITEM& item);
+  void openBody(const THITEM& item);
+  void openImg(TBLOCK tag);
+  void addImgSource(TBLOCK tag, TBLOCK src, TBLOCK alt);
+  void noteImgBeforeText(int32_t width, int32_t height, bool linked);
+  void popTableUntil(int32_t level);
+  // html_anchor.cc
+  void openAnchor(const THITEM& item);
+  void openLink(TBLOCK tag, const char* name, bool counts);
+  void flushOrphans(uint32_t begin, bool dropped);
+  // html_collect.cc
+  void noteTag(TBLOCK tag);
+  TBLOCK cleanUrl(TBLOCK tag, TBLOCK url);
+  void addTagValue(TBLOCK tag, const char* name, TBLOCKVECT& list);
+  void addStyleParams(TBLOCK prefix, TBLOCK style);
+  // html_pattern.cc
+  int addHtmlToken(const THITEM& item);
+  void addTableToken(const THITEM& item);
+  // html_parse.cc
+  void decodeOutput();
+  void keepViews();
+
   TBLOCK lastText;        // the run of text right before this item
   TBLOCK lastAnchorText;  // the last run, if it was inside an anchor
   // Of the open anchor.
@@ -247,6 +280,7 @@ class THTMLCONTEXT {
   uint64_t notedNames;  // pairs of letters that its attributes may begin with
 
   HASHTAB tagTable, paramTable;  // of tagTexts and of tagParams
+  BLOCK paramText;               // scratch
   THTMLTAG lastPatternTag, lastTableTag;
 
   unsigned char tableStack[kMaxTableStack];  // rows of tags

@@ -12,7 +12,9 @@ class REGEXPOOL;
 class TQMDICO;
 
 // Writes the visible text of `src` to dest.pointer, at most dest.length bytes,
-// and returns how many. No HTML is read yet: the text is always empty.
+// and returns how many. `context` is cleared, and afterwards tells all else;
+// its views point into both texts. `src` and `dest` must not overlap. WRITES
+// to `src`, which is parsed once. `dico` may be null.
 uint32_t QmHtmlParse(TBLOCK src, TBLOCK dest, THTMLCONTEXT& context,
                      REGEXPOOL* pool, TQMDICO* dico);
 

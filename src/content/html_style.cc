@@ -3,6 +3,28 @@
 
 #include "content/contexts.h"
 
+int32_t ParseHtmlColor(TBLOCK /*text*/) {
+  return kStyleUnset;
+}
+
+int GetFirstStyleProp(TBLOCK& cursor, TBLOCK& name, TBLOCK& value) {
+  return GetNextStyleProp(cursor, name, value);
+}
+
+int GetNextStyleProp(TBLOCK& cursor, TBLOCK& name, TBLOCK& value) {
+  while (!cursor.empty()) {
+    value = TBLOCK::BlockBeforeChar(cursor, ';', 0, 0);
+    const int32_t colon = value.findByte(':');
+    if (colon < 0) continue;
+    name = value.head(static_cast<uint32_t>(colon));
+    value.skip(static_cast<uint32_t>(colon) + 1);
+    name.trim();
+    value.trim();
+    return 1;
+  }
+  return 0;
+}
+
 void THTMLCONTEXT::clearStyles() {
   curColor = bodyTextColor = bodyLinkColor = kStyleUnset;
   curBackground = kStartBackground;

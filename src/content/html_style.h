@@ -21,6 +21,13 @@ const int16_t kStartFontSize = 16;
 // Tags that are open at one time; more are not remembered.
 const int32_t kMaxTagStack = 4096;
 
+// 0xRRGGBB, or kStyleUnset.
+int32_t ParseHtmlColor(TBLOCK text);
+// Walk "name:value;" declarations, without white space around both: 1, or 0
+// at the end. What has no ":" is passed over.
+int GetFirstStyleProp(TBLOCK& cursor, TBLOCK& name, TBLOCK& value);
+int GetNextStyleProp(TBLOCK& cursor, TBLOCK& name, TBLOCK& value);
+
 // What an open tag sets; kStyleUnset where it sets nothing.
 struct TTAGSTYLE {
   THTMLTAG tag;

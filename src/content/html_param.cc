@@ -115,7 +115,6 @@ void URLCLEANER::backslash() {
     if (!file) disguised++;
     write('/');
   } else {
-    last = '\\';
     out++;
   }
 }

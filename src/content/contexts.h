@@ -289,7 +289,7 @@ class THTMLCONTEXT {
   BLOCK viewStore;  // texts that had to leave the output
 
   friend uint32_t QmHtmlParse(TBLOCK src, TBLOCK dest, THTMLCONTEXT& context,
-                              REGEXPOOL* pool, TQMDICO* dico);
+                              REGEXPOOL* pool, const TQMDICO* dico);
 };
 
 class TTEXTCONTEXT {

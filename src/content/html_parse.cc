@@ -110,7 +110,7 @@ void THTMLCONTEXT::decodeOutput() {
 }
 
 uint32_t QmHtmlParse(TBLOCK src, TBLOCK dest, THTMLCONTEXT& context,
-                     REGEXPOOL* pool, TQMDICO* dico) {
+                     REGEXPOOL* pool, const TQMDICO* dico) {
   context.clear();
   context.output = dest;
   if (dest.empty()) context.output.clear();

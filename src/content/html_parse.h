@@ -16,6 +16,6 @@ class TQMDICO;
 // its views point into both texts. `src` and `dest` must not overlap. WRITES
 // to `src`, which is parsed once. `dico` may be null.
 uint32_t QmHtmlParse(TBLOCK src, TBLOCK dest, THTMLCONTEXT& context,
-                     REGEXPOOL* pool, TQMDICO* dico);
+                     REGEXPOOL* pool, const TQMDICO* dico);
 
 #endif  // CONTENT_HTML_PARSE_H_

@@ -30,20 +30,32 @@ uint32_t PictureBytes(const BLOCKPART& part) {
   return (coded + 3) / 4 * 3;
 }
 
-void AddPicture(const BLOCKPART& part, STR& sizes, STR& weights) {
-  // A picture that the HTML shows will be left out of the sizes here, once
-  // the sources of the HTML's pictures are known.
+void AddPictureSize(const BLOCKPART& part, STR& sizes) {
   sizes += part.imageKind;
   _IntOnThree(part.width, sizes);
   sizes += 'x';
   _IntOnThree(part.height, sizes);
+}
+
+void AddPictureWeight(const BLOCKPART& part, STR& weights) {
   const uint32_t kilobytes = PictureBytes(part) / 1024;
   weights += kilobytes < kWeightCount ? kWeights[kilobytes] : '%';
+}
+
+// The identifiers of parts that pictures of the HTML name.
+void CollectSources(const TIMGVECT& images, HASHTAB& sources) {
+  for (int32_t i = 0; i < images.count(); i++) {
+    const TBLOCKURL& url = images.get(i)->url;
+    if (url.proto == upCid) sources.insert(url.file, nullptr);
+  }
 }
 
 }  // namespace
 
 void TQMMSG::describeParts() {
+  HASHTAB shown;
+  shown.maxProbes = kHostileProbes;
+  CollectSources(htmlContext.images, shown);
   STR adn;
   OITER walk(&message.parts);
   while (const void* item = walk.next()) {
@@ -57,7 +69,10 @@ void TQMMSG::describeParts() {
       if ((part->flags & pfAttachment) && !IsPicture(*part)) attachmentCount++;
     }
     part->parseZipPart();
-    // The part's contentId joins the hidden identifiers here.
-    if (part->imageKind) AddPicture(*part, imageSizes, imageWeights);
+    hiddenIds.insert(part->contentId, nullptr);
+    if (!part->imageKind) continue;
+    // What the HTML shows has its size there.
+    if (shown.findKey(part->contentId) < 0) AddPictureSize(*part, imageSizes);
+    AddPictureWeight(*part, imageWeights);
   }
 }

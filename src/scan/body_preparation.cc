@@ -10,6 +10,7 @@
 
 #include "content/html_parse.h"
 #include "content/text_parse.h"
+#include "content/unsub_text.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -110,7 +111,7 @@ void TQMMSG::parseBody() {
   setTags();
   // Phone numbers of the body are collected here.
   getAdnCounts();
-  // The fingerprint of the HTML and the names of its fonts are taken here.
+  // The fingerprint of the HTML is taken here.
   getDatesAdn(datesAdn);
   dropRegexFields();
 }
@@ -131,7 +132,8 @@ void TQMMSG::prepareText() {
 }
 
 // An HTML body is the body even when it shows no text at all. When nothing is
-// left ahead of the answers, they are all that there is to read.
+// left ahead of the answers, they are all that there is to read: parsing writes
+// to what it reads, so a copy of the whole is kept behind the output for that.
 void TQMMSG::prepareHtml() {
   TBLOCK source = message.getHtmlBlock();
   if (source.empty()) return;
@@ -139,22 +141,21 @@ void TQMMSG::prepareHtml() {
   Fold(source);
   TBLOCK own = source;
   answersRemoved = removeAnswers(own, answerCount);
-  TBLOCK copy = CopyToParse(own, htmlStore);
-  uint32_t shown = QmHtmlParse(own, copy, htmlContext, pool, &dico);
-  if (shown == 0 && answersRemoved) {
-    copy = CopyToParse(source, htmlStore);
-    shown = QmHtmlParse(source, copy, htmlContext, pool, &dico);
+  const uint32_t room = source.length + kParseReserve;
+  htmlStore.reset();
+  if (htmlStore.addSpace(answersRemoved ? room + source.length : room)) {
+    TBLOCK whole(htmlStore.data + room, source.length);
+    if (answersRemoved) memcpy(whole.pointer, source.pointer, source.length);
+    TBLOCK output(htmlStore.data, own.length + kParseReserve);
+    output.length = QmHtmlParse(own, output, htmlContext, pool, &dico);
+    if (output.length == 0 && answersRemoved) {
+      output.length = room;
+      output.length = QmHtmlParse(whole, output, htmlContext, pool, &dico);
+    }
+    html = output;
   }
-  html = copy.head(shown);
   body = html;
 }
-
-// Links of the HTML, else of the text, are chosen here, those of virus
-// scanners' home pages dropped; their domains, numbers and fingerprints follow.
-void TQMMSG::prepareLinks() {}
-
-// Pictures of the HTML are counted here, with fingerprints of where they are.
-void TQMMSG::prepareImages() {}
 
 // Decoding has counted the letters of an encoded body before; that they count
 // again here, with those of a body in plain bytes, is deliberate.
@@ -163,7 +164,7 @@ void TQMMSG::prepareCharsets() {
     messageCharset = message.charset;
     if (message.htmlPart)
       messageCharset.addZoneCounts(message.htmlPart->charset);
-    // The counts of the charset that the HTML names itself join here.
+    messageCharset.addZoneCounts(htmlContext.charset);
   } else if (message.textPart) {
     messageCharset = message.textPart->charset;
   }
@@ -172,9 +173,6 @@ void TQMMSG::prepareCharsets() {
   subjectCharset.zoneUpdate(subject);
   addCharsetToHdr();
 }
-
-// Fingerprints of the hidden identifiers are taken here.
-void TQMMSG::prepareIds() {}
 
 // A message of attachments alone is not empty.
 void TQMMSG::checkEmptyBody() {
@@ -188,8 +186,13 @@ void TQMMSG::checkEmptyBody() {
       msgContext.emptyBody = 0;
 }
 
-// Texts that offer to unsubscribe are collected here.
-void TQMMSG::prepareUnsub() {}
+// Of HTML only the last line that offers to unsubscribe is looked at.
+void TQMMSG::prepareUnsub() {
+  if (bodyIsHtml)
+    AddUnsubText(LastUnsubLine(body), unsubLines);
+  else
+    GetUnsubText(text, unsubLines);
+}
 
 void TQMMSG::parseWords() {
   // The words of the subject, of the sender's display name and of the body's

@@ -1,0 +1,350 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "content/block_phone.h"
+#include "message/block_received.h"
+#include "scan/tqmmsg.h"
+
+namespace {
+
+std::string Text(TBLOCK view) {
+  if (view.empty()) return "";
+  return std::string(reinterpret_cast<const char*>(view.pointer), view.length);
+}
+
+// "-" for none; else the elements, each in brackets.
+std::string Dump(const TBLOCKVECT& list) {
+  std::string out;
+  for (int32_t i = 0; i < list.count(); i++)
+    out += "[" + Text(list.get(i)) + "]";
+  return out.empty() ? "-" : out;
+}
+
+// By the table of names, so that name and number are tested together.
+int32_t NumberOf(const std::string& name) {
+  const std::string names = "," + std::string(_REGEXFIELDNAMES) + ",";
+  const size_t at = names.find("," + name + ",");
+  if (at == std::string::npos) return 0;
+  int32_t number = 1;
+  for (size_t i = 1; i <= at; i++) number += names[i] == ',';
+  return number;
+}
+
+class RuleFieldsTest : public ::testing::Test {
+ protected:
+  RuleFieldsTest() : m(nullptr, nullptr, nullptr, 0, 0) {}
+  void load(const std::string& text) {
+    m.loadFromBlock(TBLOCK(text.data(), static_cast<uint32_t>(text.size())), "",
+                    1);
+    m.parseWords();
+  }
+  std::string field(const std::string& name) {
+    return Dump(m.regexFields(NumberOf(name), TBLOCK()));
+  }
+  // The name as a rule holds it: there is no NUL behind it.
+  std::string header(const std::string& name) {
+    const std::unique_ptr<char[]> exact(new char[name.size()]);
+    name.copy(exact.get(), name.size());
+    return Dump(m.regexFields(
+        kFieldHdr, TBLOCK(exact.get(), static_cast<uint32_t>(name.size()))));
+  }
+  struct Row {
+    const char* name;
+    const char* elements;
+  };
+  void expectRows(const std::vector<Row>& rows) {
+    for (const Row& row : rows)
+      EXPECT_EQ(row.elements, field(row.name)) << row.name;
+  }
+  TQMMSG m;
+};
+
+TEST_F(RuleFieldsTest, BeforeAnythingIsRead) {
+  const std::string oneEmpty =
+      ",Id,Bound,Subject,From,Content,FirstLine,LastLine,Mailer,ContentType,"
+      "MimeType,Multipart,Tags,AdnRcvd,Labo,AdnLabo,AdnId,RcvdFrom,RcvdBy,"
+      "RcvdWith,AdnParts,";
+  const std::string names = std::string(_REGEXFIELDNAMES) + ",";
+  int32_t number = 0;
+  for (size_t begin = 0, end; begin < names.size(); begin = end + 1) {
+    end = names.find(',', begin);
+    const std::string name = names.substr(begin, end - begin);
+    const char* expected = oneEmpty.find("," + name + ",") != std::string::npos
+                               ? "[]"
+                           : name == "SpamState" ? "[0]"
+                           : name == "SpamType"  ? "[ham]"
+                           : name == "Score"     ? "[0000;0000;0000]"
+                           : name == "Agent"     ? "[98]"
+                                                 : "-";
+    EXPECT_EQ(expected, Dump(m.regexFields(++number, TBLOCK("all")))) << name;
+  }
+  EXPECT_EQ(kRuleFieldCount, number);
+}
+
+TEST_F(RuleFieldsTest, NumbersThatAreNone) {
+  load("Message-Id: <a@b>\r\n\r\n");
+  for (int32_t number : {0, 122, -122, 1 << 30, INT32_MIN})
+    EXPECT_EQ("-", Dump(m.regexFields(number, TBLOCK("Message-Id")))) << number;
+  EXPECT_EQ("[a@b]", Dump(m.regexFields(-1, TBLOCK())));
+  TBLOCKVECT list(1);
+  list.add(TBLOCK("old"), 0, 0);
+  m.setRegexFields(-1, TBLOCK(), list);
+  EXPECT_EQ("[a@b]", Dump(list));
+  m.setRegexFields(0, TBLOCK("Message-Id"), list);
+  EXPECT_EQ("-", Dump(list));
+}
+
+const char kMail[] =
+    "Received: from a by b\r\nReceived: \" from c by d \"\r\n"
+    "Message-Id: <id@a.example>\r\nSubject:  =?utf-8?q?s_=C3=A9?= \r\n"
+    "From: Anna <AnnaSmith.Jo@x.example>\r\nReply-To: R <r@x.example>\r\n"
+    "To: t@x.example\r\nCc: c@x.example\r\nX-MimeOLE: ole\r\n"
+    "Date: Mon, 3 Mar 2008 10:00:00 +0100\r\nUser-Agent: PHPMailer 1\r\n"
+    "Thread-Index: ti\r\nX-Spam-Status: 'Yes' \r\nX-Spam-Status: No\r\n"
+    "Content-Transfer-Encoding: 8bit\r\n"
+    "Content-Type: multipart/mixed; boundary=\"B1\"; charset=us-ascii\r\n\r\n"
+    "--B1\r\nContent-Type: text/plain; charset=utf-8\r\nX-P: text\r\n\r\n"
+    "Name: x\r\nCity: y\r\n\r\n  last \r\n"
+    "--B1\r\nContent-Type: text/html; charset=UTF-8\r\nX-P: html\r\n\r\n\r\n"
+    "--B1\r\nContent-Type: application/x; name=\"b.pdf\"\r\n"
+    "Content-Disposition: attachment\r\n\r\nx\r\n"
+    "--B1\r\nContent-Disposition: attachment; filename=\"z.zip\"\r\n"
+    "Content-Transfer-Encoding: base64\r\n\r\n"
+    "UEsDBBQAAAAAAAAAAAAAAAAAAAAAAAAAAAAFAAAAYS5leGU=\r\n--B1--\r\n";
+
+TEST_F(RuleFieldsTest, FromARealMessage) {
+  m.setProfileInfo(0, "p,q");
+  m.setParams("b\n a ");
+  load(kMail);
+  expectRows({
+      {"Id", "[id@a.example]"},
+      {"Bound", "[B1]"},
+      {"Subject", "[s \xE9]"},
+      {"From", "[Anna <AnnaSmith.Jo@x.example>]"},
+      {"Charset", "[us-ascii][utf-8]"},
+      {"Content", "[Name: x\r\nCity: y\r\n\r\n  last]"},
+      {"FirstLine", "[Name: x]"},
+      {"LastLine", "[last]"},
+      {"Mailer", "[PHPMailer 1]"},
+      {"MimeType", "[multipart/mixed]"},
+      {"Multipart", "[mixed]"},
+      {"Tags", "[HTA]"},
+      {"Filename", "[b.pdf][z.zip]"},
+      {"Received", "[from a by b][from c by d]"},
+      {"Rcvd", "[]"},
+      {"XSpamStatus", "[Yes]"},
+      {"Thid", "[ti]"},
+      {"Addr", "[AnnaSmith.Jo@x.example]"},
+      {"Alias", "[Anna]"},
+      {"User", "[AnnaSmith.Jo]"},
+      {"Date", "[Mon, 3 Mar 2008 10:00:00 +0100]"},
+      {"Agent", "[12]"},
+      {"To", "[t@x.example]"},
+      {"AddrWords", "[Anna][Smith]"},
+      {"Replyto", "[r@x.example]"},
+      {"Encoding", "[8bit]"},
+      {"Ole", "[ole]"},
+      {"Lines", "[Name: x][City: y][last]"},
+      {"Tokens", "[name][city]"},
+      {"AttExt", "[b.pdf][exe]"},
+      {"Cc", "[c@x.example]"},
+      {"PartMimeType", "[text/plain][text/html][application/x]"},
+      {"Zip", "[@z.zip:0a.exe]"},
+      {"Profil", "[p,q]"},
+      {"Param", "[b][a]"},
+  });
+}
+
+// Capitals with two or more small letters of ASCII behind them.
+TEST_F(RuleFieldsTest, AddressWords) {
+  const Row rows[] = {
+      {"ABc", "-"},
+      {"aBcd", "[Bcd]"},
+      {"BcdEfg", "[Bcd][Efg]"},
+      {"XYzz", "[Yzz]"},
+      {"B\xE9\xE9"
+       "cd",
+       "-"},
+      {"Abc-dE", "[Abc]"},
+      {"Ab", "-"},
+      {"abc", "-"},
+  };
+  for (const Row& row : rows) {
+    load("From: " + std::string(row.name) + "@Xyz.example\r\n\r\n");
+    EXPECT_EQ(row.elements, field("AddrWords")) << row.name;
+  }
+}
+
+TEST_F(RuleFieldsTest, HeaderFieldByName) {
+  load(kMail);
+  const Row rows[] = {
+      {"received", "[from a by b]"},  // the first one
+      {"X-SPAM-STATUS", "[Yes]"},
+      {"X-Spam", "-"},
+      {"", "-"},
+      {"text-", "-"},
+      {"X-P", "-"},
+      {"text-x-p", "[text]"},
+      {"HTML-X-P", "[html]"},
+      {"html-All", "[Content-Type: text/html; charset=UTF-8][X-P: html]"},
+      {"text-Subject", "-"},
+      {"Subject", "[=?utf-8?q?s_=C3=A9?=]"},
+  };
+  for (const Row& row : rows)
+    EXPECT_EQ(row.elements, header(row.name)) << row.name;
+  EXPECT_EQ(m.message.fields.count(),
+            m.regexFields(kFieldHdr, TBLOCK("aLL")).count());
+  const int32_t read = m.fieldsRead;
+  header("Subject");
+  EXPECT_EQ(read, m.fieldsRead);
+  load("Content-Type: text/plain\r\n\r\nx");
+  EXPECT_EQ("[text/plain]", header("text-content-type"));
+  EXPECT_EQ("-", header("html-content-type"));
+}
+
+void AddLink(TLINKVECT& links, int32_t proto, const char* text,
+             const char* tld) {
+  TLINKRECORD link = {};
+  link.url.proto = proto;
+  link.url.url = TBLOCK(text);
+  link.url.host = TBLOCK(text + 4);
+  link.url.path = TBLOCK("/p");
+  link.url.query = TBLOCK("q");
+  link.url.tld = TBLOCK(tld);
+  link.texts = new TBLOCKVECT(2);
+  link.texts->add(TBLOCK("same "), 1, 0);
+  link.texts->add(TBLOCK(text), 1, 0);
+  links.BLOCK::add(&link, sizeof link);
+}
+
+TEST_F(RuleFieldsTest, LinksAndPictures) {
+  load("");
+  TLINKVECT links;
+  AddLink(links, upHttp, "HTTP://a", "co.uk");
+  AddLink(links, upHttps, "https://b", "de");
+  AddLink(links, upNone, "www.c", "com");
+  AddLink(links, upMailto, "mailto:d", "DE");
+  AddLink(links, upHttp, "http://192", "");
+  m.links = &links;
+  TIMGRECORD image = {};
+  image.url.url = TBLOCK("cid:1");
+  image.url.file = TBLOCK("f");
+  for (int32_t proto : {upCid, upHttp}) {
+    image.url.proto = proto;
+    m.htmlContext.images.BLOCK::add(&image, sizeof image);
+  }
+  m.urlAdns.add("l.l");
+  m.urlAdns.add("u");
+  expectRows({
+      {"Url", "[HTTP://a][https://b][www.c][mailto:d][http://192]"},
+      {"HttpHost", "[://a][s://b][://192]"},
+      {"http", "[a][www.c][192]"},
+      {"UrlPath", "[/p]"},
+      {"UrlParam", "[q][q][q][q][q]"},
+      {"Linktext", "[same][HTTP://a][https://b][www.c][mailto:d][http://192]"},
+      {"Country", "[uk][de]"},
+      {"Img", "[cid:1]"},
+      {"ImgFile", "[f]"},
+      {"AdnUrl2", "[l.l,u]"},
+      {"ImgLink", "-"},
+  });
+}
+
+// What is not parsed yet is read from where it will be.
+TEST_F(RuleFieldsTest, FromLaterParsers) {
+  load("Received: x\r\n\r\n");
+  BLOCKRECEIVED first, second;
+  TBLOCK* const clauses[] = {&first.text, &first.from, &first.by, &first.with,
+                             &first.id};
+  const char* const words[] = {"text", "from", "by", "with", "id"};
+  for (int i = 0; i < 5; i++) *clauses[i] = TBLOCK(words[i]);
+  first.adn = "template";
+  second.text = TBLOCK("second");
+  m.received.insert(&first, 1);
+  m.received.insert(&second, 1);
+  m.firstReceived = &first;
+  m.secondReceived = &second;
+  BLOCKPHONE phone;
+  phone.text = TBLOCK("O1");
+  phone.digits = "01";
+  m.phones.insert(&phone, 1);
+  m.bodyWords.add(TBLOCK("w"), 0, 0);
+  m.htmlContext.linkWords.add(TBLOCK("lw"), 0, 0);
+  m.htmlContext.tablePattern = std::string(60, 't').c_str();
+  m.htmlContext.badTags.incBlockCount(TBLOCK("<bad>"), 2);
+  expectRows({{"AdnRec", "[template]"},
+              {"Rcvd", "[text]"},
+              {"AdnRcvd", "[template]"},
+              {"Labo", "[second]"},
+              {"AdnLabo", "[]"},
+              {"RcvdFrom", "[from]"},
+              {"RcvdBy", "[by]"},
+              {"RcvdWith", "[with]"},
+              {"ById", "[id]"},
+              {"Phone", "[01]"},
+              {"Words", "[w][lw]"},
+              {"BadTag", "[<bad>]"}});
+  EXPECT_EQ("[" + std::string(50, 't') + "]", field("AdnTable"));
+  EXPECT_EQ("[" + std::string(60, 't') + "]", field("Table"));
+  m.received.remove(&first);
+  m.received.remove(&second);
+  m.phones.remove(&phone);
+}
+
+TEST_F(RuleFieldsTest, FieldsOfTheLedgerAreNeverKept) {
+  load("");
+  EXPECT_EQ("-", field("SpamCause"));
+  m.addToSpamScore(1234567, "x", 1);
+  m.ledger.whiteScoring = 1;
+  m.addToSpamScore(-50, "y", 1);
+  expectRows({{"SpamState", "[1]"},
+              {"SpamType", "[spam]"},
+              {"SpamCause", "[x (1234567);y (-50)]"},
+              {"Score", "[1234517;-0050;1234567]"}});
+  m.ledger.state = ssCommercialM;
+  expectRows({{"SpamState", "-"}, {"SpamType", "[MCE]"}});
+  m.ledger.state = 4;
+  expectRows({{"SpamState", "[4]"}, {"SpamType", "-"}});
+}
+
+// A list stays as it is, with the texts that were made for it, whatever else is
+// asked for, until its source changes.
+TEST_F(RuleFieldsTest, Keeping) {
+  m.loadFromBlock(TBLOCK("Subject: a\r\n\r\nbody"), "", 0);
+  m.parseHeader();
+  m.urlAdns.add("u");
+  m.imageAdns.add("i");
+  const TBLOCKVECT& joined = m.regexFields(NumberOf("AdnUrl2"), TBLOCK());
+  const unsigned char* bytes = joined.get(0).pointer;
+  m.urlAdns.add("v");
+  TBLOCKVECT copy(0);
+  for (int32_t number = 1; number <= kRuleFieldCount; number++)
+    m.setRegexFields(number, TBLOCK("all"), copy);
+  EXPECT_EQ("[u]", Dump(joined));
+  EXPECT_EQ(bytes, joined.get(0).pointer);
+  EXPECT_EQ("[i]", field("ImgLink"));
+
+  EXPECT_EQ("[]", field("Content"));
+  m.parseBody();
+  EXPECT_EQ("[body]", field("Content"));
+  EXPECT_EQ("[u,v]", field("AdnUrl2"));
+  m.bodyWords.add(TBLOCK("w"), 0, 0);
+  EXPECT_EQ("[w]", field("Words"));
+  m.bodyWords.add(TBLOCK("x"), 0, 0);
+  m.parseWords();
+  EXPECT_EQ("[w][x]", field("Words"));
+  char lines[] = "Subject: b\r\n";
+  EXPECT_EQ("[a]", field("Subject"));
+  m.changeHeader(TBLOCK(lines));
+  EXPECT_EQ("[b]", field("Subject"));
+  m.setParams("p");
+  m.loadFromBlock(TBLOCK("Subject: c\r\n\r\n"), "", 1);
+  expectRows({{"Subject", "[c]"}, {"Param", "[p]"}, {"AdnUrl2", "-"}});
+  m.setParams("q");
+  EXPECT_EQ("-", field("Param"));
+}
+
+}  // namespace

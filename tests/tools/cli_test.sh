@@ -268,7 +268,7 @@ stderr_has 'pass-through' 'through: state 0 (clean), score 0'
 } >../want
 expect 'pass-through of an mbox, one refused' 65 fake scan --pass-through box2
 
-# ---- fields: every value on a line of ASCII; as JSON the bytes themselves
+# ---- fields: every element on a line of ASCII; as JSON the bytes themselves
 
 printf '%b' 'Subject: a\\b \0033\0344\r\nFrom: <x@example.org>\r\n' \
   'Date: Mon, 3 Mar 2008 10:00:00 +0100\r\n' \
@@ -281,22 +281,27 @@ while read -r line; do
   grep -qxF -- "$line" ../out || fail "fields: no line '$line': $(cat ../out)"
 done <<'EOF'
 file: parts
-subject: a\\b \x1B\xE4
-from: <x@example.org>
-to:
 date: utc=1204534800 local=1204538400 zone=100/3600 weekDay=2 error=0
-first-line: Name: x
-last-line: last line
-field-tokens: name
-field-tokens: city
 content-types: multipart/mixed
+1 Id:
+7 Subject: a\\b \x1B\xE4
+12 From: <x@example.org>
+18 FirstLine: Name: x
+20 @Hdr: From: <x@example.org>
+34 Filename: p.txt
+35 Received
+61 To
+102 Tokens: name
+102 Tokens: city
+105 Score: 0000;0000;0000
+121 ImgDomain
 EOF
 grep -q '^tree: multipart/mixed 1\[[^]]*\] text=0 .*display=p.txt' ../out ||
   fail "fields: $(grep tree ../out)"
 "$cli" fields --json - <parts >../json
-for text in '{"file":"-","fields":{"tree":["multipart/mixed 1[' \
-  "\"subject\":[\"a\\\\b \\u001b$(printf '\303\244')\"]," '"to":[],' \
-  '"field-tokens":["name","city"],'; do
+for text in '{"file":"-","fields":{"Id":[""],"Bound":["b"],"Url":[],' \
+  "\"Subject\":[\"a\\\\b \\u001b$(printf '\303\244')\"]," '"To":[],' \
+  '"Tokens":["name","city"],' '"parsed":{"tree":["multipart/mixed 1['; do
   grep -qF -- "$text" ../json || fail "fields --json: no $text: $(cat ../json)"
 done
 {
@@ -363,7 +368,8 @@ done
 # Nothing of a message ends a line or reaches a terminal as it is.
 rm -f ../want
 expect 'fields of the samples' 0 "$cli" fields "$samples"
-grep -avxE '([a-z-]+:( [ -~]*)?)?' ../out >../err &&
+grep -avxE '([a-z-]+:( [ -~]*)?|[0-9]+ @?[A-Za-z0-9]+(:( [ -~]+)?)?)?' ../out \
+  >../err &&
   fail "fields of the samples: $(cat ../err)"
 
 [ "$failures" -eq 0 ] && echo "all passed"

@@ -1,7 +1,8 @@
-// quaymarsh fields: what the engine reads in a message, one value a line, so
-// that two messages or two builds can be compared by diff. It looks inside: it
-// parses with the same code as a scan, but without a check or a verdict. What
-// is printed stands in one table, kFields. Tested by tests/tools/cli_test.sh.
+// quaymarsh fields: every field that a rule can ask for, with its elements, and
+// some of what the parsers found besides, one value a line, so that two
+// messages or two builds can be compared by diff. It looks inside: it parses
+// with the same code as a scan, but without a check or a verdict. Tested by
+// tests/tools/cli_test.sh.
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -16,16 +17,22 @@
 #include "dump/dump.h"
 #include "mail_source.h"
 #include "printable.h"
+#include "rules/qm_dico.h"
 #include "scan/tqmmsg.h"
 
 namespace {
+
+std::string BytesOf(TBLOCK text) {
+  if (text.empty()) return "";
+  return std::string(reinterpret_cast<const char*>(text.pointer), text.length);
+}
 
 struct Value {
   std::string text;
   bool isDump;  // a line already, with the message's bytes escaped
 };
 
-// The elements of one field.
+// What is printed under one name.
 class Values {
  public:
   std::vector<Value> list;
@@ -33,38 +40,21 @@ class Values {
   void dump(const std::string& line) { list.push_back({line, true}); }
   // A text that is not there is no element.
   void add(TBLOCK text) {
-    if (!text.empty()) addElement(text);
-  }
-  void add(const STR& text) { add(text.view()); }
-  void add(const STRVECT& texts) {
-    for (int32_t i = 0; i < texts.count(); i++) addElement(texts.at(i)->view());
+    if (!text.empty()) list.push_back({BytesOf(text), false});
   }
   void add(const TBLOCKVECT& texts) {
-    for (int32_t i = 0; i < texts.count(); i++) addElement(texts.get(i));
-  }
-
- private:
-  void addElement(TBLOCK text) {
-    const char* bytes = reinterpret_cast<const char*>(text.pointer);
-    list.push_back(
-        {std::string(text.empty() ? "" : bytes, text.length), false});
+    for (int32_t i = 0; i < texts.count(); i++)
+      list.push_back({BytesOf(texts.get(i)), false});
   }
 };
 
-void AddArchives(const TQMMSG& m, Values& v) {
-  OITER walk(&m.message.parts);
-  while (const void* item = walk.next())
-    v.add(static_cast<const BLOCKPART*>(item)->archiveText);
-}
-
-struct Field {
+struct Extra {
   const char* name;
   void (*get)(const TQMMSG& m, Values& v);
 };
 
-// In the order of printing. Lower case: these are values of the engine, no
-// fields that a rule can name.
-const Field kFields[] = {
+// In the order of printing: what no rule field shows.
+const Extra kExtras[] = {
     {"tree", [](const TQMMSG& m, Values& v) { v.dump(DumpTree(m.message)); }},
     {"content-types",
      [](const TQMMSG& m, Values& v) { v.add(m.message.contentTypes); }},
@@ -84,31 +74,35 @@ const Field kFields[] = {
      [](const TQMMSG& m, Values& v) { v.add(m.subjectCharset.name); }},
     {"from-charset",
      [](const TQMMSG& m, Values& v) { v.add(m.fromCharset.name); }},
-    {"subject", [](const TQMMSG& m, Values& v) { v.add(m.subject); }},
-    {"from", [](const TQMMSG& m, Values& v) { v.add(m.from); }},
-    {"to", [](const TQMMSG& m, Values& v) { v.add(m.to); }},
-    {"cc", [](const TQMMSG& m, Values& v) { v.add(m.cc); }},
     {"reply-to", [](const TQMMSG& m, Values& v) { v.add(m.replyTo); }},
     {"return-path", [](const TQMMSG& m, Values& v) { v.add(m.returnPath); }},
     {"sender", [](const TQMMSG& m, Values& v) { v.add(m.sender); }},
-    {"mailer", [](const TQMMSG& m, Values& v) { v.add(m.mailer); }},
     {"mailer-name", [](const TQMMSG& m, Values& v) { v.add(m.mailerName); }},
-    {"message-id", [](const TQMMSG& m, Values& v) { v.add(m.messageId); }},
-    {"boundary", [](const TQMMSG& m, Values& v) { v.add(m.boundary); }},
-    {"first-line", [](const TQMMSG& m, Values& v) { v.add(m.firstLine); }},
-    {"last-line", [](const TQMMSG& m, Values& v) { v.add(m.lastLine); }},
-    {"field-tokens", [](const TQMMSG& m, Values& v) { v.add(m.fieldTokens); }},
-    {"attachment-adns",
-     [](const TQMMSG& m, Values& v) { v.add(m.attachAdns); }},
-    {"attachment-content-adns",
-     [](const TQMMSG& m, Values& v) { v.add(m.attachContentAdns); }},
-    {"archives", AddArchives},
-    {"image-sizes", [](const TQMMSG& m, Values& v) { v.add(m.imageSizes); }},
-    {"image-weights",
-     [](const TQMMSG& m, Values& v) { v.add(m.imageWeights); }},
-    {"type-adn", [](const TQMMSG& m, Values& v) { v.add(m.typeAdn); }},
-    {"tags", [](const TQMMSG& m, Values& v) { v.add(m.tags); }},
 };
+
+struct RuleField {
+  std::string name;
+  std::vector<std::string> elements;
+};
+
+// All rule fields, in the order of their numbers. Of "@Hdr", which takes the
+// name of a header field, all fields of the header.
+std::vector<RuleField> ReadRuleFields(TQMMSG& m) {
+  std::vector<RuleField> fields;
+  const std::string names = std::string(_REGEXFIELDNAMES) + ",";
+  size_t begin = 0;
+  while (begin < names.size()) {
+    const size_t end = names.find(',', begin);
+    RuleField field{names.substr(begin, end - begin), {}};
+    begin = end + 1;
+    const TBLOCKVECT& elements =
+        m.regexFields(static_cast<int32_t>(fields.size()) + 1, TBLOCK("All"));
+    for (int32_t i = 0; i < elements.count(); i++)
+      field.elements.push_back(BytesOf(elements.get(i)));
+    fields.push_back(field);
+  }
+  return fields;
+}
 
 // UTF-8 in which each byte is the character of that code point, so that a
 // reader gets the bytes back whatever they are.
@@ -139,8 +133,8 @@ class FieldsRun : public MailVisitor {
   int exitCode() const { return firstError_; }
 
  private:
-  void printText(const Mail& mail, const TQMMSG& message);
-  void printJson(const Mail& mail, const TQMMSG& message);
+  void printText(const Mail& mail, TQMMSG& message);
+  void printJson(const Mail& mail, TQMMSG& message);
 
   const bool json_;
   const std::unique_ptr<SPEEDUPCONTEXT> context_;
@@ -160,39 +154,66 @@ void FieldsRun::visitMail(const Mail& mail) {
   const TBLOCK text(mail.text.data(), static_cast<uint32_t>(mail.text.size()));
   if (!message->loadFromBlock(text, nullptr, 0)) throw std::bad_alloc();
   message->parse(0);
+  message->parseWords();
   if (json_)
     printJson(mail, *message);
   else
     printText(mail, *message);
 }
 
-// One line a value; the bare name for a field without one. An empty line
+// "NUMBER NAME: ELEMENT", one element a line; an empty one has no text behind
+// the ":", and a field without elements a line without ":".
+std::string RuleFieldLines(const std::vector<RuleField>& fields) {
+  std::string out;
+  int number = 0;
+  for (const RuleField& field : fields) {
+    const std::string name = std::to_string(++number) + " " + field.name;
+    if (field.elements.empty()) out += name + "\n";
+    for (const std::string& text : field.elements) {
+      out += name + ":";
+      if (!text.empty())
+        out += " " + EscapeBytes(TBLOCK(text.data(),
+                                        static_cast<uint32_t>(text.size())));
+      out += "\n";
+    }
+  }
+  return out;
+}
+
+// One line a value; the bare name for one that is not there. An empty line
 // stands between two messages.
-void FieldsRun::printText(const Mail& mail, const TQMMSG& message) {
+void FieldsRun::printText(const Mail& mail, TQMMSG& message) {
   std::string out = any_ ? "\n" : "";
   any_ = true;
   out += "file: " + Printable(mail.name) + "\n";
-  for (const Field& field : kFields) {
+  for (const Extra& extra : kExtras) {
     Values values;
-    field.get(message, values);
-    if (values.list.empty()) out += std::string(field.name) + ":\n";
+    extra.get(message, values);
+    if (values.list.empty()) out += std::string(extra.name) + ":\n";
     for (const Value& value : values.list) {
       const TBLOCK text(value.text.data(),
                         static_cast<uint32_t>(value.text.size()));
-      out += std::string(field.name) + ": " +
+      out += std::string(extra.name) + ": " +
              (value.isDump ? value.text : EscapeBytes(text)) + "\n";
     }
   }
+  out += RuleFieldLines(ReadRuleFields(message));
   fputs(out.c_str(), stdout);
 }
 
-void FieldsRun::printJson(const Mail& mail, const TQMMSG& message) {
+void FieldsRun::printJson(const Mail& mail, TQMMSG& message) {
   nlohmann::ordered_json line;
   line["file"] = ToUtf8(mail.name);
-  for (const Field& field : kFields) {
-    Values values;
-    field.get(message, values);
+  for (const RuleField& field : ReadRuleFields(message)) {
     nlohmann::ordered_json& list = line["fields"][field.name];
+    list = nlohmann::ordered_json::array();
+    for (const std::string& text : field.elements)
+      list.push_back(BytesAsCodePoints(text));
+  }
+  for (const Extra& extra : kExtras) {
+    Values values;
+    extra.get(message, values);
+    nlohmann::ordered_json& list = line["parsed"][extra.name];
     list = nlohmann::ordered_json::array();
     for (const Value& value : values.list)
       list.push_back(BytesAsCodePoints(value.text));

@@ -104,6 +104,7 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
       ruleFields(),
       noElements(0) {
   domains.setRecSize(kDigestBytes);
+  hiddenIds.maxProbes = kHostileProbes;
 }
 
 TQMMSG::~TQMMSG() {

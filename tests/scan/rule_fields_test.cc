@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -41,8 +42,16 @@ class RuleFieldsTest : public ::testing::Test {
                     1);
     m.parseWords();
   }
-  std::string field(const std::string& name) {
-    return Dump(m.regexFields(NumberOf(name), TBLOCK()));
+  // The dumps of several fields, with blanks between them.
+  std::string fields(const std::string& names) {
+    std::string out;
+    for (size_t begin = 0, end; begin < names.size(); begin = end + 1) {
+      end = std::min(names.find(' ', begin), names.size());
+      const int32_t number = NumberOf(names.substr(begin, end - begin));
+      if (begin > 0) out += ' ';
+      out += Dump(m.regexFields(number, TBLOCK()));
+    }
+    return out;
   }
   // The name as a rule holds it: there is no NUL behind it.
   std::string header(const std::string& name) {
@@ -50,14 +59,6 @@ class RuleFieldsTest : public ::testing::Test {
     name.copy(exact.get(), name.size());
     return Dump(m.regexFields(
         kFieldHdr, TBLOCK(exact.get(), static_cast<uint32_t>(name.size()))));
-  }
-  struct Row {
-    const char* name;
-    const char* elements;
-  };
-  void expectRows(const std::vector<Row>& rows) {
-    for (const Row& row : rows)
-      EXPECT_EQ(row.elements, field(row.name)) << row.name;
   }
   TQMMSG m;
 };
@@ -119,48 +120,29 @@ TEST_F(RuleFieldsTest, FromARealMessage) {
   m.setProfileInfo(0, "p,q");
   m.setParams("b\n a ");
   load(kMail);
-  expectRows({
-      {"Id", "[id@a.example]"},
-      {"Bound", "[B1]"},
-      {"Subject", "[s \xE9]"},
-      {"From", "[Anna <AnnaSmith.Jo@x.example>]"},
-      {"Charset", "[us-ascii][utf-8]"},
-      {"Content", "[Name: x\r\nCity: y\r\n\r\n  last]"},
-      {"FirstLine", "[Name: x]"},
-      {"LastLine", "[last]"},
-      {"Mailer", "[PHPMailer 1]"},
-      {"MimeType", "[multipart/mixed]"},
-      {"Multipart", "[mixed]"},
-      {"Tags", "[HTA]"},
-      {"Filename", "[b.pdf][z.zip]"},
-      {"Received", "[from a by b][from c by d]"},
-      {"Rcvd", "[]"},
-      {"XSpamStatus", "[Yes]"},
-      {"Thid", "[ti]"},
-      {"Addr", "[AnnaSmith.Jo@x.example]"},
-      {"Alias", "[Anna]"},
-      {"User", "[AnnaSmith.Jo]"},
-      {"Date", "[Mon, 3 Mar 2008 10:00:00 +0100]"},
-      {"Agent", "[12]"},
-      {"To", "[t@x.example]"},
-      {"AddrWords", "[Anna][Smith]"},
-      {"Replyto", "[r@x.example]"},
-      {"Encoding", "[8bit]"},
-      {"Ole", "[ole]"},
-      {"Lines", "[Name: x][City: y][last]"},
-      {"Tokens", "[name][city]"},
-      {"AttExt", "[b.pdf][exe]"},
-      {"Cc", "[c@x.example]"},
-      {"PartMimeType", "[text/plain][text/html][application/x]"},
-      {"Zip", "[@z.zip:0a.exe]"},
-      {"Profil", "[p,q]"},
-      {"Param", "[b][a]"},
-  });
+  EXPECT_EQ("[id@a.example] [B1] [s \xE9] [Anna <AnnaSmith.Jo@x.example>]",
+            fields("Id Bound Subject From"));
+  EXPECT_EQ("[us-ascii][utf-8] [Name: x\r\nCity: y\r\n\r\n  last]",
+            fields("Charset Content"));
+  EXPECT_EQ("[Name: x] [last] [Name: x][City: y][last] [name][city]",
+            fields("FirstLine LastLine Lines Tokens"));
+  EXPECT_EQ("[PHPMailer 1] [12] [ole] [Yes] [8bit] [HTA]",
+            fields("Mailer Agent Ole XSpamStatus Encoding Tags"));
+  EXPECT_EQ("[from a by b][from c by d] []", fields("Received Rcvd"));
+  EXPECT_EQ("[AnnaSmith.Jo@x.example] [AnnaSmith.Jo] [Anna][Smith] [Anna]",
+            fields("Addr User AddrWords Alias"));
+  EXPECT_EQ("[t@x.example] [c@x.example] [r@x.example]",
+            fields("To Cc Replyto"));
+  EXPECT_EQ("[multipart/mixed] [mixed]", fields("MimeType Multipart"));
+  EXPECT_EQ("[b.pdf][z.zip] [b.pdf][exe] [@z.zip:0a.exe]",
+            fields("Filename AttExt Zip"));
+  EXPECT_EQ("[text/plain][text/html][application/x] [p,q] [b][a]",
+            fields("PartMimeType Profil Param"));
 }
 
 // Capitals with two or more small letters of ASCII behind them.
 TEST_F(RuleFieldsTest, AddressWords) {
-  const Row rows[] = {
+  const char* const rows[][2] = {
       {"ABc", "-"},
       {"aBcd", "[Bcd]"},
       {"BcdEfg", "[Bcd][Efg]"},
@@ -172,15 +154,15 @@ TEST_F(RuleFieldsTest, AddressWords) {
       {"Ab", "-"},
       {"abc", "-"},
   };
-  for (const Row& row : rows) {
-    load("From: " + std::string(row.name) + "@Xyz.example\r\n\r\n");
-    EXPECT_EQ(row.elements, field("AddrWords")) << row.name;
+  for (const auto& row : rows) {
+    load("From: " + std::string(row[0]) + "@Xyz.example\r\n\r\n");
+    EXPECT_EQ(row[1], fields("AddrWords")) << row[0];
   }
 }
 
 TEST_F(RuleFieldsTest, HeaderFieldByName) {
   load(kMail);
-  const Row rows[] = {
+  const char* const rows[][2] = {
       {"received", "[from a by b]"},  // the first one
       {"X-SPAM-STATUS", "[Yes]"},
       {"X-Spam", "-"},
@@ -193,8 +175,7 @@ TEST_F(RuleFieldsTest, HeaderFieldByName) {
       {"text-Subject", "-"},
       {"Subject", "[=?utf-8?q?s_=C3=A9?=]"},
   };
-  for (const Row& row : rows)
-    EXPECT_EQ(row.elements, header(row.name)) << row.name;
+  for (const auto& row : rows) EXPECT_EQ(row[1], header(row[0])) << row[0];
   EXPECT_EQ(m.message.fields.count(),
             m.regexFields(kFieldHdr, TBLOCK("aLL")).count());
   const int32_t read = m.fieldsRead;
@@ -238,19 +219,14 @@ TEST_F(RuleFieldsTest, LinksAndPictures) {
   }
   m.urlAdns.add("l.l");
   m.urlAdns.add("u");
-  expectRows({
-      {"Url", "[HTTP://a][https://b][www.c][mailto:d][http://192]"},
-      {"HttpHost", "[://a][s://b][://192]"},
-      {"http", "[a][www.c][192]"},
-      {"UrlPath", "[/p]"},
-      {"UrlParam", "[q][q][q][q][q]"},
-      {"Linktext", "[same][HTTP://a][https://b][www.c][mailto:d][http://192]"},
-      {"Country", "[uk][de]"},
-      {"Img", "[cid:1]"},
-      {"ImgFile", "[f]"},
-      {"AdnUrl2", "[l.l,u]"},
-      {"ImgLink", "-"},
-  });
+  EXPECT_EQ("[HTTP://a][https://b][www.c][mailto:d][http://192]",
+            fields("Url"));
+  EXPECT_EQ("[://a][s://b][://192] [a][www.c][192]", fields("HttpHost http"));
+  EXPECT_EQ("[/p] [q][q][q][q][q] [uk][de]",
+            fields("UrlPath UrlParam Country"));
+  EXPECT_EQ("[same][HTTP://a][https://b][www.c][mailto:d][http://192]",
+            fields("Linktext"));
+  EXPECT_EQ("[cid:1] [f] [l.l,u] -", fields("Img ImgFile AdnUrl2 ImgLink"));
 }
 
 // What is not parsed yet is read from where it will be.
@@ -275,20 +251,12 @@ TEST_F(RuleFieldsTest, FromLaterParsers) {
   m.htmlContext.linkWords.add(TBLOCK("lw"), 0, 0);
   m.htmlContext.tablePattern = std::string(60, 't').c_str();
   m.htmlContext.badTags.incBlockCount(TBLOCK("<bad>"), 2);
-  expectRows({{"AdnRec", "[template]"},
-              {"Rcvd", "[text]"},
-              {"AdnRcvd", "[template]"},
-              {"Labo", "[second]"},
-              {"AdnLabo", "[]"},
-              {"RcvdFrom", "[from]"},
-              {"RcvdBy", "[by]"},
-              {"RcvdWith", "[with]"},
-              {"ById", "[id]"},
-              {"Phone", "[01]"},
-              {"Words", "[w][lw]"},
-              {"BadTag", "[<bad>]"}});
-  EXPECT_EQ("[" + std::string(50, 't') + "]", field("AdnTable"));
-  EXPECT_EQ("[" + std::string(60, 't') + "]", field("Table"));
+  EXPECT_EQ("[template] [text] [template] [second] []",
+            fields("AdnRec Rcvd AdnRcvd Labo AdnLabo"));
+  EXPECT_EQ("[from] [by] [with] [id]", fields("RcvdFrom RcvdBy RcvdWith ById"));
+  EXPECT_EQ("[01] [w][lw] [<bad>]", fields("Phone Words BadTag"));
+  EXPECT_EQ("[" + std::string(50, 't') + "]", fields("AdnTable"));
+  EXPECT_EQ("[" + std::string(60, 't') + "]", fields("Table"));
   m.received.remove(&first);
   m.received.remove(&second);
   m.phones.remove(&phone);
@@ -296,18 +264,16 @@ TEST_F(RuleFieldsTest, FromLaterParsers) {
 
 TEST_F(RuleFieldsTest, FieldsOfTheLedgerAreNeverKept) {
   load("");
-  EXPECT_EQ("-", field("SpamCause"));
+  EXPECT_EQ("-", fields("SpamCause"));
   m.addToSpamScore(1234567, "x", 1);
   m.ledger.whiteScoring = 1;
   m.addToSpamScore(-50, "y", 1);
-  expectRows({{"SpamState", "[1]"},
-              {"SpamType", "[spam]"},
-              {"SpamCause", "[x (1234567);y (-50)]"},
-              {"Score", "[1234517;-0050;1234567]"}});
+  EXPECT_EQ("[1] [spam] [x (1234567);y (-50)] [1234517;-0050;1234567]",
+            fields("SpamState SpamType SpamCause Score"));
   m.ledger.state = ssCommercialM;
-  expectRows({{"SpamState", "-"}, {"SpamType", "[MCE]"}});
+  EXPECT_EQ("- [MCE]", fields("SpamState SpamType"));
   m.ledger.state = 4;
-  expectRows({{"SpamState", "[4]"}, {"SpamType", "-"}});
+  EXPECT_EQ("[4] -", fields("SpamState SpamType"));
 }
 
 // A list stays as it is, with the texts that were made for it, whatever else is
@@ -325,26 +291,26 @@ TEST_F(RuleFieldsTest, Keeping) {
     m.setRegexFields(number, TBLOCK("all"), copy);
   EXPECT_EQ("[u]", Dump(joined));
   EXPECT_EQ(bytes, joined.get(0).pointer);
-  EXPECT_EQ("[i]", field("ImgLink"));
+  EXPECT_EQ("[i]", fields("ImgLink"));
 
-  EXPECT_EQ("[]", field("Content"));
+  EXPECT_EQ("[]", fields("Content"));
   m.parseBody();
-  EXPECT_EQ("[body]", field("Content"));
-  EXPECT_EQ("[u,v]", field("AdnUrl2"));
+  EXPECT_EQ("[body]", fields("Content"));
+  EXPECT_EQ("[u,v]", fields("AdnUrl2"));
   m.bodyWords.add(TBLOCK("w"), 0, 0);
-  EXPECT_EQ("[w]", field("Words"));
+  EXPECT_EQ("[w]", fields("Words"));
   m.bodyWords.add(TBLOCK("x"), 0, 0);
   m.parseWords();
-  EXPECT_EQ("[w][x]", field("Words"));
+  EXPECT_EQ("[w][x]", fields("Words"));
   char lines[] = "Subject: b\r\n";
-  EXPECT_EQ("[a]", field("Subject"));
+  EXPECT_EQ("[a]", fields("Subject"));
   m.changeHeader(TBLOCK(lines));
-  EXPECT_EQ("[b]", field("Subject"));
+  EXPECT_EQ("[b]", fields("Subject"));
   m.setParams("p");
   m.loadFromBlock(TBLOCK("Subject: c\r\n\r\n"), "", 1);
-  expectRows({{"Subject", "[c]"}, {"Param", "[p]"}, {"AdnUrl2", "-"}});
+  EXPECT_EQ("[c] [p] -", fields("Subject Param AdnUrl2"));
   m.setParams("q");
-  EXPECT_EQ("-", field("Param"));
+  EXPECT_EQ("-", fields("Param"));
 }
 
 }  // namespace

@@ -96,14 +96,17 @@ struct OCCURRENCES {
   }
 };
 
+bool IsPunctuation(TBLOCK text) {
+  return !text.empty() && memchr(".,:;", text[0], 4);
+}
+
 // The URL at that place, without the full stop behind it.
 TBLOCK UrlAt(TBLOCK text, int32_t at) {
   text.skip(static_cast<uint32_t>(at));
   uint32_t n = 0;
   while (n < text.length && TBLOCK::Is(text[n], bitUrl)) n++;
   text.cut(n);
-  while (!text.empty() && memchr(".,:;", text[text.length - 1], 4))
-    text.length--;
+  while (n > 0 && IsPunctuation(text.from(n - 1))) text.cut(--n);
   return text;
 }
 
@@ -130,6 +133,7 @@ void AddUnsubText(TBLOCK line, STRVECT& list) {
     AddText(url, kMinAddress, list);
     AddMailWords(piece.head(ahead + url.length), list);
     done = at + static_cast<int32_t>(url.length);
+    while (IsPunctuation(line.from(static_cast<uint32_t>(done)))) done++;
   }
 }
 

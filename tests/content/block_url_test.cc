@@ -1,0 +1,133 @@
+// URLs taken apart, and compared.
+
+#include "content/block_url.h"
+
+#include <gtest/gtest.h>
+
+#include "base/heap_text.h"
+
+namespace {
+
+// All parts that are there, in the order of the fields.
+std::string Dump(const TBLOCKURL& url) {
+  const struct {
+    const char* name;
+    TBLOCK view;
+  } parts[] = {
+      {"host", url.host},        {"path", url.path},     {"file", url.file},
+      {"query", url.query},      {"port", url.port},     {"tld", url.tld},
+      {"user", url.user},        {"pass", url.password}, {"dom", url.domain},
+      {"label", url.hostName()},
+  };
+  std::string out = std::to_string(url.proto);
+  for (const auto& part : parts)
+    if (!part.view.empty())
+      out += std::string(" ") + part.name + "=" + Str(part.view);
+  return out + (url.hasDotDot ? " .." : "");
+}
+
+TEST(BlockUrlTest, Parts) {
+  const struct {
+    const char* text;
+    const char* parts;
+  } rows[] = {
+      {"http://user:pw@www.example.co.uk:8080/a/b.html?x=1",
+       "2 host=www.example.co.uk path=a/b.html file=b.html query=x=1 port=8080 "
+       "tld=co.uk user=user pass=pw dom=example.co.uk label=www"},
+      {"blocked::HTTPS:\\\\/www.x.org..",
+       "4 host=www.x.org tld=org dom=x.org label=www .."},
+      {"blocked::blocked::x", "1 path=blocked::x file=blocked::x"},
+      {"http://10.0.0.1/", "2 host=10.0.0.1 dom=10.0.0.1"},
+      {"http://10.0.0.1.2/", "2 host=10.0.0.1.2 tld=2 dom=1.2 label=10"},
+      // A dot behind the "?" makes no host.
+      {"http://localhost?a.b", "2 path=localhost file=localhost query=a.b"},
+      {"ftp://a.b@c@d.org:1:2/..",
+       "8 host=d.org path=.. file=.. port=1:2 "
+       "tld=org user=a.b@c dom=d.org"},
+      {"http://a..b/", "2 host=a..b label=a .."},
+      {"http://(www.x.org)/", "2 host=www.x.org tld=org dom=x.org label=www"},
+      {"mailto:/a@b@c.org?subject=x?",
+       "32 host=b@c.org path=a@b@c.org query=subject=x? tld=org user=a "
+       "dom=b@c.org"},
+      {"mailto:nobody", "32 path=nobody"},
+      {"cid:a/b@c.d?e", "128 file=a/b@c.d?e"},
+      {"javascript:go()", "256 path=go() file=go()"},
+      {"javascripts:a.b", "1 host=javascripts port=a.b"},
+      {"http:", "1 path=http: file=http:"},
+      {"http:/", "2"},
+      {":a.b", "1 port=a.b"},
+      {"..", "1 .."},
+  };
+  for (const auto& row : rows) {
+    const HeapText text(row.text);
+    TBLOCKURL url;
+    url.parseUrl(text.view());
+    EXPECT_EQ(row.parts, Dump(url)) << row.text;
+  }
+  TBLOCKURL kept;
+  const HeapText text("http://a.org/");
+  kept.parseUrl(text.view());
+  kept.parseUrl(TBLOCK());
+  EXPECT_EQ("http://a.org/", Str(kept.url));
+}
+
+TEST(BlockUrlTest, Domains) {
+  const struct {
+    const char* host;
+    const char* domain;
+    const char* tld;
+  } rows[] = {
+      {"localhost", "", ""},
+      {"co.uk", "co.uk", "uk"},
+      {"x.co.uk", "x.co.uk", "co.uk"},
+      {"www.x.CO.UK", "x.CO.UK", "CO.UK"},
+      {"a.b.c.x.org", "x.org", "org"},
+      {"www.x.org#.a.b", "x.org", "org"},
+      // A stray byte in the suffix takes what is ahead of it along.
+      {"a.x_co.uk", "a.x_co.uk", "co.uk"},
+      {"a.x_b.org", "b.org", "org"},
+      {"a.b.org_", "", ""},
+      {" 10.0.0.1 ", "10.0.0.1", ""},
+      {"1.2.3", "2.3", "3"},
+      {"x.org.", "", ""},
+      {".org", "", ""},
+      {"a.", "", ""},
+      {"....", "", ""},
+  };
+  for (const auto& row : rows) {
+    const HeapText host(row.host);
+    TBLOCK domain, tld;
+    TBLOCKURL::HostToDomain(host.view(), domain, tld);
+    EXPECT_EQ(row.domain, Str(domain)) << row.host;
+    EXPECT_EQ(row.tld, Str(tld)) << row.host;
+  }
+}
+
+TEST(BlockUrlTest, Comparison) {
+  const struct {
+    const char* a;
+    const char* shown;
+    bool same;
+  } rows[] = {
+      {"http://www.Example.com/offer?id=1", "example.COM", true},
+      {"example.com", "http://www.example.com/offer?id=1", false},
+      {"http://a.org", "https://a.org", false},
+      {"news://a.org", "news://a.org", true},
+      {"mailto:a@b.org", "a@b.org", true},
+      {"http://a.org/./?", "blocked::www.a.org/", true},
+      {"a.org", "a.org/b", false},
+      {"", "a.org", false},
+      {"http:///", "http://", false},
+      {"a.org", "...", true},
+      {"a.org", "", true},
+      {"www.", "", true},  // the dot goes ahead of the "www."
+      {"http://www.www.a.org", "www.a.org", false},
+  };
+  for (const auto& row : rows) {
+    const HeapText a(row.a), shown(row.shown);
+    EXPECT_EQ(row.same, TBLOCKURL::CompareUrl(a.view(), shown.view()))
+        << row.a << " " << row.shown;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,149 @@
+// The lists of links and images, against walks over all records.
+
+#include "content/links.h"
+
+#include <gtest/gtest.h>
+
+#include <deque>
+
+#include "base/heap_text.h"
+
+namespace {
+
+std::string Dump(const TLINKVECT& links) {
+  std::string out;
+  for (int32_t i = 0; i < links.count(); i++) {
+    const TLINKRECORD& link = *links.get(i);
+    out += Str(link.url.url) + " " + std::to_string(link.useCount) + ":" +
+           Join(*link.texts) + "\n";
+  }
+  return out;
+}
+
+TEST(LinksTest, EachUrlOnce) {
+  TLINKVECT links;
+  const char* const urls[][2] = {
+      {"http://a.org/X", "one"},
+      {" HTTP://A.org/x\t", ""},
+      {"", "empty"},
+      {"https://b.co.uk", "two"},
+      {"cid:1", "three"},
+      {"blocked::https://b.co.uk", " four "},
+      {"http://c.org", ""},
+      {"http://a.org/X", "five"},
+      {"ftp://d.org", ""},
+      {"http://10.0.0.1", ""},
+  };
+  for (const auto& url : urls)
+    links.add(TBLOCK(url[0]), TBLOCK(url[1]))->prevText = TBLOCK(url[1]);
+  EXPECT_EQ(
+      "http://a.org/X 2:one||five|\n 0:empty|\n"
+      "https://b.co.uk 1:two| four |\ncid:1 0:three|\nhttp://c.org 0:|\n"
+      "ftp://d.org 0:|\nhttp://10.0.0.1 0:|\n",
+      Dump(links));
+  EXPECT_EQ(2, links.getDupUrlCount(upHttp | upCid));
+  EXPECT_EQ(1, links.getDupUrlCount(upHttps | upFtp));
+  EXPECT_EQ(0, links.getDupUrlCount(upFtp));
+  EXPECT_EQ(4, links.getUrlCountByProto(upHttp | upFtp));
+  EXPECT_EQ(1, links.getUrlCountByProto(upNone));
+  TBLOCKVECT list(0);
+  list.add(TBLOCK("old"), 0, 0);
+  links.getdHttpTldList(list);
+  EXPECT_EQ("org|co.uk|org|", Join(list));
+  links.unfoldUrlsAsRepeatedBlocks(list);
+  EXPECT_EQ(6, list.count());
+  links.del(1);
+  links.del(0);
+  links.del(4);
+  links.del(4);
+  EXPECT_EQ(nullptr, links.get(4));
+  EXPECT_EQ(nullptr, links.get(-1));
+  links.add(TBLOCK("http://c.org"), TBLOCK("six"));
+  links.add(TBLOCK("http://a.org/x"), TBLOCK("seven"));
+  EXPECT_EQ(
+      "https://b.co.uk 1:two| four |\ncid:1 0:three|\nhttp://c.org 1:|six|\n"
+      "ftp://d.org 0:|\nhttp://a.org/x 0:seven|\n",
+      Dump(links));
+}
+
+TEST(LinksTest, NoMoreThanTheLimit) {
+  TLINKVECT links;
+  TIMGVECT images;
+  std::deque<std::string> urls;
+  for (int32_t i = 0; i < kMaxLinkRecords; i++) {
+    urls.push_back("http://" + std::to_string(i * 7919 % 10007) + ".org");
+    ASSERT_EQ(i, links.add(TBLOCK(urls[i].c_str()), TBLOCK()) - links.get(0));
+    ASSERT_EQ(i, images.add(TBLOCK(urls[i].c_str()), TBLOCK(), TBLOCK()) -
+                     images.get(0));
+  }
+  TLINKRECORD* const spare = links.add(TBLOCK("x.net"), TBLOCK("a"));
+  EXPECT_EQ(spare, links.add(TBLOCK("y.net"), TBLOCK("b")));
+  EXPECT_EQ("b|", Join(*spare->texts));
+  EXPECT_EQ("y.net", Str(spare->url.host));
+  EXPECT_EQ("x.net",
+            Str(images.add(TBLOCK("x.net"), TBLOCK(), TBLOCK())->url.host));
+  EXPECT_EQ(kMaxLinkRecords, links.count());
+  EXPECT_EQ(kMaxLinkRecords, images.count());
+  EXPECT_FALSE(links.knows(TBLOCK("x.net")));
+  for (int32_t i = 0; i < kMaxLinkRecords; i++) {
+    ASSERT_EQ(links.get(i), links.add(TBLOCK(urls[i].c_str()), TBLOCK()));
+    ASSERT_EQ(1, links.get(i)->useCount);
+  }
+}
+
+TEST(LinksTest, Images) {
+  TIMGVECT images;
+  images.add(TBLOCK("http://a.org"), TBLOCK(), TBLOCK());
+  images.add(TBLOCK("cid:1"), TBLOCK("x.org"), TBLOCK("alt"));
+  images.add(TBLOCK("CID:1 "), TBLOCK("y.org"), TBLOCK("other"));
+  images.add(TBLOCK("http://A.org"), TBLOCK("z.org"), TBLOCK());
+  images.add(TBLOCK("http://a.org"), TBLOCK(), TBLOCK("late"));
+  ASSERT_EQ(2, images.count());
+  EXPECT_EQ("z.org", Str(images.get(0)->href.host));
+  EXPECT_EQ("late", Str(images.get(0)->alt));
+  EXPECT_EQ(2, images.get(0)->useCount);
+  EXPECT_EQ("x.org", Str(images.get(1)->href.host));
+  EXPECT_EQ("alt", Str(images.get(1)->alt));
+  TBLOCKVECT list(0);
+  images.getdHttpTldList(list);
+  EXPECT_EQ("org|", Join(list));
+  images.clear();
+  EXPECT_EQ(0, images.add(TBLOCK("cid:1"), TBLOCK(), TBLOCK())->useCount);
+}
+
+std::string RandomUrl(Numbers& numbers) {
+  const char* const protos[] = {"",        "http://", "https://",
+                                "news://", "cid:",    "blocked::",
+                                "HTTP:\\", "ftp://",  "mailto:"};
+  const char* const letters[] = {"a", "B", "b", "www.", "/", ".", "?", "A"};
+  std::string url = protos[numbers.Below(9)];
+  for (uint32_t n = numbers.Below(6); n > 0; n--)
+    url += letters[numbers.Below(8)];
+  return url;
+}
+
+// Links that are added between the questions count from then on.
+TEST(LinksTest, KnowsWhatAnyLinkCompares) {
+  Numbers numbers(11);
+  uint32_t known = 0;
+  for (int round = 0; round < 300; round++) {
+    TLINKVECT links;
+    std::deque<HeapText> texts;
+    for (int step = 0; step < 60; step++) {
+      texts.emplace_back(RandomUrl(numbers));
+      const TBLOCK url = texts.back().view();
+      const uint32_t what = numbers.Below(12);
+      if (what == 0) links.del(static_cast<int32_t>(numbers.Below(9)));
+      if (what < 3) links.add(url, TBLOCK());
+      if (what < 3) continue;
+      bool expected = false;
+      for (int32_t i = 0; i < links.count(); i++)
+        expected |= TBLOCKURL::CompareUrl(links.get(i)->url.url, url);
+      known += expected;
+      ASSERT_EQ(expected, links.knows(url)) << Str(url) << "\n" << Dump(links);
+    }
+  }
+  EXPECT_LT(1000u, known);
+}
+
+}  // namespace

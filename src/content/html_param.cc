@@ -14,6 +14,13 @@ bool IsQuote(unsigned char byte) {
   return byte == '"' || byte == '\'';
 }
 
+// Bytes ahead of the first one of a class.
+uint32_t LengthUntil(TBLOCK text, uint32_t mask) {
+  uint32_t n = 0;
+  while (n < text.length && !TBLOCK::Is(text[n], mask)) n++;
+  return n;
+}
+
 // ---- By name
 
 // Offset of a name, in which "~" stands for any byte; -1 when it is absent.
@@ -159,32 +166,30 @@ int GetTagParamValue(TBLOCK tag, const char* name, TBLOCK& value) {
 
 int GetFirstTagParam(TBLOCK& cursor, TBLOCK& name, TBLOCK& value) {
   cursor.trimLeft();
-  uint32_t n = 0;
-  while (n < cursor.length && !IsBlank(cursor[n])) n++;
-  cursor.skip(n);
+  cursor.skip(LengthUntil(cursor, bitWhiteSpace));
   return GetNextTagParam(cursor, name, value);
 }
 
 int GetNextTagParam(TBLOCK& cursor, TBLOCK& name, TBLOCK& value) {
   name.clear();
   value.clear();
-  cursor.trimLeft(bitWhiteSpace | bitHtmlParam);
+  cursor.trimLeft(bitHtmlParam);  // white space too
   if (cursor.empty()) return 0;
-  uint32_t n = 0;
-  while (n < cursor.length && !TBLOCK::Is(cursor[n], bitHtmlParam)) n++;
-  name = cursor.head(n);
-  cursor.skip(n);
+  name = cursor.head(LengthUntil(cursor, bitHtmlParam));
+  cursor.skip(name.length);
   cursor.trimLeft();
   if (cursor.empty() || cursor[0] != '=') return 0;
   cursor.skip(1);
   cursor.trimLeft();
   if (cursor.empty()) return 0;
-  const unsigned char quote = IsQuote(cursor[0]) ? cursor[0] : 0;
-  if (quote) cursor.skip(1);
-  n = 0;
-  while (n < cursor.length &&
-         (quote ? cursor[n] != quote : !IsBlank(cursor[n]) && cursor[n] != '>'))
-    n++;
+  uint32_t n = 0;
+  if (IsQuote(cursor[0])) {
+    const int32_t close = cursor.findByte(cursor[0], 1);
+    cursor.skip(1);
+    n = close < 0 ? cursor.length : static_cast<uint32_t>(close) - 1;
+  } else {
+    while (n < cursor.length && !IsBlank(cursor[n]) && cursor[n] != '>') n++;
+  }
   value = cursor.head(n);
   value.trim();
   cursor.skip(n + 1);

@@ -213,7 +213,7 @@ int32_t TQMMSG::sumRules(const TQKSECTION* section, int64_t start, int positive,
     const int32_t count =
         checkRuleLine(line, name, line->flags & KWLINEFLAGMULTI);
     if (count <= 0) continue;
-    sum = ClampScore(sum + ClampScore(int64_t{line->score} * count));
+    sum += ClampScore(int64_t{line->score} * count);
     if (!details) continue;
     STR lineText, detail;
     dico.getLineText(line, lineText, 0);

@@ -16,15 +16,16 @@ void Check(bool holds) {
   if (!holds) __builtin_trap();
 }
 
-const char* const kMails[] = {
-    "",
+const char kPlainMail[] =
     "From: A B <a.b@shop.example>\r\nTo: c@d.example, e@f.example\r\n"
     "Subject: Win $500 now\r\nMessage-ID: <1@x.example>\r\n"
     "Received: from h (h.example [10.1.2.3]) by mx.example; Mon, 1 Jan 2024 "
     "10:00:00 +0000\r\nX-Mailer: Post 1.0\r\n\r\n"
-    "Call +44 20 7946 0000 or see http://www.x.example/a?b=c now\r\n",
+    "Call +44 20 7946 0000 or see http://www.x.example/a?b=c now\r\n";
+const char kHtmlMail[] =
     "Subject: (a|b) ~ @\r\nContent-Type: text/html\r\n\r\n"
-    "<a href='http://y.example/'>y</a><img src='http://z.example/i.gif'>"};
+    "<a href='http://y.example/'>y</a><img src='http://z.example/i.gif'>";
+const char* const kMails[] = {"", kPlainMail, kHtmlMail};
 const char* const kParams[] = {"", "a", "a\nab\nb@c.d\nA-B (c)\n0123"};
 const int kMessages = 3;
 

@@ -48,6 +48,7 @@ void DropPunctuation(TBLOCK& url) {
 struct SUFFIX {
   unsigned char letters[kMaxSuffix];
   uint32_t length;     // 0: there is none
+  uint32_t pieces;     // that it was gathered from
   unsigned char* end;  // in the text
 
   TBLOCK view() const { return TBLOCK(letters, length); }
@@ -142,12 +143,12 @@ bool FINDER::isSuffix(TBLOCK text) {
 // Whole runs of letters and digits, for as long as they make no more than a
 // suffix. The longest that is one counts.
 void FINDER::gatherSuffix(unsigned char* dot, SUFFIX& suffix) {
-  suffix.length = 0;
+  suffix.length = suffix.pieces = 0;
   suffix.end = dot;
   unsigned char gathered[kMaxSuffix];
   uint32_t n = 0;
   const unsigned char* p = dot + 1;
-  for (;;) {
+  for (uint32_t pieces = 1;; pieces++) {
     const unsigned char* const separator = p;
     while (p < end && !IsLetterOrDigit(*p)) {
       if (*p == '.' || EndsLine(*p) || p - separator == kMaxSeparator) return;
@@ -164,6 +165,7 @@ void FINDER::gatherSuffix(unsigned char* dot, SUFFIX& suffix) {
     if (!isSuffix(TBLOCK(gathered, n))) continue;
     memcpy(suffix.letters, gathered, n);
     suffix.length = n;
+    suffix.pieces = pieces;
     suffix.end = const_cast<unsigned char*>(p);
   }
 }
@@ -222,12 +224,13 @@ bool FINDER::isDomain(const DOMAIN_NAME& domain) {
 
 // For a name without a path. Of one that is written plainly, and of one that
 // is pulled apart as no sentence is, the suffix is enough. Otherwise the dot
-// may end a sentence: only the suffixes of section "Tld2" will do, if the
-// dictionary has one.
+// may end a sentence, or part a file name ("file.c at"): only the suffixes of
+// section "Tld2" will do, if the dictionary has one.
 bool FINDER::isBareDomain(unsigned char* dot, const SUFFIX& suffix,
                           const DOMAIN_NAME& domain) const {
-  const bool touched = IsOfDomain(dot[-1]) && IsLetterOrDigit(dot[1]);
-  if (touched || domain.pieces > 1) return true;
+  const bool plain =
+      IsOfDomain(dot[-1]) && IsLetterOrDigit(dot[1]) && suffix.pieces == 1;
+  if (plain || domain.pieces > 1) return true;
   const HASHTAB* const table = dico->hashedSection("Tld2");
   return !table || table->findKey(suffix.view()) >= 0;
 }

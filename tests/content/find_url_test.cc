@@ -93,6 +93,7 @@ TEST(FindUrlTest, Domains) {
       {"friend. Come in. friend. In the end", ""},
       {"pills . com pills .com pills. com", "pills.com|pills.com|pills.com|"},
       {"pills . in", ""},
+      {"pills.i n pills.c o m", "pills.com|"},
       {"pills . in/", "pills.in/|"},
       {"pills.in", "pills.in|"},
       {"p i l l s . in", "pills.in|"},

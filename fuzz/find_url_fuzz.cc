@@ -1,0 +1,74 @@
+// Plain text: what FindUrl finds lies ahead of its cursor, which always moves;
+// what it rewrites stays within the text and loses only bytes of no URL; and
+// a text parsed into any room keeps to it and finds the same links.
+//
+// Input: a byte for the room, then the text.
+
+#include <stdint.h>
+#include <string.h>
+
+#include <memory>
+
+#include "content/text_parse.h"
+#include "content/unsub_text.h"
+#include "rules/qm_dico.h"
+
+namespace {
+
+uint32_t CountUrlBytes(TBLOCK text) {
+  uint32_t found = 0;
+  for (uint32_t i = 0; i < text.length; i++)
+    found += TBLOCK::Is(text[i], bitUrl | bitAccent);
+  return found;
+}
+
+void CheckFinding(TBLOCK text, const TQMDICO& dico) {
+  TBLOCK cursor = text;
+  const uint32_t urlBytes = CountUrlBytes(text);
+  for (;;) {
+    const TBLOCK before = cursor;
+    const TBLOCK url = TBLOCKURL::FindUrl(cursor, &dico);
+    if (cursor.end() != text.end()) __builtin_trap();
+    if (url.empty()) break;
+    if (url.pointer < before.pointer || url.end() > cursor.pointer)
+      __builtin_trap();
+  }
+  if (cursor.length != 0 || CountUrlBytes(text) != urlBytes) __builtin_trap();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
+  static const TQMDICO* const dico = new TQMDICO(nullptr, nullptr);
+  if (size == 0) return 0;
+  const uint32_t n = static_cast<uint32_t>(size) - 1;
+  const uint32_t room = n * bytes[0] / 255;
+  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
+  const std::unique_ptr<unsigned char[]> output(new unsigned char[room]);
+  const TBLOCK text(copy.get(), n);
+  if (n) memcpy(copy.get(), bytes + 1, n);
+  CheckFinding(text, *dico);
+
+  if (n) memcpy(copy.get(), bytes + 1, n);
+  STRVECT unsub(0, 64);
+  STR pattern;
+  GetUnsubText(text, unsub);
+  AddUnsubText(LastUnsubLine(text), unsub);
+  GetTextPattern(text, pattern);
+  if (unsub.count() > kMaxUnsubTexts || pattern.len() > kMaxPatternLines)
+    __builtin_trap();
+
+  TTEXTCONTEXT context;
+  const uint32_t written =
+      QmTextParse(text, TBLOCK(output.get(), room), context, nullptr, dico);
+  if (written > room) __builtin_trap();
+  const int32_t links = context.links.count();
+  for (int32_t i = 0; i < links; i++) {
+    const TBLOCK url = context.links.get(i)->url.url;
+    if (url.pointer < text.pointer || url.end() > text.end()) __builtin_trap();
+  }
+  if (n) memcpy(copy.get(), bytes + 1, n);
+  QmTextParse(text, TBLOCK(), context, nullptr, dico);
+  if (context.links.count() != links || context.length != 0) __builtin_trap();
+  return 0;
+}

@@ -8,6 +8,7 @@
 
 #include <new>
 
+#include "content/block_url.h"
 #include "message/field_piece.h"
 
 namespace {
@@ -295,9 +296,12 @@ void TQMMSG::_parseHeaderThree() {
   replyToBox = ParseMailBox(replyTo);
   returnPathBox = ParseMailBox(returnPath);
   senderBox = ParseMailBox(sender);
-  const TMAILBOX* const boxes[] = {&fromBox, &replyToBox, &returnPathBox,
-                                   &senderBox};
-  for (const TMAILBOX* box : boxes) addressWords.addUnique(box->email, 0, 1);
+  TMAILBOX* const boxes[] = {&fromBox, &replyToBox, &returnPathBox, &senderBox};
+  for (TMAILBOX* box : boxes) {
+    TBLOCK suffix;
+    TBLOCKURL::HostToDomain(box->host, box->domain, suffix);
+    addressWords.addUnique(box->email, 0, 1);
+  }
   if (!readBareField("x-message-id", messageId)) {
     messageId = rawMessageId;
     StripAngleBrackets(messageId);

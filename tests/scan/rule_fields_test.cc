@@ -101,7 +101,7 @@ TEST_F(RuleFieldsTest, NumbersThatAreNone) {
 const char kMail[] =
     "Received: from a by b\r\nReceived: \" from c by d \"\r\n"
     "Message-Id: <id@a.example>\r\nSubject:  =?utf-8?q?s_=C3=A9?= \r\n"
-    "From: Anna <AnnaSmith.Jo@x.example>\r\nReply-To: R <r@x.example>\r\n"
+    "From: Anna <AnnaSmith.Jo@h.x.example>\r\nReply-To: R <r@x.example>\r\n"
     "To: t@x.example\r\nCc: c@x.example\r\nX-MimeOLE: ole\r\n"
     "Date: Mon, 3 Mar 2008 10:00:00 +0100\r\nUser-Agent: PHPMailer 1\r\n"
     "Thread-Index: ti\r\nX-Spam-Status: 'Yes' \r\nX-Spam-Status: No\r\n"
@@ -120,7 +120,7 @@ TEST_F(RuleFieldsTest, FromARealMessage) {
   m.setProfileInfo(0, "p,q");
   m.setParams("b\n a ");
   load(kMail);
-  EXPECT_EQ("[id@a.example] [B1] [s \xE9] [Anna <AnnaSmith.Jo@x.example>]",
+  EXPECT_EQ("[id@a.example] [B1] [s \xE9] [Anna <AnnaSmith.Jo@h.x.example>]",
             fields("Id Bound Subject From"));
   EXPECT_EQ("[us-ascii][utf-8] [Name: x\r\nCity: y\r\n\r\n  last]",
             fields("Charset Content"));
@@ -129,10 +129,10 @@ TEST_F(RuleFieldsTest, FromARealMessage) {
   EXPECT_EQ("[PHPMailer 1] [12] [ole] [Yes] [8bit] [HTA]",
             fields("Mailer Agent Ole XSpamStatus Encoding Tags"));
   EXPECT_EQ("[from a by b][from c by d] []", fields("Received Rcvd"));
-  EXPECT_EQ("[AnnaSmith.Jo@x.example] [AnnaSmith.Jo] [Anna][Smith] [Anna]",
+  EXPECT_EQ("[AnnaSmith.Jo@h.x.example] [AnnaSmith.Jo] [Anna][Smith] [Anna]",
             fields("Addr User AddrWords Alias"));
-  EXPECT_EQ("[t@x.example] [c@x.example] [r@x.example]",
-            fields("To Cc Replyto"));
+  EXPECT_EQ("[t@x.example] [c@x.example] [r@x.example] [x.example]",
+            fields("To Cc Replyto FromDom"));
   EXPECT_EQ("[multipart/mixed] [mixed]", fields("MimeType Multipart"));
   EXPECT_EQ("[b.pdf][z.zip] [b.pdf][exe] [@z.zip:0a.exe]",
             fields("Filename AttExt Zip"));

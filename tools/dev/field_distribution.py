@@ -5,7 +5,7 @@
 
 For each field: messages in which its list is not empty, messages with an
 element that is not empty, elements in all, the most in one message, the bytes
-of the longest element as printed, and the three most frequent elements.
+of the longest element as printed, and how elements begin in most messages.
 """
 
 import collections
@@ -27,9 +27,8 @@ class Field:
         self.filled += any(elements)
         self.elements += len(elements)
         self.most = max(self.most, len(elements))
-        for text in set(elements):
-            self.longest = max(self.longest, len(text))
-            self.values[text[:SHOWN]] += 1
+        self.longest = max([self.longest] + [len(text) for text in elements])
+        self.values.update({text[:SHOWN] for text in elements})
         if len(self.values) > 200000:
             self.values = collections.Counter(
                 dict(self.values.most_common(20000)))

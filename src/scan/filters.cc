@@ -6,8 +6,6 @@
 // without such sections costs nothing here. Tested by filters_seam_test.cc
 // (dispatch) and filters_test.cc (filters).
 
-#include <stdio.h>
-
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -61,18 +59,9 @@ int HasFlag(const QMGLOBALSETUP* globalSetup, const QMUSERSETUP* userSetup,
 
 bool TQMMSG::isSpared(int filter) {
   if (!dico.stuff) return false;
-  const FILTERSECTIONS& sections = dico.stuff->filterSections;
-  const char* name = kFilters[filter - 1].name;
-  char section[8 + kFilterNameBytes];
-  if (sections.no[filter - 1]) {
-    snprintf(section, sizeof section, "No-%s", name);
-    if (testRuleSection(section)) return true;
-  }
-  if (sections.only[filter - 1]) {
-    snprintf(section, sizeof section, "Only-%s", name);
-    if (!testRuleSection(section)) return true;
-  }
-  return false;
+  const TQKSECTION* no = dico.stuff->filterSections.no[filter - 1];
+  const TQKSECTION* only = dico.stuff->filterSections.only[filter - 1];
+  return (no && testRuleSection(no)) || (only && !testRuleSection(only));
 }
 
 int TQMMSG::checkFilter(int filter, const QMGLOBALSETUP* globalSetup,
@@ -170,9 +159,3 @@ void TQMMSG::checkNonLatin(int allowEastern, int allowAsian, int forbidLatin) {
 
 // A filter name without a check behind it: rule sections may still name it.
 void TQMMSG::checkUserInText() {}
-
-// Until rule sections are walked.
-__attribute__((weak)) int TQMMSG::checkRegexCountSection(const char*,
-                                                         STRVECT*) {
-  return 0;
-}

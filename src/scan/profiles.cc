@@ -1,5 +1,6 @@
 // The words that rules can test to learn where, for whom and when a scan runs.
-// Entry point: TQMMSG::buildProfils. Tested by section_scores_test.cc.
+// Entry point: TQMMSG::buildProfils. Tested by section_scores_test.cc and, for
+// the rules, filters_test.cc.
 
 #include <time.h>
 
@@ -29,7 +30,7 @@ void TQMMSG::buildProfils() {
   while (!rest.empty())
     profiles.add(TBLOCK::BlockBeforeChar(rest, ',', 1, 0), 1, 0);
 
-  // The rules of the section "Profils" add their names here.
+  addRuleProfiles();
 
   char hour[32] = "";
   const time_t now = time(nullptr);
@@ -37,4 +38,16 @@ void TQMMSG::buildProfils() {
   if (gmtime_r(&now, &parts)) strftime(hour, sizeof hour, "%H:%a", &parts);
   timeProfile = hour;
   profiles.add(timeProfile.view(), 1, 0);
+}
+
+// The names of the rules of one section that the header fulfils; an unnamed one
+// adds the empty name. Nothing else of the message is parsed yet.
+void TQMMSG::addRuleProfiles() {
+  const TQKSECTION* section = dico.findSection("Profils");
+  const uint32_t n = dico.image().lineCountOf(section);
+  for (uint32_t i = 0; i < n; i++) {
+    TBLOCK name;
+    const TBLOCK rule = dico.lineBlock(dico.image().sectionLine(section, i));
+    if (checkRule(rule, name, 0, '|') > 0) profiles.add(name, 1, 0);
+  }
 }

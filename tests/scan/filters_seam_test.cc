@@ -31,6 +31,15 @@ std::string Args(std::vector<int> values) {
   return "(" + text + ")";
 }
 
+// The filter's section that this is.
+std::string NameOf(const TQMDICO& dico, const TQKSECTION* section) {
+  for (const char* filter : _FilterNames)
+    for (const char* prefix : {"No-", "Only-"})
+      if (dico.findSection((prefix + std::string(filter)).c_str()) == section)
+        return prefix + std::string(filter);
+  return "unknown";
+}
+
 }  // namespace
 
 #define VOID_CHECK(name) \
@@ -111,6 +120,9 @@ int TQMMSG::testRuleSection(const char* section) {
   Call(this, std::string("?") + section);
   return fulfilled[section];
 }
+int TQMMSG::testRuleSection(const TQKSECTION* section) {
+  return testRuleSection(NameOf(dico, section).c_str());
+}
 int TQMMSG::testRuleSection(TBLOCK, TBLOCK*, int32_t*) {
   return 0;
 }
@@ -118,6 +130,12 @@ int TQMMSG::matchRuleSection(const char*, STR&) {
   return 0;
 }
 int TQMMSG::checkRule(TBLOCK, TBLOCK&, int, char) {
+  return 0;
+}
+int TQMMSG::checkRule(const TQMRULE&, int, char) {
+  return 0;
+}
+int TQMMSG::checkRuleLine(const TQKLINE*, TBLOCK&, int) {
   return 0;
 }
 int32_t TQMMSG::getRuleSectionScore(TBLOCK, STRVECT*) {

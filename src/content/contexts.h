@@ -27,10 +27,21 @@
 #include "content/html_item.h"
 #include "content/html_style.h"
 #include "content/links.h"
+#include "content/text_set.h"
 #include "message/charset.h"
 
 class REGEXPOOL;
 class TQMDICO;
+struct TTOKEN;  // of html_pattern.cc
+
+// The attributes of one tag that have a value, in order.
+struct TTAGPARAMS {
+  static const uint32_t kMost = 32;
+  TBLOCK names[kMost];
+  TBLOCK values[kMost];
+  uint32_t count;
+  TBLOCK rest;  // of the tag, behind them: still to be walked
+};
 
 struct TMSGCONTEXT {
   int32_t emptyBody = 0;  // 1: neither text nor HTML, nor any attachment
@@ -256,12 +267,16 @@ class THTMLCONTEXT {
   void openLink(TBLOCK tag, const char* name, bool counts);
   void flushOrphans(uint32_t begin, bool dropped);
   // html_collect.cc
+  void meetTag(const THITEM& item);
+  void forgetTag();
   void noteTag(TBLOCK tag);
+  void walkParams(TBLOCK tag);
   TBLOCK cleanUrl(TBLOCK tag, TBLOCK url);
   void addTagValue(TBLOCK tag, const char* name, TBLOCKVECT& list);
   void addStyleParams(TBLOCK prefix, TBLOCK style);
   // html_pattern.cc
   int addHtmlToken(const THITEM& item);
+  void markParams(TBLOCK tag, TTOKEN& token);
   void addTableToken(const THITEM& item);
   // html_parse.cc
   void decodeOutput();
@@ -276,11 +291,18 @@ class THTMLCONTEXT {
   unsigned char orphans[kMaxOrphanBytes];
   uint32_t orphanLength;
 
-  TBLOCK notedTag;      // open tag whose names are noted
+  // Of the present open tag. A tag that was met before is known at once.
+  TBLOCK notedTag;      // empty when it is of no known type
   uint64_t notedNames;  // pairs of letters that its attributes may begin with
+  uint32_t notedHash;
+  int32_t notedNumber;  // in tagTable, or -1
+  TBLOCK walkedTag;     // whose attributes are in `params`
+  TTAGPARAMS params;
 
-  HASHTAB tagTable, paramTable;  // of tagTexts and of tagParams
-  BLOCK paramText;               // scratch
+  TEXTSET tagTable;    // of tagTexts
+  BLOCK tagFacts;      // of each of them
+  TEXTSET paramTable;  // of tagParams
+  BLOCK paramText;     // scratch
   THTMLTAG lastPatternTag, lastTableTag;
 
   unsigned char tableStack[kMaxTableStack];  // rows of tags

@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include "content/contexts.h"
+#include "content/html_tag_facts.h"
 
 namespace {
 
@@ -31,23 +32,37 @@ uint64_t NameBits(TBLOCK tag) {
 
 // ---- Attributes that tell nothing
 
-struct PARAMNAME {
-  uint32_t length;
-  const char* name;
-};
+// `known` is in small letters.
+bool Is(TBLOCK text, const char* known, uint32_t size) {
+  if (text.length != size) return false;
+  for (uint32_t i = 0; i < size; i++)
+    if (TBLOCK::LowerConvTable[text[i]] != static_cast<unsigned char>(known[i]))
+      return false;
+  return true;
+}
 
-const PARAMNAME kUsualParams[] = {
-    {4, "href"},  {3, "src"},    {5, "class"},   {2, "id"},     {5, "title"},
-    {3, "alt"},   {4, "name"},   {7, "content"}, {5, "width"},  {6, "height"},
-    {5, "value"}, {6, "lowsrc"}, {6, "action"},  {6, "coords"}, {7, "tableid"},
-    {4, "text"},  {4, "cite"},   {6, "usemap"}};
+bool Begins(TBLOCK text, const char* known, uint32_t size) {
+  return text.length >= size && Is(TBLOCK(text.pointer, size), known, size);
+}
 
 bool IsUsualParam(TBLOCK name) {
-  for (const PARAMNAME& usual : kUsualParams)
-    if (name.length == usual.length &&
-        name.equals(TBLOCK(usual.name, usual.length)))
-      return true;
-  return name.begins("on") || name.begins("xmlns");
+  static const struct {
+    uint32_t length;
+    const char* name;
+  } kUsual[] = {{2, "id"},      {3, "src"},    {3, "alt"},    {4, "href"},
+                {4, "name"},    {4, "text"},   {4, "cite"},   {5, "class"},
+                {5, "title"},   {5, "width"},  {5, "value"},  {6, "height"},
+                {6, "lowsrc"},  {6, "action"}, {6, "coords"}, {6, "usemap"},
+                {7, "content"}, {7, "tableid"}};
+  for (const auto& usual : kUsual)
+    if (Is(name, usual.name, usual.length)) return true;
+  return Begins(name, "on", 2) || Begins(name, "xmlns", 5);
+}
+
+// Addresses, with which every value differs.
+bool IsAddress(TBLOCK value) {
+  return Begins(value, kMailto, sizeof kMailto - 1) ||
+         Begins(value, kCid, sizeof kCid - 1);
 }
 
 bool IsWord(TBLOCK text) {
@@ -57,13 +72,33 @@ bool IsWord(TBLOCK text) {
 }
 
 bool IsUsualProp(TBLOCK name, TBLOCK value) {
-  return name.equals("width") || name.equals("height") || name.begins("mso-") ||
-         value.begins("image") || value.begins(kMailto) || value.begins(kCid);
+  return Is(name, "width", 5) || Is(name, "height", 6) ||
+         Begins(name, "mso-", 4) || Begins(value, "image", 5) ||
+         IsAddress(value);
+}
+
+unsigned char* Put(unsigned char* out, TBLOCK text) {
+  if (text.length) memcpy(out, text.pointer, text.length);
+  return out + text.length;
 }
 
 // Rows that stand for families of tags.
 bool IsFamily(THTMLTAG tag) {
   return tag == htUnknown || tag == htOColon || tag == htXDash || tag == htCf;
+}
+
+// Turns line ends into spaces; true when there was one.
+bool JoinLines(TBLOCK text) {
+  bool found = false;
+  for (const char* byte = "\r\n"; *byte; byte++) {
+    const unsigned char lineEnd = static_cast<unsigned char>(*byte);
+    for (int32_t at = text.findByte(lineEnd); at >= 0;
+         at = text.findByte(lineEnd, static_cast<uint32_t>(at))) {
+      text.pointer[at] = ' ';
+      found = true;
+    }
+  }
+  return found;
 }
 
 // ---- META
@@ -101,9 +136,34 @@ bool ReadSetting(TBLOCK text, const char* key, bool endsAtSemicolon,
 
 // ---- Attributes
 
+// Begins an open tag. Most tags of a body have been there before.
+void THTMLCONTEXT::meetTag(const THITEM& item) {
+  walkedTag.clear();
+  notedTag.clear();
+  notedNumber = -1;
+  if (item.tag == htUnknown) return;
+  notedTag = item.block;
+  notedHash = tagTable.hashOf(notedTag);
+  notedNumber = tagTable.find(notedTag, notedHash);
+  notedNames = notedNumber >= 0 ? FactsOf(tagFacts, notedNumber)->names
+                                : NameBits(notedTag);
+}
+
+// The tag's text has changed.
 void THTMLCONTEXT::noteTag(TBLOCK tag) {
-  notedTag = tag;
+  walkedTag.clear();
+  if (tag.pointer != notedTag.pointer) return;
+  notedHash = tagTable.hashOf(tag);
+  notedNumber = tagTable.find(tag, notedHash);
   notedNames = NameBits(tag);
+}
+
+void THTMLCONTEXT::forgetTag() {
+  notedTag.clear();
+  walkedTag.clear();
+  notedNames = 0;
+  notedHash = 0;
+  notedNumber = -1;
 }
 
 int THTMLCONTEXT::tagParam(TBLOCK tag, const char* name, TBLOCK& value) const {
@@ -122,9 +182,29 @@ int THTMLCONTEXT::tagParam(TBLOCK tag, const char* name, TBLOCK& value) const {
 // attribute.
 TBLOCK THTMLCONTEXT::cleanUrl(TBLOCK tag, TBLOCK url) {
   const uint32_t before = url.length;
+  const bool turned = url.findByte('\\') >= 0;
   const TBLOCK clean = DecodeUrl(url, hiddenUrlCount);
-  if (clean.length != before) noteTag(tag);
+  if (turned || clean.length != before) noteTag(tag);
   return clean;
+}
+
+// Takes the attributes apart, for all who want them.
+void THTMLCONTEXT::walkParams(TBLOCK tag) {
+  if (walkedTag.pointer == tag.pointer && walkedTag.length == tag.length)
+    return;
+  walkedTag = tag;
+  params.count = 0;
+  TBLOCK name, value;
+  int found = GetFirstTagParam(tag, name, value);
+  for (;;) {
+    if (found) {
+      params.names[params.count] = name;
+      params.values[params.count++] = value;
+    }
+    if (tag.empty() || params.count == TTAGPARAMS::kMost) break;
+    found = GetNextTagParam(tag, name, value);
+  }
+  params.rest = tag;
 }
 
 void THTMLCONTEXT::addTagValue(TBLOCK tag, const char* name, TBLOCKVECT& list) {
@@ -210,36 +290,39 @@ void THTMLCONTEXT::addImgSize(TBLOCK width, TBLOCK height) {
 }
 
 int THTMLCONTEXT::addTag(const THITEM& item) {
+  if (item.tag == htUnknown) return 0;
   const TBLOCK text = item.block;
   const bool full = tagTexts.count() >= kMaxTagTexts;
-  if (!full)
-    for (uint32_t i = 0; i < text.length; i++)
-      if (text[i] == '\r' || text[i] == '\n') text.pointer[i] = ' ';
-  if (tagTable.findKey(text) >= 0) return 1;
-  if (!full && tagTable.insert(text, nullptr) >= 0) tagTexts.add(text, 0, 0);
+  const bool changed = !full && JoinLines(text);
+  if (text.pointer != notedTag.pointer)
+    meetTag(item);
+  else if (changed)
+    noteTag(text);
+  if (notedNumber >= 0) return 1;
+  if (full) return 0;
+  const TTAGFACTS facts = {notedNames, 0, 0};
+  if (!tagFacts.add(&facts, sizeof facts)) return 0;
+  notedNumber = tagTable.add(text, notedHash);
+  if (notedNumber < 0)
+    tagFacts.removeEnd(sizeof facts);
+  else
+    tagTexts.add(text, 0, 0);
   return 0;
 }
 
 void THTMLCONTEXT::addTagParams(const THITEM& item) {
   if (IsFamily(item.tag) || tagParams.count() >= kMaxTagParams) return;
-  unsigned char lower[16];  // no name of a tag is that long
-  TBLOCK prefix(TagInfos[item.tag].name);
-  memcpy(lower, prefix.pointer, prefix.length);
-  prefix.pointer = lower;
+  unsigned char owner[32];  // the name of the tag, in small letters
+  const TBLOCK tagName(TagInfos[item.tag].name);
+  TBLOCK prefix(owner, static_cast<uint32_t>(Put(owner, tagName) - owner));
   prefix.convert(TBLOCK::LowerConvTable);
-  TBLOCK cursor = item.block;
+  walkParams(item.block);
   TBLOCK name, value;
-  int found = GetFirstTagParam(cursor, name, value);
-  for (; found || !cursor.empty();
-       found = GetNextTagParam(cursor, name, value)) {
-    if (!found) continue;
-    name.trim();
-    value.trim();
+  for (TPARAMWALK walk(params); walk.next(name, value);) {
     if (!IsWord(name) || IsUsualParam(name) || value.findByte('/') >= 0 ||
-        value.findByte('\\') >= 0 || value.begins(kMailto) ||
-        value.begins(kCid))
+        value.findByte('\\') >= 0 || IsAddress(value))
       continue;
-    if (name.equals("style"))
+    if (Is(name, "style", 5))
       addStyleParams(prefix, value);
     else
       addTagParamValue(prefix, name, value);
@@ -247,11 +330,10 @@ void THTMLCONTEXT::addTagParams(const THITEM& item) {
 }
 
 void THTMLCONTEXT::addStyleParams(TBLOCK prefix, TBLOCK style) {
-  static const char kStyle[] = ".style";
-  unsigned char text[32];
-  memcpy(text, prefix.pointer, prefix.length);
-  memcpy(text + prefix.length, kStyle, sizeof kStyle - 1);
-  const TBLOCK owner(text, prefix.length + sizeof kStyle - 1);
+  unsigned char text[48];
+  const TBLOCK owner(
+      text,
+      static_cast<uint32_t>(Put(Put(text, prefix), TBLOCK(".style")) - text));
   TBLOCK name, value;
   int found = GetFirstStyleProp(style, name, value);
   for (; found; found = GetNextStyleProp(style, name, value))
@@ -260,18 +342,19 @@ void THTMLCONTEXT::addStyleParams(TBLOCK prefix, TBLOCK style) {
 
 void THTMLCONTEXT::addTagParamValue(TBLOCK prefix, TBLOCK name, TBLOCK value) {
   if (tagParams.count() >= kMaxTagParams) return;
-  paramText.empty();
-  paramText.add(prefix);
-  paramText.add(".");
-  paramText.add(name);
-  paramText.add("=");
-  paramText.add(value);
-  TBLOCK text = paramText.view();
-  // A string ends at a NUL.
-  const int32_t nul = text.findByte(0);
-  if (nul >= 0) text.cut(static_cast<uint32_t>(nul));
-  if (paramTable.findKey(text) >= 0 || !tagParams.add(text)) return;
+  const uint32_t bytes = prefix.length + name.length + value.length + 3;
+  if (paramText.capacity < bytes && !paramText.addSpace(bytes)) return;
+  unsigned char* out = Put(paramText.data, prefix);
+  *out++ = '.';
+  out = Put(out, name);
+  *out++ = '=';
+  out = Put(out, value);
+  *out = 0;
+  const char* const string = reinterpret_cast<const char*>(paramText.data);
+  // A NUL in the value ends it.
+  const TBLOCK text(string);
+  const uint32_t hash = paramTable.hashOf(text);
+  if (paramTable.find(text, hash) >= 0 || !tagParams.add(string)) return;
   const int32_t last = tagParams.count() - 1;
-  if (paramTable.insert(tagParams.at(last)->view(), nullptr) < 0)
-    tagParams.del(last);
+  if (paramTable.add(tagParams.at(last)->view(), hash) < 0) tagParams.del(last);
 }

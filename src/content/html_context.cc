@@ -124,13 +124,15 @@ THTMLCONTEXT::THTMLCONTEXT()
       tagParams(0, kViewStep),
       backgroundImages(0),
       fontNames(0),
+      tagTable(kMaxTagTexts),
+      tagFacts(0, kViewStep),
+      paramTable(kMaxTagParams),
       paramText(0, kViewStep),
       viewStore(0, kViewStep) {
   TBLOCKVECT* const lists[] = {&linkWords, &altTexts,   &invisibleTexts,
                                &comments,  &classNames, &elementNames,
                                &tagTexts,  &fontNames,  &backgroundImages};
   for (TBLOCKVECT* list : lists) list->step = kViewStep;
-  tagTable.maxProbes = paramTable.maxProbes = kHostileProbes;
   clear();
 }
 
@@ -177,9 +179,9 @@ void THTMLCONTEXT::clear() {
   prevText.clear();
   linkStart = 0;
   orphanLength = 0;
-  notedTag.clear();
-  notedNames = 0;
+  forgetTag();
   tagTable.clear();
+  tagFacts.empty();
   paramTable.clear();
   lastPatternTag = lastTableTag = htUnknown;
   tableStackCount = 0;
@@ -222,14 +224,13 @@ void THTMLCONTEXT::doItem(THITEM& item, REGEXPOOL* /*pool*/,
       if (!item.block.empty()) doText(item, dico);
       break;
     case hitOpenTag:
-      noteTag(item.block);
+      meetTag(item);
       doOpenTag(item);
       if (item.tag != htUnknown) {
         addTagValue(item.block, "class", classNames);
         addTagValue(item.block, "name", elementNames);
         addTagValue(item.block, "id", elementNames);
-        addTag(item);
-        addTagParams(item);
+        if (!addTag(item)) addTagParams(item);
       }
       break;
     case hitCloseTag:
@@ -598,4 +599,6 @@ void THTMLCONTEXT::endParsing() {
     if (!line.empty()) textLineCount++;
   }
   tagTable.clear();
+  tagFacts.empty();
+  forgetTag();
 }

@@ -4,17 +4,14 @@
 // fit is left out. Entry: THTMLCONTEXT::addPattern. Tested by
 // html_context_test.cc.
 
-#include "content/contexts.h"
+#include "content/html_tag_facts.h"
 
-namespace {
-
-// ---- One token
-
-struct TOKEN {
+// One token.
+struct TTOKEN {
   uint32_t length;  // beyond the room it does not fit anywhere
   char bytes[kMaxHtmlPattern];
 
-  TOKEN() : length(0) {}
+  TTOKEN() : length(0) {}
   void add(char byte) {
     // A string would end at a NUL.
     if (byte == 0) return;
@@ -36,6 +33,8 @@ struct TOKEN {
   }
 };
 
+namespace {
+
 bool HasLetter(TBLOCK text) {
   for (uint32_t i = 0; i < text.length; i++)
     if (TBLOCK::Is(text[i], bitLetter)) return true;
@@ -44,11 +43,11 @@ bool HasLetter(TBLOCK text) {
 
 // ---- Marks of attributes
 
-void MarkSource(TBLOCK value, TOKEN& token) {
+void MarkSource(TBLOCK value, TTOKEN& token) {
   token.add(value.begins("cid") ? ",cid" : ",src");
 }
 
-void MarkBackground(TBLOCK value, TOKEN& token) {
+void MarkBackground(TBLOCK value, TTOKEN& token) {
   token.add(",bac");
   TBLOCK url = value;
   if (value.begins("cid"))
@@ -58,7 +57,7 @@ void MarkBackground(TBLOCK value, TOKEN& token) {
     token.add("=url");
 }
 
-void MarkAlign(TBLOCK value, TOKEN& token) {
+void MarkAlign(TBLOCK value, TTOKEN& token) {
   static const struct {
     const char* name;
     char letter;
@@ -76,7 +75,7 @@ void MarkAlign(TBLOCK value, TOKEN& token) {
   if (value.length == n + 1 && value[n] == '=') token.add('!');
 }
 
-void MarkStyle(TBLOCK value, TOKEN& token) {
+void MarkStyle(TBLOCK value, TTOKEN& token) {
   if (value.find("float") < 0) return;
   TBLOCK::BlockUnquote(value, 1);
   TBLOCK name, setting;
@@ -85,7 +84,7 @@ void MarkStyle(TBLOCK value, TOKEN& token) {
     if (name.equals("float") && setting.equals("right")) token.add(",right");
 }
 
-void MarkParam(TBLOCK name, TBLOCK value, TOKEN& token) {
+void MarkParam(TBLOCK name, TBLOCK value, TTOKEN& token) {
   static const struct {
     const char* prefix;
     const char* mark;
@@ -113,14 +112,6 @@ void MarkParam(TBLOCK name, TBLOCK value, TOKEN& token) {
       return;
     }
   }
-}
-
-// A bare attribute, as the "/" that closes a tag, has no mark.
-void MarkParams(TBLOCK tag, TOKEN& token) {
-  TBLOCK name, value;
-  int found = GetFirstTagParam(tag, name, value);
-  for (; found || !tag.empty(); found = GetNextTagParam(tag, name, value))
-    if (found) MarkParam(name, value, token);
 }
 
 // Codes of items that are no tags; null for those that have no token.
@@ -153,47 +144,69 @@ void THTMLCONTEXT::addPattern(const THITEM& item) {
 
 // 0 when there was a token and no room for it.
 int THTMLCONTEXT::addHtmlToken(const THITEM& item) {
-  const uint32_t room =
-      kMaxHtmlPattern - static_cast<uint32_t>(htmlPattern.len());
+  const uint32_t used = static_cast<uint32_t>(htmlPattern.len());
+  const uint32_t room = kMaxHtmlPattern - used;
   const bool text = item.type == hitText;
   if (text && (lastPatternTag == htTEXT || !HasLetter(item.block))) return 1;
-  const bool tag = item.type == hitOpenTag || item.type == hitCloseTag;
+  const bool open = item.type == hitOpenTag;
+  const bool tag = open || item.type == hitCloseTag;
   const char* const code =
       text ? TagInfos[htTEXT].code
            : (tag ? TagInfos[item.tag].code : CodeOf(item.type));
   if (!code) return 1;
   if (room < 2) return 0;
-  TOKEN token;
-  token.add('/');
-  if (item.type == hitCloseTag)
-    token.addSmall(code);
-  else
-    token.add(code);
-  if (item.type == hitOpenTag) MarkParams(item.block, token);
+  TTAGFACTS* const facts =
+      open && notedNumber >= 0 && item.block.pointer == notedTag.pointer
+          ? FactsOf(tagFacts, notedNumber)
+          : nullptr;
+  TTOKEN token;
+  if (facts && facts->tokenSize) {
+    token.add(htmlPattern.view().from(facts->tokenAt).head(facts->tokenSize));
+  } else {
+    token.add('/');
+    if (item.type == hitCloseTag)
+      token.addSmall(code);
+    else
+      token.add(code);
+    if (open) markParams(item.block, token);
+  }
   if (token.length > room) return 0;
   htmlPattern += TBLOCK(token.bytes, token.length);
   lastPatternTag = text ? static_cast<THTMLTAG>(htTEXT) : htUnknown;
+  if (facts) {
+    facts->tokenAt = used;
+    facts->tokenSize = token.length;
+  }
   return 1;
 }
 
+// A bare attribute, as the "/" that closes a tag, has no mark.
+void THTMLCONTEXT::markParams(TBLOCK tag, TTOKEN& token) {
+  walkParams(tag);
+  TBLOCK name, value;
+  for (TPARAMWALK walk(params); walk.next(name, value);)
+    MarkParam(name, value, token);
+}
+
 void THTMLCONTEXT::addTableToken(const THITEM& item) {
-  const bool open = item.type == hitOpenTag;
   const bool text = item.type == hitText;
-  TOKEN token;
+  const bool open = item.type == hitOpenTag;
+  const bool part = IsTablePart(item.tag);
+  if (text ? lastTableTag == htTEXT || !HasLetter(item.block)
+           : !(open && (part || item.tag == htBR || item.tag == htIMG)) &&
+                 !(item.type == hitCloseTag && part))
+    return;
+  TTOKEN token;
   if (tablePattern.len() > 0) token.add('/');
   if (text) {
-    if (lastTableTag == htTEXT || !HasLetter(item.block)) return;
     token.add(TagInfos[htTEXT].code);
-  } else if (open &&
-             (IsTablePart(item.tag) || item.tag == htBR || item.tag == htIMG)) {
+  } else if (open) {
     TBLOCK value;
     token.add(TagInfos[item.tag].code);
     if (tagParam(item.block, "colspan", value)) token.add(",col");
     if (tagParam(item.block, "rowspan", value)) token.add(",row");
-  } else if (item.type == hitCloseTag && IsTablePart(item.tag)) {
-    token.addSmall(TagInfos[item.tag].code);
   } else {
-    return;
+    token.addSmall(TagInfos[item.tag].code);
   }
   if (token.length + static_cast<uint32_t>(tablePattern.len()) >
       static_cast<uint32_t>(kMaxTablePattern))

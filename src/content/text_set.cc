@@ -1,0 +1,116 @@
+// Open addressing over slots of two bytes, at most half of them in use. Tested
+// by text_set_test.cc.
+
+#include "content/text_set.h"
+
+#include <string.h>
+
+namespace {
+
+struct ENTRY {
+  TBLOCK text;
+  uint32_t hash;
+};
+
+const uint32_t kTextStep = 4096;  // bytes
+const uint32_t kFactor1 = 0x9E3779B1;
+const uint32_t kFactor2 = 0x85EBCA77;
+
+uint32_t Word(const unsigned char* p) {
+  uint32_t word;
+  memcpy(&word, p, sizeof word);
+  return word;
+}
+
+// Up to three bytes.
+uint32_t ShortWord(const unsigned char* p, uint32_t n) {
+  uint32_t word = n;
+  for (uint32_t i = 0; i < n; i++) word = word << 8 | p[i];
+  return word;
+}
+
+uint32_t Turn(uint32_t value) {
+  return value << 15 | value >> 17;
+}
+
+uint32_t PowerOfTwo(uint32_t least) {
+  uint32_t power = 1;
+  while (power < least) power *= 2;
+  return power;
+}
+
+const ENTRY* EntriesOf(const BLOCK& texts) {
+  return reinterpret_cast<const ENTRY*>(texts.data);
+}
+
+uint16_t* SlotsOf(const BLOCK& slots) {
+  return reinterpret_cast<uint16_t*>(slots.data);
+}
+
+}  // namespace
+
+TEXTSET::TEXTSET(uint32_t most)
+    : limit(most),
+      slotMask(PowerOfTwo(most * 2) - 1),
+      texts(0, kTextStep),
+      slots(0, 0) {}
+
+int32_t TEXTSET::count() const {
+  return static_cast<int32_t>(texts.length / sizeof(ENTRY));
+}
+
+// Two lanes, each of which takes every other word.
+uint32_t TEXTSET::hashOf(TBLOCK text) const {
+  const uint32_t seed =
+      static_cast<uint32_t>(reinterpret_cast<uintptr_t>(this) >> 4);
+  uint32_t a = seed * kFactor2 + text.length;
+  uint32_t b = seed ^ kFactor1;
+  const unsigned char* p = text.pointer;
+  uint32_t n = text.length;
+  for (; n >= 8; n -= 8, p += 8) {
+    a = Turn(a ^ Word(p) * kFactor1) * kFactor2;
+    b = Turn(b ^ Word(p + 4) * kFactor2) * kFactor1;
+  }
+  if (n >= 4) {
+    a = Turn(a ^ Word(p) * kFactor1) * kFactor2;
+    n -= 4;
+    p += 4;
+  }
+  b = Turn(b ^ ShortWord(p, n) * kFactor2) * kFactor1;
+  a = (a ^ Turn(b)) * kFactor1;
+  return a ^ a >> 15;
+}
+
+int32_t TEXTSET::find(TBLOCK text, uint32_t hash) const {
+  if (texts.length == 0) return -1;
+  const uint16_t* const places = SlotsOf(slots);
+  for (uint32_t i = hash & slotMask; places[i]; i = (i + 1) & slotMask) {
+    const ENTRY& entry = EntriesOf(texts)[places[i] - 1];
+    if (entry.hash == hash && entry.text.length == text.length &&
+        memcmp(entry.text.pointer, text.pointer, text.length) == 0)
+      return places[i] - 1;
+  }
+  return -1;
+}
+
+int32_t TEXTSET::add(TBLOCK text, uint32_t hash) {
+  const uint32_t bytes = (slotMask + 1) * uint32_t{sizeof(uint16_t)};
+  if (static_cast<uint32_t>(count()) >= limit) return -1;
+  if (slots.length == 0) {
+    if (slots.capacity < bytes && !slots.addSpace(bytes)) return -1;
+    memset(slots.data, 0, bytes);
+    slots.length = bytes;
+  }
+  const ENTRY entry = {text, hash};
+  if (!texts.add(&entry, sizeof entry)) return -1;
+  uint16_t* const places = SlotsOf(slots);
+  uint32_t i = hash & slotMask;
+  while (places[i]) i = (i + 1) & slotMask;
+  places[i] = static_cast<uint16_t>(count());
+  return count() - 1;
+}
+
+void TEXTSET::clear() {
+  texts.empty();
+  slots.empty();
+}

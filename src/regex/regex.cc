@@ -33,6 +33,12 @@ bool Matches(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool) {
   return regex.match(subject);
 }
 
+// Whether a compiled pattern, if any, matches.
+bool Runs(const zr_regex* compiled, TBLOCK text) {
+  return compiled && zr_regexec_len(compiled, Bytes(text), 0, nullptr, 0,
+                                    Length(text)) == ZR_OK;
+}
+
 // Appends the class of a run of letters and digits, with its count.
 void AddRunClass(TBLOCK run, STR& out) {
   const uint32_t kShortRun = 4;  // below this its length says little
@@ -121,8 +127,7 @@ void REGEX::_commonCtorJob() {
 }
 
 bool REGEX::matches(TBLOCK text) const {
-  return compiled && zr_regexec_len(compiled, Bytes(text), 0, nullptr, 0,
-                                    Length(text)) == ZR_OK;
+  return Runs(compiled, text);
 }
 
 bool REGEX::match(TBLOCK text) {
@@ -181,15 +186,18 @@ void RULEPATTERN::read(TBLOCK patternText) {
   pattern = patternText;
   wanted.set(TBLOCK(), nullptr);
   unwanted.set(TBLOCK(), nullptr);
+  must = mustNot = nullptr;
   form = rfNone;
   if (pattern.empty()) return;
   const int32_t split = FindSplit(pattern);
   if (split >= 0) {
-    form = rfSplit;
+    form = split > 0 ? rfBut : rfNot;
     wanted.pattern = pattern.head(static_cast<uint32_t>(split));
     unwanted.pattern = pattern.from(static_cast<uint32_t>(split) + 1);
     return;
   }
+  // The two shortcuts differ from the patterns: "." of the engine does not
+  // match every byte.
   form = pattern.equals("^$")  ? rfNoText
          : pattern.equals(".") ? rfAnyText
                                : rfPlain;
@@ -197,10 +205,13 @@ void RULEPATTERN::read(TBLOCK patternText) {
 }
 
 void RULEPATTERN::compile(REGEXPOOL* pool) {
-  // What "." of the engine leaves out, the empty subject, is all that is left.
+  // The empty subject, which "." of the engine does not match either, is all
+  // that is left.
   if (form == rfAnyText) return;
   wanted.set(wanted.pattern, pool);
   unwanted.set(unwanted.pattern, pool);
+  must = wanted.compiled;
+  mustNot = unwanted.compiled;
 }
 
 void RULEPATTERN::set(TBLOCK patternText, REGEXPOOL* pool) {
@@ -213,17 +224,11 @@ int32_t RULEPATTERN::compileError() const {
                                         : wanted.compileError;
 }
 
-// The two shortcuts differ from the patterns: "." of the engine does not match
-// every byte.
-bool RULEPATTERN::matchesAtOnce(TBLOCK subject) const {
-  return form == (subject.empty() ? rfNoText : rfAnyText);
-}
-
 bool RULEPATTERN::match(TBLOCK subject) const {
   if (matchesAtOnce(subject)) return true;
   if (form == rfNone) return false;
-  if (!wanted.pattern.empty() && !wanted.matches(subject)) return false;
-  return !unwanted.compiled || !unwanted.matches(subject);
+  if (form != rfNot && !Runs(must, subject)) return false;
+  return !Runs(mustNot, subject);
 }
 
 bool BlockMatchRegex(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool,

@@ -68,12 +68,19 @@ class REGEX {
 // not. "\~" is no such mark and hides all behind it. A half that does not
 // compile matches nothing, so that "~(" matches everything.
 class RULEPATTERN {
+ private:
+  enum FORM { rfNone, rfPlain, rfBut, rfNot, rfAnyText, rfNoText };
+  // All that a match reads, together: thousands of patterns take turns.
+  FORM form;
+  const zr_regex* must;
+  const zr_regex* mustNot;
+
  public:
   TBLOCK pattern;  // a view
   REGEX wanted;    // what must match; without a pattern there is no such half
   REGEX unwanted;  // what must not
 
-  RULEPATTERN() : form(rfNone) {}
+  RULEPATTERN() : form(rfNone), must(nullptr), mustNot(nullptr) {}
 
   // Takes a pattern apart. The halves are not compiled: they match nothing.
   void read(TBLOCK pattern);
@@ -87,13 +94,13 @@ class RULEPATTERN {
   // Writes nothing. REQUIRES: compile was called.
   bool match(TBLOCK subject) const;
   // Whether the subject matches without a look at the halves.
-  bool matchesAtOnce(TBLOCK subject) const;
+  bool matchesAtOnce(TBLOCK subject) const {
+    return form == (subject.empty() ? rfNoText : rfAnyText);
+  }
   // Whether all of the pattern is the wanted half.
-  bool isPlain() const { return form != rfNone && form != rfSplit; }
-
- private:
-  enum FORM { rfNone, rfPlain, rfSplit, rfAnyText, rfNoText };
-  FORM form;
+  bool isPlain() const {
+    return form == rfPlain || form == rfAnyText || form == rfNoText;
+  }
 };
 
 // Whether the subject matches the RULEPATTERN. `compiled`, when given, must be

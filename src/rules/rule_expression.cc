@@ -455,10 +455,13 @@ int32_t TQMEXPR::checkBlockList(const TBLOCKVECT& elements, TBLOCKVECT& matched,
   const int32_t to = last < 0 || last >= n ? n - 1 : last;
   if (from >= n) return 0;
   const bool wanted = op == roMatch || op == roMatchAll;
+  const bool plain = !func && !isSection;
   if (op == roMatch || op == roNoMatch) {
     for (int32_t i = to; i >= from; i--) {
       const TBLOCK element = elements.get(i);
-      if (checkBlock(element, work) == wanted) matched.add(element, 1, 0);
+      const bool matches =
+          plain ? regex.match(element) : checkBlock(element, work);
+      if (matches == wanted) matched.add(element, 1, 0);
     }
   } else {
     for (int32_t i = from; i <= to; i++) {

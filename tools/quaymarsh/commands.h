@@ -27,6 +27,7 @@ enum ExitCode {
 // exit code through `exitCode`, which must outlive the parser.
 void AddScanCommand(CLI::App& app, int* exitCode);
 void AddFieldsCommand(CLI::App& app, int* exitCode);
+void AddRuleCommand(CLI::App& app, int* exitCode);
 void AddDecodeCommand(CLI::App& app, int* exitCode);
 void AddRegexCommand(CLI::App& app, int* exitCode);
 void AddDictCommand(CLI::App& app, int* exitCode);

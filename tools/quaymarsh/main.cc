@@ -78,6 +78,7 @@ int Run(int argc, char** argv) {
   app.require_subcommand(1);
   AddScanCommand(app, &exitCode);
   AddFieldsCommand(app, &exitCode);
+  AddRuleCommand(app, &exitCode);
   AddDecodeCommand(app, &exitCode);
   AddRegexCommand(app, &exitCode);
   AddDictCommand(app, &exitCode);

@@ -3,7 +3,7 @@
 // parseUrl, openAnchor, closeAnchor. Tested by html_context_test.cc.
 
 #include "base/wildcard.h"
-#include "content/contexts.h"
+#include "content/html_tag_facts.h"
 
 namespace {
 
@@ -15,9 +15,10 @@ const char kHrefAllowed[] =
 
 // Whether "http" stands in the text twice.
 bool HasTwoUrls(TBLOCK text) {
-  const int32_t first = text.find(kHttp);
+  const TTAGWORD http(kHttp);
+  const int32_t first = http.findIn(text, 0);
   return first >= 0 &&
-         text.find(kHttp, static_cast<uint32_t>(first) + sizeof kHttp - 1) >= 0;
+         http.findIn(text, static_cast<uint32_t>(first) + http.size) >= 0;
 }
 
 bool IsOnList(TBLOCK name, const char* list) {

@@ -59,6 +59,12 @@ bool IsUsualParam(TBLOCK name) {
   return Begins(name, "on", 2) || Begins(name, "xmlns", 5);
 }
 
+bool HasSlash(TBLOCK value) {
+  for (uint32_t i = 0; i < value.length; i++)
+    if (value[i] == '/' || value[i] == '\\') return true;
+  return false;
+}
+
 // Addresses, with which every value differs.
 bool IsAddress(TBLOCK value) {
   return Begins(value, kMailto, sizeof kMailto - 1) ||
@@ -170,10 +176,14 @@ int THTMLCONTEXT::tagParam(TBLOCK tag, const char* name, TBLOCK& value) const {
   if (tag.pointer == notedTag.pointer && tag.length == notedTag.length) {
     const uint32_t bit = NameBit(static_cast<unsigned char>(name[0]),
                                  static_cast<unsigned char>(name[1]));
-    if (!(notedNames >> bit & 1)) {
-      value.clear();
-      return 0;
-    }
+    value.clear();
+    if (!(notedNames >> bit & 1)) return 0;
+    // What stands ahead of the first place with that name is no matter, except
+    // that there must be two bytes of it.
+    const int32_t at = TTAGWORD(name).findIn(tag, 0);
+    if (at < 2) return 0;
+    return GetTagParamValue(tag.from(static_cast<uint32_t>(at) - 2), name,
+                            value);
   }
   return GetTagParamValue(tag, name, value);
 }
@@ -319,8 +329,8 @@ void THTMLCONTEXT::addTagParams(const THITEM& item) {
   walkParams(item.block);
   TBLOCK name, value;
   for (TPARAMWALK walk(params); walk.next(name, value);) {
-    if (!IsWord(name) || IsUsualParam(name) || value.findByte('/') >= 0 ||
-        value.findByte('\\') >= 0 || IsAddress(value))
+    if (!IsWord(name) || IsUsualParam(name) || HasSlash(value) ||
+        IsAddress(value))
       continue;
     if (Is(name, "style", 5))
       addStyleParams(prefix, value);

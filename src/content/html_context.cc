@@ -3,7 +3,7 @@
 // collected on the way. Entries: doItem and endParsing, for QmHtmlParse. Tested
 // by html_context_test.cc.
 
-#include "content/contexts.h"
+#include "content/html_tag_facts.h"
 
 const char* const HtmlMetaTokens[hmCount] = {
     "Title",     "Publisher",   "Keywords",      "Reply-to", "Category",
@@ -509,7 +509,7 @@ void THTMLCONTEXT::openImg(TBLOCK tag) {
     imgInLinkCount++;
     linked = true;
   }
-  if (tag.find("usemap") >= 0) {
+  if (TTAGWORD("usemap").findIn(tag, 0) >= 0) {
     imgInLinkCount++;
     usemapImgCount++;
     linked = true;

@@ -159,20 +159,25 @@ int THTMLCONTEXT::addHtmlToken(const THITEM& item) {
       open && notedNumber >= 0 && item.block.pointer == notedTag.pointer
           ? FactsOf(tagFacts, notedNumber)
           : nullptr;
+  const THTMLTAG last = text ? static_cast<THTMLTAG>(htTEXT) : htUnknown;
   TTOKEN token;
   if (facts && facts->tokenSize) {
-    token.add(htmlPattern.view().from(facts->tokenAt).head(facts->tokenSize));
-  } else {
-    token.add('/');
-    if (item.type == hitCloseTag)
-      token.addSmall(code);
-    else
-      token.add(code);
-    if (open) markParams(item.block, token);
+    if (facts->tokenSize > room) return 0;
+    // A copy, since a string that is added to itself moves as a whole.
+    memcpy(token.bytes, htmlPattern.text + facts->tokenAt, facts->tokenSize);
+    htmlPattern.add(token.bytes, static_cast<int32_t>(facts->tokenSize));
+    lastPatternTag = last;
+    return 1;
   }
+  token.add('/');
+  if (item.type == hitCloseTag)
+    token.addSmall(code);
+  else
+    token.add(code);
+  if (open) markParams(item.block, token);
   if (token.length > room) return 0;
-  htmlPattern += TBLOCK(token.bytes, token.length);
-  lastPatternTag = text ? static_cast<THTMLTAG>(htTEXT) : htUnknown;
+  htmlPattern.add(token.bytes, static_cast<int32_t>(token.length));
+  lastPatternTag = last;
   if (facts) {
     facts->tokenAt = used;
     facts->tokenSize = token.length;
@@ -189,6 +194,9 @@ void THTMLCONTEXT::markParams(TBLOCK tag, TTOKEN& token) {
 }
 
 void THTMLCONTEXT::addTableToken(const THITEM& item) {
+  const uint32_t used = static_cast<uint32_t>(tablePattern.len());
+  // The shortest token has two letters and what separates it.
+  if (used + 3 > static_cast<uint32_t>(kMaxTablePattern)) return;
   const bool text = item.type == hitText;
   const bool open = item.type == hitOpenTag;
   const bool part = IsTablePart(item.tag);
@@ -197,7 +205,7 @@ void THTMLCONTEXT::addTableToken(const THITEM& item) {
                  !(item.type == hitCloseTag && part))
     return;
   TTOKEN token;
-  if (tablePattern.len() > 0) token.add('/');
+  if (used > 0) token.add('/');
   if (text) {
     token.add(TagInfos[htTEXT].code);
   } else if (open) {
@@ -208,9 +216,7 @@ void THTMLCONTEXT::addTableToken(const THITEM& item) {
   } else {
     token.addSmall(TagInfos[item.tag].code);
   }
-  if (token.length + static_cast<uint32_t>(tablePattern.len()) >
-      static_cast<uint32_t>(kMaxTablePattern))
-    return;
-  tablePattern += TBLOCK(token.bytes, token.length);
+  if (used + token.length > static_cast<uint32_t>(kMaxTablePattern)) return;
+  tablePattern.add(token.bytes, static_cast<int32_t>(token.length));
   lastTableTag = text ? static_cast<THTMLTAG>(htTEXT) : item.tag;
 }

@@ -87,6 +87,8 @@ TEST(BlockUrlTest, Domains) {
       {"a.x_co.uk", "a.x_co.uk", "co.uk"},
       {"a.x_b.org", "b.org", "org"},
       {"a.b.org_", "", ""},
+      {"a.b.x_cd", "", ""},
+      {"a.b.x_cde", "cde", ""},
       {" 10.0.0.1 ", "10.0.0.1", ""},
       {"1.2.3", "2.3", "3"},
       {"x.org.", "", ""},

@@ -101,7 +101,7 @@ TEST(FindUrlTest, Domains) {
       {"x.com 12.com -ab.com ab-.com .ab.com", ""},
       {"me-.x.com in.com co.uk x.co.uk a.in.com", ""},
       {"1a.in.com", "1a.in.com|"},
-      {"ab@in.com ab.in@c ab.com/a@b", ""},
+      {"ab@cd.com ab.in@c ab.com/a@b a@b c . com", ""},
       {"ab.com:ab.com:ab.com@b cd.com", "cd.com|"},
       // How far a piece may be away.
       {"p i l l        s . c o m", "pills.com|"},
@@ -157,6 +157,8 @@ TEST(FindUrlTest, Limits) {
   EXPECT_EQ(brackets.substr(1) + "|", Find(brackets + ">", nullptr));
   EXPECT_EQ("", Find(brackets + " >", nullptr));
   EXPECT_EQ("http|", Find(brackets + "<http>", nullptr));
+  EXPECT_EQ("http" + std::string(4087, ' ') + "|",
+            Find("<http<http" + std::string(4087, ' ') + ">", nullptr));
 }
 
 }  // namespace

@@ -44,6 +44,7 @@ TEST(TextParseTest, Copying) {
       {"<unknowntag> <o:p> <!-- x --> <> < b>", "", 0},
       {"<unknowntag\n>x", "<unknowntag\nx", 0},
       {"<xx <b>c", "<xx c", 1},
+      {"</blockquotes></blockquote>", "</blockquotes>", 1},
       {"<script> a > b </script>c<style>d", "cd", 2},
       {"<Title>x</title>", "", 1},
       {"1 <b 2 <i>", "1 ", 2},
@@ -60,10 +61,10 @@ TEST(TextParseTest, Copying) {
   }
   EXPECT_TRUE(Parse("<html x>", 9).html);
   EXPECT_FALSE(Parse("</html><xhtml>", 9).html);
-  const std::string long_address = "<" + std::string(317, 'a') + "@b>";
-  EXPECT_EQ(long_address, Parse(">" + long_address, 400).text);
-  EXPECT_EQ(long_address + "x",
-            Parse("<b" + long_address.substr(1) + "x", 400).text.erase(1, 1));
+  // An address of 320 bytes, and a tag.
+  const std::string address = "<b/" + std::string(315, 'a') + "@c>";
+  EXPECT_EQ(address, Parse(address, 400).text);
+  EXPECT_EQ("", Parse("<b/a" + address.substr(3), 400).text);
 }
 
 TEST(TextParseTest, FullOutputLosesTextButNoLinks) {
@@ -79,6 +80,10 @@ TEST(TextParseTest, FullOutputLosesTextButNoLinks) {
     EXPECT_EQ(1, parsed.hidden);
     EXPECT_EQ(2, parsed.tags);
   }
+  const HeapText source(text);
+  TTEXTCONTEXT context;
+  QmTextParse(source.view(), TBLOCK(), context, nullptr, nullptr);
+  EXPECT_EQ(4, context.links.count());
 }
 
 std::string List(const STRVECT& list) {

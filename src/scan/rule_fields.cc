@@ -573,7 +573,7 @@ void TQMMSG::buildRegexField(int32_t field, TBLOCK name, RULEFIELD& f) {
     case 118:  // Country
       return AddCountries(*this, f);
     case 119:  // Profil
-      return f.add(profile);
+      return f.add(profiles);
     case 120:  // Param
       return f.add(paramLines);
     case 121:  // ImgDomain

@@ -203,6 +203,7 @@ TEST(RuleLeafTest, CountsTheElementsOfAList) {
       {"Url[0,0]==a", abc, 1, "a|"},
       {"Url[2]=a", abc, 1, "ab|"},
       {"Url[1,9]=b", abc, 2, "ab|b|"},
+      {"Url[1,3]<>x", abc, 2, "ab|b|"},
       {"Url[-1,1]=b", abc, 1, "b|"},
       {"Url[3]=a", abc, 0, ""},
       {"Url[3]<>x", abc, 0, ""},

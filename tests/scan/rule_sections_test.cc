@@ -263,6 +263,7 @@ TEST_F(RuleSectionsTest, SectionsWithAnIndex) {
       {"fruits", stString, sfHashed, {"Banana", "kiwi"}},
       {"unindexed", stString, 0, {"Banana"}},
       {"digests", stMd5, sfHashed, {"banana"}},
+      {"patchlike", stString, sfHashed | sfPatch, {"Banana"}},
       {"phish", stRule, 0, {"<5>Param=a", "<-50>Param=a"}},
       {"phish-Hash", stString, sfHashed, {"<40>ok2", "<7>ok1"}},
       {"plain", stRule, 0, {"<5>Param=a"}},
@@ -274,7 +275,8 @@ TEST_F(RuleSectionsTest, SectionsWithAnIndex) {
     int count;
   } rows[] = {{"Param$=fruits", 1},      {"Param$<>Fruits", 2},
               {"rev(Param)$=fruits", 0}, {"Param$=unindexed", 0},
-              {"Param$=digests", 1},     {"Param$==fruits", 0}};
+              {"Param$=patchlike", 0},   {"Param$=digests", 1},
+              {"Param$==fruits", 0}};
   for (const auto& row : rows)
     EXPECT_EQ(row.count, message.checkRule(TBLOCK(row.rule), name, 1, '|'))
         << row.rule;

@@ -1,0 +1,619 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "base/heap_text.h"
+#include "content/html_parse.h"
+
+namespace {
+
+// One body, parsed. Text and output are exactly as long as they say.
+class Body {
+ public:
+  explicit Body(const std::string& html) : Body(html, html.size() + 128) {}
+  Body(const std::string& html, size_t room)
+      : source_(html), output_(std::string(room, '#')) {
+    length_ = QmHtmlParse(source_.view(), output_.view(), c, nullptr, nullptr);
+  }
+  std::string text() const { return output_.str().substr(0, length_); }
+  // "url[text|text|]previous " for each link.
+  std::string links() const {
+    std::string out;
+    for (int32_t i = 0; i < c.links.count(); i++) {
+      const TLINKRECORD* link = c.links.get(i);
+      out += Str(link->url.url) + "[" + Join(*link->texts) + "]" +
+             Str(link->prevText) + " ";
+    }
+    return out;
+  }
+  std::string strings(const STRVECT& list) const {
+    std::string out;
+    for (int32_t i = 0; i < list.count(); i++)
+      out += std::string(list.text(i)) + "|";
+    return out;
+  }
+
+  THTMLCONTEXT c;
+
+ private:
+  HeapText source_;
+  HeapText output_;
+  uint32_t length_;
+};
+
+std::string Repeat(const std::string& piece, int times) {
+  std::string out;
+  for (int i = 0; i < times; i++) out += piece;
+  return out;
+}
+
+// ---- Text
+
+TEST(HtmlContextTest, VisibleText) {
+  const struct {
+    const char* html;
+    const char* text;
+  } rows[] = {
+      {"", ""},
+      {"a<b>b</b>&lt;c&gt;", "ab<c>"},
+      {"a<br>b<hr>c", "a\r\nb----\r\nc"},
+      // A line that is pending is written ahead of text, and takes the space
+      // with it; only opening tags separate.
+      {"a<p>b</p> c</tr>d<td>e<tr><td>f", "a\r\nb cd e\r\nf"},
+      {"a<p>", "a"},
+      {"<h5>a<h4>b", "\r\na\r\nb"},
+      {"a</body>b", "a\r\nb"},
+      {"a<select>b<option>c</select>d", "a d"},
+      {"<pre>a\r\nb</pre>c\r\n\r\nd", "a\r\nbc d"},
+      {"a<title>t</title><!-- c --><script>s</script>b", "ab"},
+      {"a<img src=i>b", "a!%IMG%! b"},
+      {"a<p><img src=CID:i>", "a\r\n!%CID%!"},
+      {"a<img src=''>b", "a b"},
+      // A space is pending longer than a line end that is written at once.
+      {"a<img><br>b", "a\r\n b"},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(row.text, Body(row.html).text()) << row.html;
+}
+
+// What does not fit is left out as a whole, and later pieces may fit again.
+TEST(HtmlContextTest, OutputThatIsFull) {
+  const std::string html = "abc<br>de<hr>f<img src=i>g<p>h";
+  const char* const texts[] = {"",     "f",       "\r\n",     "abc",
+                               "abcf", "abc\r\n", "abc\r\nf", "abc\r\nde"};
+  for (size_t room = 0; room < 8; room++)
+    EXPECT_EQ(texts[room], Body(html, room).text()) << room;
+  for (size_t room = 8; room < 40; room++)
+    EXPECT_LE(Body(html, room).text().size(), room);
+  // Source and reserve are no bound of the output.
+  const Body ruler(Repeat("<hr>", 1000));
+  EXPECT_EQ(Repeat("----\r\n", 688), ruler.text());
+  EXPECT_EQ(688, ruler.c.textLineCount);
+}
+
+TEST(HtmlContextTest, TextIsCounted) {
+  const Body blank(" &nbsp;<p> <td> ");
+  EXPECT_EQ(0u, blank.c.flags & (hcfNotEmpty | hcfNoLinkText));
+  EXPECT_EQ(0, blank.c.textLineCount);
+  const Body linked("<a href=u>a</a>\x7F<br>\r\n \x7F");
+  EXPECT_EQ(2, linked.c.unknownCharCount);
+  EXPECT_EQ(2, linked.c.textLineCount);
+  EXPECT_EQ(hcfNotEmpty,
+            Body("<a href=u>a</a>").c.flags & (hcfNotEmpty | hcfNoLinkText));
+}
+
+// Feeds single texts under colours and sizes that are set by hand.
+class Texts {
+ public:
+  Texts() : room_(std::string(100, '#')) { c.output = room_.view(); }
+  void add(const char* bytes) {
+    texts_.push_back(new HeapText(bytes));
+    THITEM item;
+    ClearHtmlItem(item, 0);
+    item.block = texts_.back()->view();
+    item.type = hitText;
+    DecodeText(item, nullptr, 0);
+    c.doItem(item, nullptr, nullptr);
+  }
+  ~Texts() {
+    for (HeapText* text : texts_) delete text;
+  }
+  std::string text() const { return room_.str().substr(0, c.length); }
+
+  THTMLCONTEXT c;
+
+ private:
+  HeapText room_;
+  std::vector<HeapText*> texts_;
+};
+
+// Tiny letters dropped into a word leave a mark; elsewhere they are text.
+TEST(HtmlContextTest, Filler) {
+  const struct {
+    const char* word;
+    int16_t size;
+    const char* filler;
+    const char* text;
+    int32_t useless, tiny;
+  } rows[] = {
+      {"Via", 6, "x1y", "Via~", 2, 0},   {"Via", 7, "xy", "Viaxy", 0, 0},
+      {"Via", 9, "x", "Via~", 1, 0},     {"Via", 10, "x", "Viax", 0, 0},
+      {"Via ", 4, "xy", "Via xy", 0, 2}, {"Via", 1, " x", "Via~", 0, 1},
+      {"Via~", 1, "x", "Via~x", 0, 1},   {"Via", 0, "xy", "Via~", 2, 0},
+      {"Via", -2, "xy", "Viaxy", 0, 0}};
+  for (const auto& row : rows) {
+    Texts t;
+    t.add(row.word);
+    t.c.curFontSize = row.size;
+    t.add(row.filler);
+    EXPECT_EQ(row.text, t.text());
+    EXPECT_EQ(row.useless, t.c.uselessAlphaCount) << row.text;
+    EXPECT_EQ(row.tiny, t.c.tinyAlphaCount) << row.text;
+  }
+}
+
+TEST(HtmlContextTest, WordsOfMediumSize) {
+  Texts t;
+  t.c.curFontSize = 10;
+  t.add("one, two");
+  EXPECT_EQ(0, t.c.mediumWordCount);
+  t.add(" three four");
+  EXPECT_EQ(2, t.c.mediumWordCount);
+}
+
+TEST(HtmlContextTest, TextThatCannotBeSeen) {
+  Texts t;
+  t.c.flags |= hcfInvisibleChars;
+  t.add("gone");
+  t.add(" ");
+  EXPECT_EQ(" ", t.text());
+  EXPECT_EQ(0u, t.c.flags & hcfNotEmpty);
+  t.c.flags |= hcfAnchor | hcfEmptyLink;
+  t.add("kept");
+  EXPECT_EQ(" kept", t.text());
+  EXPECT_EQ(hcfNotEmpty, t.c.flags & (hcfNotEmpty | hcfEmptyLink));
+}
+
+// ---- Links
+
+TEST(HtmlContextTest, Links) {
+  const struct {
+    const char* html;
+    const char* links;
+    int32_t counted, emptyLinks;
+  } rows[] = {
+      {"<a href=u>t</a>v", "u[t|] ", 1, 0},
+      {"<a href=u>t", "u[t|] ", 1, 0},
+      {"<a>t</a><a href='#x'>t</a><a href=''>t</a>", "", 0, 0},
+      {"<a href=x><a href=y>text</a>", "y[text|] ", 2, 1},
+      {"<a href=u></a></a></a>", "", 1, 1},
+      {"s<a href=u> </a>", "u[ |]s ", 1, 0},
+      // A text begins with what was pending.
+      {"s<p><a href=u>t</a>", "u[\r\nt|] ", 1, 0},
+      {"<a href=u>t<img src=i></a>", "u[t!%IMG%!|] ", 1, 0},
+      {"<a href=u><img src=i>t</a>", "u[ t|] ", 1, 0},
+      {"<a href=u><img src=i></a>", "u[|] ", 1, 0},
+      {"<a href=u><img></a>", "u[|] ", 1, 0},
+      // The text ahead, unless a tag separates them; that of the first time.
+      {"p<b><a href=u>t</a>", "u[t|]p ", 1, 0},
+      {"p<br><a href=u>t</a>", "u[t|] ", 1, 0},
+      {"p<a href=u>t</a>q<a href=U>v</a>", "u[t|v|]p ", 2, 0},
+      // Other tags that lead somewhere.
+      {"<area href=a alt=b><form action=f><base href=b><embed src=e>"
+       "<iframe src=i><form><area href='#m'>",
+       "a[|] f[|] b[|] e[|] i[|] ", 2, 0},
+      {"<meta http-equiv=Refresh content='0;URL =\"r;s\" x'>",
+       "r;s[HttpRefresh|] ", 0, 0},
+      // URLs in the text.
+      {"go http://a.com/ now", "http://a.com/[HttpTxtWithoutHref|] ", 0, 0},
+      {"<a href=http://a.com/x?y>www.a.com</a>",
+       "http://a.com/x?y[www.a.com|] ", 1, 0},
+      {"<a href=http://a.com/>http://b.com/</a>",
+       "http://b.com/[HttpTxtDiffFromHref|] http://a.com/[http://b.com/|] ", 1,
+       0},
+      {"http://d.<b>com/</b>", "http://d.com/[HttpTxtHide|] ", 0, 0},
+      {"http://d.<b>com/</b> <a href=http://d.com/e>f</a>",
+       "http://d.com/e[f|]  ", 1, 0},
+      {"<a href=u>", "", 1, 1},
+  };
+  for (const auto& row : rows) {
+    const Body body(row.html);
+    EXPECT_EQ(row.links, body.links()) << row.html;
+    EXPECT_EQ(row.counted, body.c.linkCount) << row.html;
+    EXPECT_EQ(row.emptyLinks, body.c.emptyLinkCount) << row.html;
+  }
+}
+
+TEST(HtmlContextTest, WordsOfLinks) {
+  const struct {
+    const char* text;
+    const char* words;
+  } rows[] = {
+      {" Click  here! ", "Click|here!|"},
+      {"F R E E pills a b", "FREE|pills|ab|"},
+      {"httpx y", ""},
+      {"see WWW.x", ""},
+      {"joe.d@a.com", ""},
+      {"\"j d@\"@a.com", ""},
+      {"joe@localhost", "joe@localhost|"},
+      {"\"j@a.com", "j@a.com|"},
+      {"joe d@a.com", "joe|d@a.com|"},
+      {"@a.com", "@a.com|"},
+      {"joe@a.com!", "joe@a.com!|"},
+  };
+  for (const auto& row : rows) {
+    THTMLCONTEXT c;
+    const HeapText text(row.text);
+    c.addTextLink(text.view());
+    EXPECT_EQ(row.words, Join(c.linkWords)) << row.text;
+  }
+  THTMLCONTEXT c;
+  const std::string letters = Repeat("x ", 60);
+  const HeapText first(letters + "word" + Repeat(" y", 41) + " !word! z");
+  c.addTextLink(first.view());
+  // A run that does not fit leaves its room to the next one.
+  EXPECT_EQ(std::string(60, 'x') + "|word|!word!|z|", Join(c.linkWords));
+  EXPECT_EQ(2, c.linkExclamationCount);
+  const HeapText second(Repeat("y ", 39));
+  c.addTextLink(second.view());
+  EXPECT_EQ(5, c.linkWords.count());
+  c.addTextLink(second.view());
+  EXPECT_EQ(5, c.linkWords.count());
+}
+
+TEST(HtmlContextTest, PicturesFromElsewhere) {
+  const struct {
+    const char* href;
+    const char* src;
+    int32_t external;
+  } rows[] = {
+      {"http://www.a.com/x", "http://img.a.com/y", 0},
+      {"http://a.com/x", "http://b.com/y", 1},
+      {"http://A.com", "http://a.COM/y", 0},
+      {"http://a.com.br/x", "http://b.com.br/x", 1},
+      {"http://x.a.co.uk/x", "http://y.a.co.uk/x", 0},
+      // Without a zone that is known, two labels are a site.
+      {"http://a.gv.at/x", "http://b.gv.at/x", 0},
+      {"https://a.com/x", "http://b.com/x", 0},
+      {"http://a.com/x", "cid:b.com", 0},
+      {"http:///x", "http://b.com/x", 0},
+  };
+  for (const auto& row : rows) {
+    const Body body(std::string("<a href=") + row.href +
+                    "><img src=" + row.src + "></a>");
+    EXPECT_EQ(row.external, body.c.externalImgCount) << row.href;
+  }
+  EXPECT_EQ("v",
+            Str(Body("<a href=u><img src=v></a><img src=w>").c.lastLinkImg));
+}
+
+TEST(HtmlContextTest, HiddenUrls) {
+  const struct {
+    const char* tag;
+    bool hidden;
+  } rows[] = {
+      {"<a x=http://b href=http://a>", true},
+      {"<a href=http://a x=http://b>", false},
+      {"<a x=http://a href=http://A>", false},
+      {"<a title=http://b onmouseover=http://c STYLE=http href=http://a>",
+       false},
+      {"<a bare x='see http:' href=http://a>", true},
+      {"<a http href=http://a>", false},
+      {"<a titles=http://b href=http://a>", true},
+      {"<a href=http://a", false},
+  };
+  for (const auto& row : rows) {
+    const Body body(row.tag);
+    EXPECT_EQ(row.hidden, (body.c.flags & hcfHideHrefUrl) != 0) << row.tag;
+  }
+  EXPECT_TRUE(Body("<img href=http://b src=http://a>").c.flags & hcfHideImgUrl);
+  const Body disguised("<a href=http://a%62c.com/ x=%41><img src='%41&#x41;'>");
+  EXPECT_EQ(2, disguised.c.hiddenUrlCount);
+}
+
+// ---- Images
+
+TEST(HtmlContextTest, Images) {
+  const Body body(
+      "<img src=a width=+7 height=9999999999><a href=u><img src=b width=8px "
+      "height=3 alt=B></a><table><tr><td><img src=A USEMAP=#m width=8px "
+      "height=3>t<img src=cid:c width=500 height=500 dynsrc='xwindow.open'>"
+      "</table></body><img src=d width=1 dynsrc=window.open>");
+  const THTMLCONTEXT& c = body.c;
+  EXPECT_EQ(5, c.imgCount);
+  EXPECT_EQ(2, c.imgInLinkCount);
+  EXPECT_EQ(1, c.usemapImgCount);
+  EXPECT_EQ(2, c.imgInTableCount);
+  EXPECT_EQ(1, c.cidImgCount);
+  EXPECT_EQ(1, c.imgAfterBodyCount);
+  EXPECT_EQ(1, c.popupCount);
+  EXPECT_EQ(1, c.imgBeforeText);
+  EXPECT_EQ(1, c.imgLinkBeforeText);
+  EXPECT_EQ(7, c.maxImgWidthBeforeText);
+  EXPECT_LE(99999999, c.maxImgHeightBeforeText);
+  EXPECT_EQ("+7x9999999999|500x500|8pxx3|", body.strings(c.imgSizes));
+  ASSERT_EQ(4, c.images.count());
+  EXPECT_EQ(1, c.images.get(0)->useCount);
+  EXPECT_EQ("u", Str(c.images.get(1)->href.url));
+  EXPECT_EQ("B|", Join(c.altTexts));
+  EXPECT_EQ(0, Body("t<img src=a width=5>").c.imgBeforeText);
+}
+
+// ---- Tables
+
+TEST(HtmlContextTest, OpenTables) {
+  const struct {
+    std::string html;
+    int32_t depth;
+  } rows[] = {
+      {"<tr><td><tbody>", 0},
+      {"</table><table>", 1},
+      {"<table><table>", 1},
+      {"<table><tr><table>", 1},
+      {"<table><tr><td><table>", 2},
+      {"<table><tr><th><table><tr><td></td></tr></table>", 1},
+      // Rows and cells of no use close nothing.
+      {"<table><tr><td></tbody></td></td></tr></tr><tr>", 1},
+      {"<table><tr><td><table></td><table>", 2},
+      {Repeat("<table><tr><td>", 3000), 683},
+      {Repeat("<table><tr><td>", 3000) + Repeat("</table>", 683), 0},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(row.depth, Body(row.html).c.tableDepth)
+        << row.html.substr(0, 100);
+}
+
+// ---- Tags and attributes
+
+TEST(HtmlContextTest, Flags) {
+  const struct {
+    const char* html;
+    uint32_t flags;
+  } rows[] = {
+      {"<html><body></body></html>", hcfHtmlOpened | hcfBodyOpened |
+                                         hcfBodyClosed | hcfHtmlClosed |
+                                         hcfPendingLine},
+      {"<body background=cid:x>",
+       hcfBodyOpened | hcfBodyBackground | hcfBodyEmbedBackground},
+      {"<body background=x>", hcfBodyOpened | hcfBodyBackground},
+      {"<body><body background=x>", hcfBodyOpened},
+      {"<script language=JScript.Encode>x</script>", hcfEncodedScript},
+      {"<script>language=jscript.encode</script>", 0},
+      {"<iframe>", hcfIFrame | hcfPendingSpace},
+      {"<embed>", hcfEmbed | hcfPendingSpace},
+      {"<object data=www.x>", hcfHttpObject | hcfPendingSpace},
+      {"<object data='http:x'>", hcfHttpObject | hcfPendingSpace},
+      {"<object data=x>", hcfPendingSpace},
+      {"<link type=text/CSS>", hcfStyleSheet},
+      {"<link type=text/css2>", 0},
+      {"<pre>", hcfPreformatted},
+      {"<select>", hcfVoidText | hcfPendingSpace},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(row.flags, Body(row.html).c.flags) << row.html;
+  EXPECT_EQ(1, Body("<body onload='x;open(1)'>").c.popupCount);
+  EXPECT_EQ(0, Body("<body onload='open(1)'>").c.popupCount);
+  const Body images("<td background=cid:a><body background=cid:b>");
+  EXPECT_EQ("a|b|", Join(images.c.backgroundImages));
+  EXPECT_EQ("b", Str(images.c.bodyBackground));
+}
+
+TEST(HtmlContextTest, Meta) {
+  const struct {
+    const char* content;
+    const char* charset;
+  } rows[] = {
+      {"text/html; charset=utf-8", "utf-8"},
+      {"CHARSET = 'a b' c", ""},
+      {"charset='a b';c", "a b"},
+      {"charset=\"koi8-r", "\"koi8-r"},
+      {"charset=utf-8;x", "utf-8"},
+      {"charset utf-8", ""},
+      {"charset=", ""},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(row.charset,
+              Str(Body(std::string("<meta content=") +
+                       (strchr(row.content, '\'') ? "\"" : "'") + row.content +
+                       (strchr(row.content, '\'') ? "\"" : "'") +
+                       " http-equiv=' Content-Type '>")
+                      .c.charset.name))
+        << row.content;
+  const Body named(
+      "<meta name=GENERATOR content='a b'><meta name=Generators content=c>"
+      "<meta name=author><meta http-equiv=x name=title content=d>");
+  EXPECT_EQ("a b", Str(named.c.metaValues[hmGenerator]));
+  EXPECT_EQ("", Str(named.c.metaValues[hmAuthor]));
+  EXPECT_EQ("", Str(named.c.metaValues[hmTitle]));
+}
+
+// The text is decoded; what looks into it is decoded apart.
+TEST(HtmlContextTest, CharsetOfTheBody) {
+  const std::string meta = "<meta http-equiv=content-type content='charset=";
+  const Body utf8(meta + "utf-8'>caf\xC3\xA9 <a href=u>th\xC3\xA9 vert</a>" +
+                  Repeat("\xC3\xA9", 9) + " <a href=v>\xC3\xA9</a>");
+  EXPECT_EQ("caf\xE9 th\xE9 vert\xE9\xE9\xE9\xE9\xE9\xE9\xE9\xE9\xE9 \xE9",
+            utf8.text());
+  EXPECT_EQ("u[th\xE9 vert|]caf\xE9  v[\xE9|]" + Repeat("\xE9", 9) + "  ",
+            utf8.links());
+  EXPECT_EQ("th\xE9|vert|", Join(utf8.c.linkWords).substr(0, 9));
+  const Body utf7(meta + "utf-7'>+AGEAYg- <a href=u>+AGM-d</a>");
+  EXPECT_EQ("ab cd", utf7.text());
+  EXPECT_EQ("u[cd|]ab  ", utf7.links());
+  const Body koi8(meta + "koi8-r'>a<a href=u>b\xC1</a>");
+  EXPECT_EQ("aba", koi8.text());
+  EXPECT_EQ("u[ba|]a ", koi8.links());
+  EXPECT_EQ("caf\xC3\xA9", Body("caf\xC3\xA9").text());
+}
+
+TEST(HtmlContextTest, Comments) {
+  const struct {
+    const char* html;
+    const char* comments;
+  } rows[] = {
+      {"<!-- a - b --><!c><!---->", "a - b|c|"},
+      {"<html><!--a--><body><!--b-->", "b|"},
+      {"<!--[if gte mso 9]>x<![endif]--><!-- <xml> -->", ""},
+      {"<comment>x</comment>", "omment>x</comment|"},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(row.comments, Join(Body(row.html).c.comments)) << row.html;
+  EXPECT_EQ("a > b", Str(Body("<title x>a > b</title>").c.title));
+  EXPECT_EQ("", Str(Body("<title>a").c.title));
+}
+
+TEST(HtmlContextTest, TagsAreCollected) {
+  const Body body(
+      "<p class=x id=i><P Class=x ID=i><p\r\nclass=x id=i><b><b></b><zz>"
+      "<zz ><zz><zz a=b><zz @><o:p name=n class=''><a href='x%41\r\ny' name=m>"
+      "<font face='Arial, arial,\"Times New\" ,'><font face=x,y>");
+  const THTMLCONTEXT& c = body.c;
+  EXPECT_EQ(
+      "<p class=x id=i>|<P Class=x ID=i>|<p  class=x id=i>|<b>|"
+      "<o:p name=n class=''>|<a href='xAy    ' name=m>|"
+      "<font face='Arial, arial,\"Times New\" ,'>|<font face=x,y>|",
+      Join(c.tagTexts));
+  EXPECT_EQ("x|x|x|", Join(c.classNames));
+  EXPECT_EQ("i|i|i|n|m|", Join(c.elementNames));
+  EXPECT_EQ(2, c.badTags.count);
+  EXPECT_EQ("Arial|\"Times New\"|x|y|", Join(c.fontNames));
+}
+
+TEST(HtmlContextTest, ListsAreCapped) {
+  std::string html;
+  for (int i = 0; i < 2500; i++) {
+    const std::string n = std::to_string(i);
+    html += "<p dir=" + n + "><z" + n + "><font face=" + n +
+            "><img width=" + n + " height=1>";
+  }
+  const Body body(html);
+  EXPECT_EQ(1000, body.c.tagTexts.count());
+  EXPECT_EQ(2000, body.c.tagParams.count());
+  EXPECT_EQ(2000, body.c.badTags.count);
+  EXPECT_EQ(64, body.c.fontNames.count());
+  EXPECT_EQ(32, body.c.imgSizes.count());
+  EXPECT_LE(body.c.htmlPattern.len(), 4096);
+  EXPECT_GE(body.c.htmlPattern.len(), 4094);
+}
+
+TEST(HtmlContextTest, AttributesAreCollected) {
+  const struct {
+    const char* html;
+    const char* params;
+  } rows[] = {
+      {"<TD Align=Left vAlign=top><td align=Left>",
+       "td.Align=Left|td.vAlign=top|td.align=Left|"},
+      {"<td x-y=1 b2=1 nowrap onclick=f XMLNSx=y tabindex=3 Width=4 e=>",
+       "td.tabindex=3|td.e=|"},
+      {"<td a=b/c d='e\\f' g=MAILTO:x h=cid:x i=' j '>", "td.i=j|"},
+      {"<zz a=b><o:p a=b><x-a a=b><cfx a=b></b a=b>", ""},
+      {"<p style='Color:red;width:1;mso-x:y;a:image(x);b; c : d=e;.f:g'>",
+       "p.style.Color=red|p.style.c=d=e|p.style..f=g|"},
+      {"<p style='a:b;c:url(x/y)'>", ""},
+      // One text, taken apart in two ways.
+      {"<p style='a=b:c'><p style='a:b=c'>", "p.style.a=b=c|"},
+  };
+  for (const auto& row : rows) {
+    const Body body(row.html);
+    EXPECT_EQ(row.params, body.strings(body.c.tagParams)) << row.html;
+  }
+  static const char kNuls[] = "<p dir='a\0b'><p dir='a\0c'>";
+  const Body nul(std::string(kNuls, sizeof kNuls - 1));
+  EXPECT_EQ(1, nul.c.tagParams.count());
+}
+
+// The shortcuts for the present tag must not change what a search of it finds,
+// wherever its URL was rewritten.
+TEST(HtmlContextTest, AttributesByName) {
+  static const char* const kPieces[] = {
+      "src",  "id",  "=", "\"",   "'",     " ",  "x",     "name",  "%20",
+      "\r\n", "alt", "-", "http", "title", "\\", "class", "&#32;", "usemap"};
+  static const char* const kNames[] = {"src",   "id",    "name", "alt",
+                                       "title", "class", "http"};
+  Numbers numbers(7);
+  for (int round = 0; round < 30000; round++) {
+    std::string tag = numbers.Below(2) ? "<img" : "<a href=";
+    for (uint32_t n = 1 + numbers.Below(12); n > 0; n--)
+      tag += kPieces[numbers.Below(18)];
+    tag += ">";
+    const HeapText text(tag);
+    THTMLCONTEXT c;
+    THITEM item;
+    TBLOCK cursor = text.view();
+    GetFirstHtmlItem(cursor, item);
+    c.doItem(item, nullptr, nullptr);
+    for (const char* name : kNames) {
+      TBLOCK value, quick;
+      const int found = GetTagParamValue(item.block, name, value);
+      ASSERT_EQ(found, c.tagParam(item.block, name, quick)) << tag << name;
+      ASSERT_EQ(Str(value), Str(quick)) << tag << name;
+    }
+  }
+}
+
+// ---- Patterns
+
+TEST(HtmlContextTest, Patterns) {
+  const struct {
+    const char* html;
+    const char* pattern;
+    const char* table;
+  } rows[] = {
+      {"<html><!--c--><title>t</title><style>s</style><script>s</script>"
+       "<xml>x</xml><textarea>x</textarea></html>",
+       "/HT/CM/TI/ST/SC/XL/ht", ""},
+      {"1 <b>a</b>b<br>2<i>\xE9<!--c-->d", "/B/TX/b/TX/BR/I/TX/CM/TX",
+       "TX/BR/TX"},
+      {"<zz><x-a></zz>", "/NO/X/no", ""},
+      {"<br/><br / ><img src>", "/BR/BR/IM", "BR/BR/IM"},
+      {"<table><tr><td colspan=2 rowspan=1>a</td></tr></table><tbody><th>",
+       "/TA/TR/TD/TX/td/tr/ta/TB/TH", "TA/TR/TD,col,row/TX/td/tr/ta"},
+      {"<img src=cid:x><img SRC='cidx'><img src=x>", "/IM,cid/IM,cid/IM,src",
+       "IM/IM/IM"},
+      {"<body background=cid:x onload=f bgcolor=red text=><td "
+       "background=www.x><td backgroundx=http://x><td background=x>",
+       "/BO,bac=cid,onl,bgc=red,tex/TD,bac=url/TD,bac=url/TD,bac", "TD/TD/TD"},
+      {"<font size=+1 color=#F00 sizes=2>", "/FT,siz=+1,col=#F00,siz=2", ""},
+      {"<p align=LEFT><p align=center=><p align=x><p align=''><p align=12>"
+       "<p align=middle==>",
+       "/P,al=l/P,al=c!/P,al=#/P,al=_/P,al=#/P,al=m", ""},
+      {"<p style='a:b;FLOAT: Right'><p style=float:left>", "/P,right/P", ""},
+      // A tag that was met before has the same marks.
+      {"<b><font size=1></b><font size=1><b><font size=1>",
+       "/B/FT,siz=1/b/FT,siz=1/B/FT,siz=1", ""},
+      {"a<select>b</select>c", "/TX/SE/se/TX", "TX"},
+  };
+  for (const auto& row : rows) {
+    const Body body(row.html);
+    EXPECT_EQ(row.pattern, Str(body.c.htmlPattern.view())) << row.html;
+    EXPECT_EQ(row.table, Str(body.c.tablePattern.view())) << row.html;
+  }
+}
+
+// A token that does not fit is left out, with that of the table; a smaller one
+// may fit.
+TEST(HtmlContextTest, PatternsThatAreFull) {
+  const std::string full = Repeat("<br>", 1364);  // 4,092 bytes
+  const struct {
+    const char* more;
+    int32_t html, table;
+  } rows[] = {
+      {"<td>", 4095, 2048},
+      {"<td><a>", 4095, 2048},
+      {"<a><a>", 4096, 2048},
+      {"<a><td><a>", 4096, 2048},
+      {"<td width=1 size=1>", 4092, 2048},
+  };
+  for (const auto& row : rows) {
+    const Body body(full + row.more);
+    EXPECT_EQ(row.html, body.c.htmlPattern.len()) << row.more;
+    EXPECT_LE(body.c.tablePattern.len(), row.table) << row.more;
+  }
+  const std::string tags = Repeat("<b>", 2043);  // 4,086 bytes
+  EXPECT_EQ(
+      "TD",
+      Str(Body(tags + "<td size=1><td size=12345>").c.tablePattern.view()));
+}
+
+}  // namespace

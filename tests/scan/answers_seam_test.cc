@@ -22,10 +22,14 @@ bool TQMMSG::_dicoRegexAndOffset(TBLOCK block, int32_t& count, int32_t& offset,
   return offset == 0 || (offset > 0 && section[4] == 'C');
 }
 
-// Shows a text that does not end in a tag.
-uint32_t QmHtmlParse(TBLOCK src, TBLOCK, THTMLCONTEXT&, REGEXPOOL*, TQMDICO*) {
+// Shows a text that does not end in a tag, and spoils what it has read.
+uint32_t QmHtmlParse(TBLOCK src, TBLOCK dest, THTMLCONTEXT&, REGEXPOOL*,
+                     const TQMDICO*) {
   trace += Str(src) + "|";
-  return src.ends(">") ? 0 : src.length;
+  const bool shows = !src.ends(">");
+  if (shows) memcpy(dest.pointer, src.pointer, src.length);
+  memset(src.pointer, '#', src.length);
+  return shows ? src.length : 0;
 }
 
 namespace {

@@ -41,8 +41,8 @@ class HSTUFF {
   HASHTAB lineTables;  // the same -> HASHTAB* of its lines, owned
   HASHTAB fieldNames;  // rule field -> its number, as a word
   FILTERSECTIONS filterSections;
-  RULEBOOK* rules;     // owned; null until TQMDICO::prepareRules
-  BLOCK* ownImage;     // owned image; null for the one of the library
+  RULEBOOK* rules;  // owned; null until TQMDICO::prepareRules
+  BLOCK* ownImage;  // owned image; null for the one of the library
   KWIMAGE image;
   // The dictionary's version; empty when it names none. Its length is counted
   // before scans share it, since counting writes.

@@ -247,10 +247,12 @@ std::vector<std::string> Spread(std::vector<std::string> files) {
   return chosen;
 }
 
-// Where the parsers leave the header's fingerprint empty, one letter for each
-// field stands in, so that rules on it have something to look at.
+// Where the parsers know little of the header's fingerprint, one letter for
+// each field stands in, so that rules on it have something to look at.
 void FillScheme(TQMMSG& message) {
-  if (!message.hdrAdn.empty()) return;
+  const int32_t kUsual = 5;
+  if (message.hdrAdn.len() > kUsual) return;
+  message.hdrAdn = "";
   for (int32_t i = 0; i < message.message.fields.count(); i++) {
     const TBLOCK line = message.message.fields.get(i);
     if (!line.empty()) message.hdrAdn += static_cast<char>(line[0]);

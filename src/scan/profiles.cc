@@ -41,13 +41,16 @@ void TQMMSG::buildProfils() {
 }
 
 // The names of the rules of one section that the header fulfils; an unnamed one
-// adds the empty name. Nothing else of the message is parsed yet.
+// adds the empty name. Nothing else of the message is parsed yet. A rule may
+// ask for the names that came before its own.
 void TQMMSG::addRuleProfiles() {
   const TQKSECTION* section = dico.findSection("Profils");
   const uint32_t n = dico.image().lineCountOf(section);
   for (uint32_t i = 0; i < n; i++) {
     TBLOCK name;
-    const TBLOCK rule = dico.lineBlock(dico.image().sectionLine(section, i));
-    if (checkRule(rule, name, 0, '|') > 0) profiles.add(name, 1, 0);
+    if (checkRuleLine(dico.image().sectionLine(section, i), name, 0) <= 0)
+      continue;
+    profiles.add(name, 1, 0);
+    dropRegexFields();
   }
 }

@@ -150,7 +150,8 @@ TEST_F(RuleFiltersTest, RulesNameProfiles) {
       .text("shop:(Subject=buy)", 0, 0)
       .text("never:(Subject=nope)", 0, 0)
       .text("(Subject=b)", 0, 0)
-      .text("late.mail:(Url<>x)", 0, 0);
+      .text("none:(Profil=late)", 0, 0)
+      .text("late.mail:(Url<>x)+(Profil=shop)", 0, 0);
   load("Subject: buy\r\n\r\nhttp://x.example/\r\n");
   const std::string list = Join(m.profiles);
   EXPECT_EQ("shop||late.mail|", list.substr(list.find("shop"), 16));

@@ -144,8 +144,9 @@ class THTMLCONTEXT {
   int32_t maxImgWidthBeforeText, maxImgHeightBeforeText;
 
   TBLOCK metaValues[hmCount];
-  HASHCOUNT badTags;  // unknown tags
-  STR htmlPattern, tablePattern, stylePattern;
+  HASHCOUNT badTags;              // unknown tags
+  STR htmlPattern, tablePattern;  // set by endParsing
+  STR stylePattern;
   TIMGVECT images;
   TLINKVECT links;
   TBLOCKVECT linkWords;  // of link texts
@@ -273,6 +274,7 @@ class THTMLCONTEXT {
   void walkParams(TBLOCK tag);
   TBLOCK cleanUrl(TBLOCK tag, TBLOCK url);
   void addTagValue(TBLOCK tag, const char* name, TBLOCKVECT& list);
+  void addTagNames(TBLOCK tag);
   void addStyleParams(TBLOCK prefix, TBLOCK style);
   // html_pattern.cc
   int addHtmlToken(const THITEM& item);
@@ -295,6 +297,7 @@ class THTMLCONTEXT {
   TBLOCK notedTag;      // empty when it is of no known type
   uint64_t notedNames;  // pairs of letters that its attributes may begin with
   uint32_t notedHash;
+  bool notedLines;      // it has line ends
   int32_t notedNumber;  // in tagTable, or -1
   TBLOCK walkedTag;     // whose attributes are in `params`
   TTAGPARAMS params;
@@ -304,6 +307,8 @@ class THTMLCONTEXT {
   TEXTSET paramTable;  // of tagParams
   BLOCK paramText;     // scratch
   THTMLTAG lastPatternTag, lastTableTag;
+  char htmlTokens[kMaxHtmlPattern], tableTokens[kMaxTablePattern];
+  uint32_t htmlTokensLength, tableTokensLength;
 
   unsigned char tableStack[kMaxTableStack];  // rows of tags
   int32_t tableStackCount;

@@ -21,12 +21,16 @@ uint32_t NameBit(unsigned char first, unsigned char second) {
 }
 
 // The numbers of all places of a tag at which GetTagParamValue can find a
-// name; some others may be among them.
-uint64_t NameBits(TBLOCK tag) {
+// name; some others may be among them. Tells also whether there are line ends.
+uint64_t NameBits(TBLOCK tag, bool& lines) {
+  const unsigned char* const p = tag.pointer;
   uint64_t bits = 0;
-  for (uint32_t i = 2; i + 1 < tag.length; i++)
-    if (TBLOCK::Is(tag[i - 1], bitWhiteSpace | bitQuote))
-      bits |= uint64_t{1} << NameBit(tag[i], tag[i + 1]);
+  lines = false;
+  for (uint32_t i = 1; i < tag.length; i++) {
+    if (!TBLOCK::Is(p[i], bitWhiteSpace | bitQuote)) continue;
+    if (p[i] == '\n' || p[i] == '\r') lines = true;
+    if (i + 2 < tag.length) bits |= uint64_t{1} << NameBit(p[i + 1], p[i + 2]);
+  }
   return bits;
 }
 
@@ -46,17 +50,17 @@ bool Begins(TBLOCK text, const char* known, uint32_t size) {
 }
 
 bool IsUsualParam(TBLOCK name) {
-  static const struct {
-    uint32_t length;
-    const char* name;
-  } kUsual[] = {{2, "id"},      {3, "src"},    {3, "alt"},    {4, "href"},
-                {4, "name"},    {4, "text"},   {4, "cite"},   {5, "class"},
-                {5, "title"},   {5, "width"},  {5, "value"},  {6, "height"},
-                {6, "lowsrc"},  {6, "action"}, {6, "coords"}, {6, "usemap"},
-                {7, "content"}, {7, "tableid"}};
-  for (const auto& usual : kUsual)
-    if (Is(name, usual.name, usual.length)) return true;
-  return Begins(name, "on", 2) || Begins(name, "xmlns", 5);
+  static const char* const kUsual[] = {
+      "id",     "src",    "alt",    "href",   "name",    "text",
+      "cite",   "class",  "title",  "width",  "value",   "height",
+      "lowsrc", "action", "coords", "usemap", "content", "tableid"};
+  // Where the names of each length begin; the last ends them.
+  static const unsigned char kBegin[] = {0, 0, 0, 1, 3, 7, 11, 16, 18};
+  if (Begins(name, "on", 2) || Begins(name, "xmlns", 5)) return true;
+  if (name.length + 1 >= sizeof kBegin) return false;
+  for (uint32_t i = kBegin[name.length]; i < kBegin[name.length + 1]; i++)
+    if (Is(name, kUsual[i], name.length)) return true;
+  return false;
 }
 
 bool HasSlash(TBLOCK value) {
@@ -93,18 +97,9 @@ bool IsFamily(THTMLTAG tag) {
   return tag == htUnknown || tag == htOColon || tag == htXDash || tag == htCf;
 }
 
-// Turns line ends into spaces; true when there was one.
-bool JoinLines(TBLOCK text) {
-  bool found = false;
-  for (const char* byte = "\r\n"; *byte; byte++) {
-    const unsigned char lineEnd = static_cast<unsigned char>(*byte);
-    for (int32_t at = text.findByte(lineEnd); at >= 0;
-         at = text.findByte(lineEnd, static_cast<uint32_t>(at))) {
-      text.pointer[at] = ' ';
-      found = true;
-    }
-  }
-  return found;
+void JoinLines(TBLOCK text) {
+  for (uint32_t i = 0; i < text.length; i++)
+    if (text[i] == '\r' || text[i] == '\n') text.pointer[i] = ' ';
 }
 
 // ---- META
@@ -151,8 +146,9 @@ void THTMLCONTEXT::meetTag(const THITEM& item) {
   notedTag = item.block;
   notedHash = tagTable.hashOf(notedTag);
   notedNumber = tagTable.find(notedTag, notedHash);
+  notedLines = false;
   notedNames = notedNumber >= 0 ? FactsOf(tagFacts, notedNumber)->names
-                                : NameBits(notedTag);
+                                : NameBits(notedTag, notedLines);
 }
 
 // The tag's text has changed.
@@ -161,7 +157,7 @@ void THTMLCONTEXT::noteTag(TBLOCK tag) {
   if (tag.pointer != notedTag.pointer) return;
   notedHash = tagTable.hashOf(tag);
   notedNumber = tagTable.find(tag, notedHash);
-  notedNames = NameBits(tag);
+  notedNames = NameBits(tag, notedLines);
 }
 
 void THTMLCONTEXT::forgetTag() {
@@ -170,6 +166,7 @@ void THTMLCONTEXT::forgetTag() {
   notedNames = 0;
   notedHash = 0;
   notedNumber = -1;
+  notedLines = false;
 }
 
 int THTMLCONTEXT::tagParam(TBLOCK tag, const char* name, TBLOCK& value) const {
@@ -220,6 +217,13 @@ void THTMLCONTEXT::walkParams(TBLOCK tag) {
 void THTMLCONTEXT::addTagValue(TBLOCK tag, const char* name, TBLOCKVECT& list) {
   TBLOCK value;
   if (tagParam(tag, name, value)) list.add(value, 0, 0);
+}
+
+void THTMLCONTEXT::addTagNames(TBLOCK tag) {
+  if (notedNames == 0) return;
+  addTagValue(tag, "class", classNames);
+  addTagValue(tag, "name", elementNames);
+  addTagValue(tag, "id", elementNames);
 }
 
 void THTMLCONTEXT::parseMeta(TBLOCK tag) {
@@ -303,11 +307,11 @@ int THTMLCONTEXT::addTag(const THITEM& item) {
   if (item.tag == htUnknown) return 0;
   const TBLOCK text = item.block;
   const bool full = tagTexts.count() >= kMaxTagTexts;
-  const bool changed = !full && JoinLines(text);
-  if (text.pointer != notedTag.pointer)
-    meetTag(item);
-  else if (changed)
+  if (text.pointer != notedTag.pointer) meetTag(item);
+  if (notedLines && !full) {
+    JoinLines(text);
     noteTag(text);
+  }
   if (notedNumber >= 0) return 1;
   if (full) return 0;
   const TTAGFACTS facts = {notedNames, 0, 0};

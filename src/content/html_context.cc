@@ -184,6 +184,7 @@ void THTMLCONTEXT::clear() {
   tagFacts.empty();
   paramTable.clear();
   lastPatternTag = lastTableTag = htUnknown;
+  htmlTokensLength = tableTokensLength = 0;
   tableStackCount = 0;
   viewStore.reset();
   clearStyles();
@@ -227,9 +228,7 @@ void THTMLCONTEXT::doItem(THITEM& item, REGEXPOOL* /*pool*/,
       meetTag(item);
       doOpenTag(item);
       if (item.tag != htUnknown) {
-        addTagValue(item.block, "class", classNames);
-        addTagValue(item.block, "name", elementNames);
-        addTagValue(item.block, "id", elementNames);
+        addTagNames(item.block);
         if (!addTag(item)) addTagParams(item);
       }
       break;
@@ -601,4 +600,6 @@ void THTMLCONTEXT::endParsing() {
   tagTable.clear();
   tagFacts.empty();
   forgetTag();
+  htmlPattern = TBLOCK(htmlTokens, htmlTokensLength);
+  tablePattern = TBLOCK(tableTokens, tableTokensLength);
 }

@@ -4,13 +4,21 @@
 
 #include "content/html_parse.h"
 
+#include <string.h>
+
 #include "content/block_url.h"
 #include "content/links.h"
 
 namespace {
 
 bool HasHighByte(TBLOCK text) {
-  for (uint32_t i = 0; i < text.length; i++)
+  uint32_t i = 0;
+  for (; i + 8 <= text.length; i += 8) {
+    uint64_t eight;
+    memcpy(&eight, text.pointer + i, sizeof eight);
+    if (eight & 0x8080808080808080u) return true;
+  }
+  for (; i < text.length; i++)
     if (text[i] >= 0x80) return true;
   return false;
 }

@@ -6,23 +6,25 @@
 
 #include "content/html_tag_facts.h"
 
-// One token.
+// One token, written where it will stand.
 struct TTOKEN {
-  uint32_t length;  // beyond the room it does not fit anywhere
-  char bytes[kMaxHtmlPattern];
+  char* bytes;
+  uint32_t room;
+  uint32_t length;  // beyond the room it does not fit
 
-  TTOKEN() : length(0) {}
+  TTOKEN(char* place, uint32_t most) : bytes(place), room(most), length(0) {}
+  bool fits() const { return length <= room; }
   void add(char byte) {
     // A string would end at a NUL.
     if (byte == 0) return;
-    if (length < sizeof bytes) bytes[length] = byte;
+    if (length < room) bytes[length] = byte;
     length++;
   }
   void add(const char* text) {
     while (*text) add(*text++);
   }
   void add(TBLOCK text) {
-    for (uint32_t i = 0; i < text.length && length <= sizeof bytes; i++)
+    for (uint32_t i = 0; i < text.length && length <= room; i++)
       add(static_cast<char>(text[i]));
   }
   // Letters of a code in small ones: a closing tag.
@@ -144,8 +146,6 @@ void THTMLCONTEXT::addPattern(const THITEM& item) {
 
 // 0 when there was a token and no room for it.
 int THTMLCONTEXT::addHtmlToken(const THITEM& item) {
-  const uint32_t used = static_cast<uint32_t>(htmlPattern.len());
-  const uint32_t room = kMaxHtmlPattern - used;
   const bool text = item.type == hitText;
   if (text && (lastPatternTag == htTEXT || !HasLetter(item.block))) return 1;
   const bool open = item.type == hitOpenTag;
@@ -154,34 +154,32 @@ int THTMLCONTEXT::addHtmlToken(const THITEM& item) {
       text ? TagInfos[htTEXT].code
            : (tag ? TagInfos[item.tag].code : CodeOf(item.type));
   if (!code) return 1;
-  if (room < 2) return 0;
+  TTOKEN token(htmlTokens + htmlTokensLength,
+               sizeof htmlTokens - htmlTokensLength);
+  if (token.room < 2) return 0;
   TTAGFACTS* const facts =
       open && notedNumber >= 0 && item.block.pointer == notedTag.pointer
           ? FactsOf(tagFacts, notedNumber)
           : nullptr;
-  const THTMLTAG last = text ? static_cast<THTMLTAG>(htTEXT) : htUnknown;
-  TTOKEN token;
   if (facts && facts->tokenSize) {
-    if (facts->tokenSize > room) return 0;
-    // A copy, since a string that is added to itself moves as a whole.
-    memcpy(token.bytes, htmlPattern.text + facts->tokenAt, facts->tokenSize);
-    htmlPattern.add(token.bytes, static_cast<int32_t>(facts->tokenSize));
-    lastPatternTag = last;
-    return 1;
+    token.length = facts->tokenSize;
+    if (token.fits())
+      memcpy(token.bytes, htmlTokens + facts->tokenAt, token.length);
+  } else {
+    token.add('/');
+    if (item.type == hitCloseTag)
+      token.addSmall(code);
+    else
+      token.add(code);
+    if (open) markParams(item.block, token);
   }
-  token.add('/');
-  if (item.type == hitCloseTag)
-    token.addSmall(code);
-  else
-    token.add(code);
-  if (open) markParams(item.block, token);
-  if (token.length > room) return 0;
-  htmlPattern.add(token.bytes, static_cast<int32_t>(token.length));
-  lastPatternTag = last;
+  if (!token.fits()) return 0;
   if (facts) {
-    facts->tokenAt = used;
+    facts->tokenAt = htmlTokensLength;
     facts->tokenSize = token.length;
   }
+  htmlTokensLength += token.length;
+  lastPatternTag = text ? static_cast<THTMLTAG>(htTEXT) : htUnknown;
   return 1;
 }
 
@@ -194,9 +192,6 @@ void THTMLCONTEXT::markParams(TBLOCK tag, TTOKEN& token) {
 }
 
 void THTMLCONTEXT::addTableToken(const THITEM& item) {
-  const uint32_t used = static_cast<uint32_t>(tablePattern.len());
-  // The shortest token has two letters and what separates it.
-  if (used + 3 > static_cast<uint32_t>(kMaxTablePattern)) return;
   const bool text = item.type == hitText;
   const bool open = item.type == hitOpenTag;
   const bool part = IsTablePart(item.tag);
@@ -204,8 +199,9 @@ void THTMLCONTEXT::addTableToken(const THITEM& item) {
            : !(open && (part || item.tag == htBR || item.tag == htIMG)) &&
                  !(item.type == hitCloseTag && part))
     return;
-  TTOKEN token;
-  if (used > 0) token.add('/');
+  TTOKEN token(tableTokens + tableTokensLength,
+               sizeof tableTokens - tableTokensLength);
+  if (tableTokensLength > 0) token.add('/');
   if (text) {
     token.add(TagInfos[htTEXT].code);
   } else if (open) {
@@ -216,7 +212,7 @@ void THTMLCONTEXT::addTableToken(const THITEM& item) {
   } else {
     token.addSmall(TagInfos[item.tag].code);
   }
-  if (used + token.length > static_cast<uint32_t>(kMaxTablePattern)) return;
-  tablePattern.add(token.bytes, static_cast<int32_t>(token.length));
+  if (!token.fits()) return;
+  tableTokensLength += token.length;
   lastTableTag = text ? static_cast<THTMLTAG>(htTEXT) : item.tag;
 }

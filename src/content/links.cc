@@ -49,16 +49,20 @@ TBLOCKURL ParseTrimmed(TBLOCK text) {
   return url;
 }
 
-// The first of the sorted comparables that is not below this one.
-uint32_t PlaceOf(const BLOCK& comparables, const TCOMPARABLE& wanted) {
-  const TCOMPARABLE* const all =
-      reinterpret_cast<const TCOMPARABLE*>(comparables.data);
-  uint32_t from = 0, to = comparables.length / sizeof(TCOMPARABLE);
+const TCOMPARABLE& ComparableAt(const BLOCK& comparables, int32_t i) {
+  return reinterpret_cast<const TCOMPARABLE*>(comparables.data)[i];
+}
+
+// The place of the first one, in the given order, that is not below this one.
+int32_t PlaceOf(const BLOCK& comparables, const INTVECT& order,
+                const TCOMPARABLE& wanted) {
+  int32_t from = 0, to = order.count();
   while (from < to) {
-    const uint32_t middle = from + (to - from) / 2;
-    int32_t order = all[middle].proto - wanted.proto;
-    if (order == 0) order = CompareFolded(all[middle].text, wanted.text);
-    if (order < 0)
+    const int32_t middle = from + (to - from) / 2;
+    const TCOMPARABLE& at = ComparableAt(comparables, order.get(middle));
+    int32_t below = at.proto - wanted.proto;
+    if (below == 0) below = CompareFolded(at.text, wanted.text);
+    if (below < 0)
       from = middle + 1;
     else
       to = middle;
@@ -67,11 +71,11 @@ uint32_t PlaceOf(const BLOCK& comparables, const TCOMPARABLE& wanted) {
 }
 
 // Whether one of that protocol begins with the text.
-bool HoldsPrefix(const BLOCK& comparables, const TCOMPARABLE& wanted) {
-  const uint32_t place = PlaceOf(comparables, wanted);
-  if (place >= comparables.length / sizeof(TCOMPARABLE)) return false;
-  const TCOMPARABLE& next =
-      reinterpret_cast<const TCOMPARABLE*>(comparables.data)[place];
+bool HoldsPrefix(const BLOCK& comparables, const INTVECT& order,
+                 const TCOMPARABLE& wanted) {
+  const int32_t place = PlaceOf(comparables, order, wanted);
+  if (place >= order.count()) return false;
+  const TCOMPARABLE& next = ComparableAt(comparables, order.get(place));
   return next.proto == wanted.proto && next.text.begins(wanted.text);
 }
 
@@ -117,7 +121,7 @@ TLINKVECT::TLINKVECT()
     : BLOCK(0, kRecordStep),
       byUrl(*this, sizeof(TLINKRECORD)),
       comparables(0, kRecordStep),
-      comparedCount(0),
+      byComparable(0, kRecordStep),
       spareTexts(0),
       spare() {
   spareTexts.step = kTextStep;
@@ -181,30 +185,37 @@ void TLINKVECT::del(int32_t i) {
   byUrl.del(i);
   remove(static_cast<uint32_t>(i) * sizeof *record, sizeof *record);
   comparables.empty();
-  comparedCount = 0;
+  byComparable.empty();
 }
 
 void TLINKVECT::clear() {
   for (int32_t i = 0; i < count(); i++) delete get(i)->texts;
   byUrl.numbers.reset();
   comparables.reset();
-  comparedCount = 0;
+  byComparable.reset();
   reset();
 }
 
-bool TLINKVECT::knows(TBLOCK shown) {
-  for (; comparedCount < count(); comparedCount++) {
-    TCOMPARABLE link = {0, get(comparedCount)->url.url};
+// Makes knows() see links that were added since it was asked last.
+void TLINKVECT::sortComparables() {
+  const uint32_t size = sizeof(TCOMPARABLE);
+  int32_t i = static_cast<int32_t>(comparables.length / size);
+  for (; i < count(); i++) {
+    TCOMPARABLE link = {0, get(i)->url.url};
     link.proto = TBLOCKURL::TakeComparable(link.text);
-    if (link.text.empty()) continue;
-    const uint32_t place = PlaceOf(comparables, link);
-    if (!comparables.add(place * sizeof link, &link, sizeof link)) break;
+    if (!comparables.add(&link, size)) return;
+    if (!link.text.empty())
+      byComparable.ins(i, PlaceOf(comparables, byComparable, link));
   }
+}
+
+bool TLINKVECT::knows(TBLOCK shown) {
+  sortComparables();
   TCOMPARABLE wanted = {0, shown};
   const int32_t proto = TBLOCKURL::TakeComparable(wanted.text);
   for (wanted.proto = upNone; wanted.proto <= upJavascript; wanted.proto *= 2)
     if ((proto == upNone || wanted.proto == upNone || wanted.proto == proto) &&
-        HoldsPrefix(comparables, wanted))
+        HoldsPrefix(comparables, byComparable, wanted))
       return true;
   return false;
 }

@@ -88,11 +88,12 @@ class TLINKVECT : public BLOCK {
 
  private:
   TURLORDER byUrl;
-  BLOCK comparables;      // TCOMPARABLE, sorted
-  int32_t comparedCount;  // links that are in there
+  BLOCK comparables;     // TCOMPARABLE of each link, as far as knows() went
+  INTVECT byComparable;  // numbers of those, sorted; of no text: left out
   TBLOCKVECT spareTexts;
   TLINKRECORD spare;
 
+  void sortComparables();
   TLINKRECORD* store(const TBLOCKURL& url, TBLOCK text, int32_t place);
 };
 

@@ -17,6 +17,10 @@ namespace {
 const uint32_t kTableStep = 65536;
 // The whole image must stay below what a block can hold.
 const uint32_t kMaxTableBytes = 0x10000000;
+// Bytes of strings that one image may bring, with those that are shared.
+const uint64_t kMaxCopiedBytes = 0x10000000;
+
+const char kClaimed[] = "sections or lines claim more than the image holds";
 
 struct TOPTION {
   char letter;
@@ -60,16 +64,17 @@ uint32_t PieceLength(TBLOCK content, bool (*stops)(unsigned char)) {
 }
 
 // What ends a group: the joiners, and what no keyword may hold.
+bool EndsWord(unsigned char c) {
+  return c == ' ' || c == '\t';
+}
+
 bool EndsGroup(unsigned char c) {
-  return c == '+' || c == '>' || c == ',' || !TBLOCK::Is(c, bitKeyword);
+  return c == '+' || c == '>' || c == ',' ||
+         (!TBLOCK::Is(c, bitKeyword) && !EndsWord(c));
 }
 
 bool EndsAlternative(unsigned char c) {
   return c == '|';
-}
-
-bool EndsWord(unsigned char c) {
-  return c == ' ';
 }
 
 }  // namespace
@@ -111,6 +116,15 @@ void GetNameDigest(TBLOCK name, unsigned char digest[kSectionNameBytes]) {
   for (uint32_t i = 0; i < name.length; i++)
     md5.add(&TBLOCK::LowerConvTable[name[i]], 1);
   memcpy(digest, md5.get(), kSectionNameBytes);
+}
+
+unsigned char GetLineKey(TBLOCK word) {
+  if (word.empty()) return 0;
+  const bool escaped = word[0] == '\\' && word.length > 1;
+  const unsigned char key = KeyTable[word[escaped ? 1 : 0]];
+  // What may stand for any word cannot be found by its first byte.
+  const bool special = key == '*' || key == '~' || (key >= '?' && key <= '@');
+  return special ? 0 : key;
 }
 
 int ReadScore(TBLOCK& line, int32_t& score, uint16_t& flags) {
@@ -167,7 +181,12 @@ TKwObj::TKwObj()
       patching(0),
       error(nullptr),
       errorLine(-1),
-      errorOffset(0) {
+      errorOffset(0),
+      errorSection(-1),
+      linesLeft(0),
+      recordsLeft(0),
+      bytesLeft(0),
+      workLeft(0) {
   wordTable.setRecSize(sizeof(uint32_t));
 }
 
@@ -185,6 +204,7 @@ void TKwObj::Clean() {
   error = nullptr;
   errorLine = -1;
   errorOffset = 0;
+  errorSection = -1;
 }
 
 uint32_t TKwObj::sectionCount() const {
@@ -251,7 +271,11 @@ uint32_t TKwObj::AddMd5Digest(const unsigned char* digest) {
 // section that they patch.
 TQKSECTION* TKwObj::beginSection(const unsigned char* digest, uint16_t type,
                                  uint16_t flags) {
-  if (!(flags & sfPatch) &&
+  if ((flags & sfPatch) && flags != sfPatch) {
+    fail("the section has flags beside that of a patch", -1, 0);
+    return nullptr;
+  }
+  if (flags != sfPatch &&
       sectionTable.insert(TBLOCK(digest, kSectionNameBytes)) < 0) {
     fail("the section is there already", -1, 0);
     return nullptr;
@@ -270,8 +294,9 @@ TQKSECTION* TKwObj::beginSection(const unsigned char* digest, uint16_t type,
 int TKwObj::AddSection(TBLOCK name, TBLOCKVECT* content, int isPatch) {
   if (error) return 0;
   if (!content || content->count() == 0) return 1;
-  uint16_t type, flags;
-  GetSectionType(name, type, flags);
+  uint16_t sourceType, flags;
+  GetSectionType(name, sourceType, flags);
+  uint16_t type = sourceType;
   if (isPatch) {
     flags = sfPatch;
     // A patch needs an action for each digest, so it has line records.
@@ -282,7 +307,7 @@ int TKwObj::AddSection(TBLOCK name, TBLOCKVECT* content, int isPatch) {
   if (!beginSection(digest, type, flags)) return 0;
   patching = isPatch;
   for (int32_t i = 0; i < content->count(); i++) {
-    if (!AddLine(content->get(i), type, i)) {
+    if (!AddLine(content->get(i), sourceType, i)) {
       if (error && errorLine < 0) errorLine = i;
       return 0;
     }
@@ -312,9 +337,9 @@ int TKwObj::AddLine(TBLOCK line, uint16_t type, int32_t number) {
   else if (type == stLiteral)
     done = AddLitteralLine(line, action, whole);
   else if (type == stMd5)
-    done = AddMd5Line(line, action);
+    done = AddMd5Line(line, action, true);
   else if (type == stSortedMd5)
-    done = AddSortedMd5Line(line);
+    done = patching ? AddMd5Line(line, action, false) : AddSortedMd5Line(line);
   else
     done = AddStringLine(line, action);
   return done && !error ? 1 : fail("unreadable line", number, 0);
@@ -335,10 +360,10 @@ int TKwObj::AddStringLine(TBLOCK content, uint8_t action) {
   return addTextLine(content, line);
 }
 
-int TKwObj::AddMd5Line(TBLOCK content, uint8_t action) {
+int TKwObj::AddMd5Line(TBLOCK content, uint8_t action, bool scored) {
   TQKLINE line = {};
   line.action = action;
-  ReadScore(content, line.score, line.flags);
+  if (scored) ReadScore(content, line.score, line.flags);
   unsigned char digest[kSectionNameBytes];
   Digest(content, digest);
   return addTextLine(TBLOCK(digest, kSectionNameBytes), line);
@@ -473,19 +498,33 @@ void TKwObj::SetLineKey(TQKLINE& line) {
   const TQKAND& group = reinterpret_cast<TQKAND*>(ands.data)[line.text];
   const TQKOR& phrase = reinterpret_cast<TQKOR*>(ors.data)[group.first];
   const TQKWORD& word = reinterpret_cast<TQKWORD*>(words.data)[phrase.first];
-  const unsigned char* bytes = text.data + word.offset;
-  const bool escaped = bytes[0] == '\\' && word.length > 1;
-  const unsigned char key = KeyTable[bytes[escaped ? 1 : 0]];
-  // What may stand for any word cannot be found by its first byte.
-  const bool special = key == '*' || key == '~' || (key >= '?' && key <= '@');
-  line.key = special ? 0 : key;
+  line.key = GetLineKey(TBLOCK(text.data + word.offset, word.length));
 }
 
 // ---- Images
 
+// In a sound image no record belongs to two owners, and strings are shared by
+// lines that are alike: what is beyond that would be copied at a cost that the
+// image's size does not bound.
+void TKwObj::startCopy(const KWIMAGE& image) {
+  linesLeft = image.lineCount;
+  recordsLeft = uint64_t{image.andCount} + image.orCount + image.wordCount;
+  bytesLeft = kMaxCopiedBytes;
+}
+
+bool TKwObj::takeRecords(uint64_t n) {
+  if (n > recordsLeft) return fail(kClaimed, -1, 0) != 0;
+  recordsLeft -= n;
+  return true;
+}
+
 int TKwObj::AddKwFile(const KWIMAGE& image) {
-  for (uint32_t i = 0; i < image.sectionCount; i++)
-    if (!AddKwSection(image, image.section(i))) return 0;
+  startCopy(image);
+  for (uint32_t i = 0; i < image.sectionCount; i++) {
+    if (AddKwSection(image, image.section(i))) continue;
+    errorSection = static_cast<int32_t>(i);
+    return 0;
+  }
   return 1;
 }
 
@@ -497,11 +536,19 @@ int TKwObj::AddKwSection(const KWIMAGE& image, const TQKSECTION* section) {
   if (section->type == stSortedMd5) {
     const TBLOCK block = image.digests(section);
     lastSection()->count = block.length / kSectionNameBytes;
-    return block.empty() || addRecord(text, block.pointer, block.length);
+    if (block.empty()) return 1;
+    if (block.length > bytesLeft) return fail(kClaimed, -1, 0);
+    bytesLeft -= block.length;
+    return addRecord(text, block.pointer, block.length);
   }
   const uint32_t count = image.lineCountOf(section);
-  for (uint32_t i = 0; i < count; i++)
-    if (!AddKwLine(image, section, image.sectionLine(section, i), -1)) return 0;
+  if (count > linesLeft) return fail(kClaimed, -1, 0);
+  linesLeft -= count;
+  for (uint32_t i = 0; i < count; i++) {
+    if (AddKwLine(image, section, image.sectionLine(section, i), -1)) continue;
+    if (errorLine < 0) errorLine = static_cast<int32_t>(i);
+    return 0;
+  }
   return 1;
 }
 
@@ -510,6 +557,8 @@ int TKwObj::AddKwLine(const KWIMAGE& image, const TQKSECTION* section,
   TQKLINE line = *source;
   if (section->type != stPattern) {
     const TBLOCK content = image.lineBlock(source);
+    if (content.length > bytesLeft) return fail(kClaimed, -1, 0);
+    bytesLeft -= content.length;
     line.text = AddBlock(content);
     line.length = content.length;
   } else {
@@ -533,21 +582,25 @@ int TKwObj::AddKwLine(const KWIMAGE& image, const TQKSECTION* section,
   return 1;
 }
 
-// A group of a damaged image may claim more than there is, or share records
-// with a thousand others: what is copied is bounded by the tables' limit.
+// A group of a damaged image may claim more than there is.
 int TKwObj::copyGroup(const KWIMAGE& image, const TQKAND& source) {
   TQKAND group = source;
   const uint32_t alternatives = source.count;
   group.first = ors.length / static_cast<uint32_t>(sizeof(TQKOR));
   group.count = 0;
+  if (!takeRecords(1)) return 0;
   // The alternatives of a group stand side by side, so their words come first.
   for (uint32_t i = 0; i < alternatives; i++) {
     const TQKOR* phrase = image.orRecord(source.first + i);
     if (!phrase) break;
+    if (!takeRecords(1)) return 0;
     TQKOR copy = {words.length / static_cast<uint32_t>(sizeof(TQKWORD)), 0};
     for (uint32_t k = 0; k < phrase->count; k++) {
       if (!image.wordRecord(phrase->first + k)) break;
-      if (!AddSpace(image.word(phrase->first + k))) return 0;
+      const TBLOCK word = image.word(phrase->first + k);
+      if (word.length > bytesLeft) return fail(kClaimed, -1, 0);
+      bytesLeft -= word.length;
+      if (!takeRecords(1) || !AddSpace(word)) return 0;
       copy.count++;
     }
     if (!addRecord(ors, &copy, sizeof copy)) return 0;

@@ -34,6 +34,9 @@ void GetSectionType(TBLOCK& name, uint16_t& type, uint16_t& flags);
 // Digest of a section's name, case folded.
 void GetNameDigest(TBLOCK name, unsigned char digest[kSectionNameBytes]);
 
+// The key by which a pattern line that begins with this word is filed, or 0.
+unsigned char GetLineKey(TBLOCK word);
+
 class TKwObj {
  public:
   BLOCK sections, lines, ands, ors, words;  // records, as in the image
@@ -44,6 +47,8 @@ class TKwObj {
   const char* error;      // a literal; null when all went well
   int32_t errorLine;      // of the section that failed; -1 for the section
   uint32_t errorOffset;   // in that line
+  // Of an image that is copied or merged, the section that failed; -1: none
+  int32_t errorSection;
 
   TKwObj();
 
@@ -54,7 +59,10 @@ class TKwObj {
   // may repeat) or a line that cannot be read: the lines behind it are lost.
   int AddSection(TBLOCK name, TBLOCKVECT* content, int isPatch);
 
-  // Copies sections of an image. 1, or 0 on a section that is there already.
+  // Copies sections of an image. 1, or 0 on a section that is there already and
+  // on what no compiler writes: flags of no kind, and records that several
+  // sections or lines claim, which could grow without end. errorSection is an
+  // index into `image`.
   int AddKwFile(const KWIMAGE& image);
   int AddKwSection(const KWIMAGE& image, const TQKSECTION* section);
   // Copies a line into the last section, ahead of line `at` of it; -1 appends.
@@ -65,30 +73,39 @@ class TKwObj {
   int WriteToStream(BLOCK* out);
 
   // Carries out the patch sections that follow the ones they patch; the result
-  // stands in this object, and as an image in `work`. Bodies: kw_patch.cc.
-  int ApplyPatch(BLOCK* work);
+  // stands in this object, and as an image in `flat`. After a failure `flat`
+  // holds the sections as they were added, of which errorSection is one, and
+  // errorLine a line of that. Bodies: kw_patch.cc.
+  int ApplyPatch(BLOCK* flat);
 
   uint32_t sectionCount() const;
   uint32_t lineCount() const;
 
  private:
+  // What may still be copied or done, see kw_obj.cc and kw_patch.cc.
+  uint64_t linesLeft, recordsLeft, bytesLeft, workLeft;
+
   int ApplyPatchSection(const KWIMAGE& image, const TQKSECTION* patch);
   int ApplyPatchLine(const KWIMAGE& image, const TQKSECTION* patch,
                      const TQKLINE* line, uint32_t& cursor);
+  int ApplyPatchStringLine(const KWIMAGE& image, const TQKSECTION* patch,
+                           const TQKLINE* line, uint32_t& cursor);
   int ApplyPatchSortedMd5Line(TBLOCK digest, uint8_t action, uint32_t& cursor);
   int32_t findEqualLine(const TQKLINE& sample, uint16_t type);
   bool equalStringLines(const TQKLINE& line, const TQKLINE& sample,
-                        uint16_t type) const;
-  bool equalPatternLines(const TQKLINE& line, const TQKLINE& sample) const;
+                        uint16_t type);
+  bool equalPatternLines(const TQKLINE& line, const TQKLINE& sample);
+  bool work(uint64_t steps);
 
   int fail(const char* what, int32_t line, uint32_t offset);
   TQKSECTION* beginSection(const unsigned char* digest, uint16_t type,
                            uint16_t flags);
   TQKSECTION* lastSection();
   TQKLINE* lineAt(uint32_t i);
+  // `type` is that of the source: of a patch it may differ from the image's.
   int AddLine(TBLOCK line, uint16_t type, int32_t number);
   int AddStringLine(TBLOCK line, uint8_t action);
-  int AddMd5Line(TBLOCK line, uint8_t action);
+  int AddMd5Line(TBLOCK line, uint8_t action, bool scored);
   int AddSortedMd5Line(TBLOCK line);
   int AddLitteralLine(TBLOCK line, uint8_t action, TBLOCK whole);
   int AddPatternLine(TBLOCK line, uint8_t action);
@@ -96,6 +113,8 @@ class TKwObj {
   int AddAnd(TBLOCK group);
   int AddOr(TBLOCK alternative, uint32_t& added);
   int AddSpace(TBLOCK word);
+  void startCopy(const KWIMAGE& image);
+  bool takeRecords(uint64_t n);
   int copyGroup(const KWIMAGE& image, const TQKAND& source);
   int addRecord(BLOCK& table, const void* record, uint32_t n);
   int addTextLine(TBLOCK content, TQKLINE& line);

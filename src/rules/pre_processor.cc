@@ -1,6 +1,7 @@
 // One pass over the lines of each file, with a stack of conditions across an
-// inclusion; the depth of inclusions is limited, and so is what comes out of
-// them. Entry: TPreProcessor::Process. Tested by kw_obj_test.cc.
+// inclusion; the depth of inclusions is limited, and so is what they read in
+// all. Entry: TPreProcessor::Process. Tested by tests/tools/qmkwc_test.sh,
+// fuzzed by keyword_source_fuzz.cc.
 
 #include "rules/pre_processor.h"
 
@@ -49,26 +50,26 @@ void CutComment(TBLOCK& line) {
 TPreProcessor::TPreProcessor()
     : origins(0, 64000),
       files(0, 1000),
-      names(0, 1000),
+      names(0, hashExact),
       errorAt{0, 0},
       errorColumn(0),
       conditions(0, 100),
       values(0, 1000),
-      here{0, 0} {}
+      here{0, 0},
+      filesRead(0),
+      bytesRead(0) {}
 
 bool TPreProcessor::isDefined(TBLOCK name) const {
-  for (int32_t i = 0; i < names.count(); i++)
-    if (TBLOCK(names.text(i)).equals(name, TBLOCK::NoConvTable)) return true;
-  return false;
+  return names.findKey(name) >= 0;
 }
 
 void TPreProcessor::define(TBLOCK name) {
-  if (!isDefined(name)) names.add(name);
+  names.insert(name);
 }
 
 void TPreProcessor::undefine(TBLOCK name) {
-  for (int32_t i = names.count() - 1; i >= 0; i--)
-    if (TBLOCK(names.text(i)).equals(name, TBLOCK::NoConvTable)) names.del(i);
+  const int32_t slot = names.findKey(name);
+  if (slot >= 0) names.deleteEntry(slot);
 }
 
 int TPreProcessor::SetVar(TBLOCK name, TBLOCK value, HASHTAB* vars) {
@@ -87,8 +88,18 @@ const TPreProcessor::ORIGIN* TPreProcessor::origin(uint32_t line) const {
   return reinterpret_cast<const ORIGIN*>(origins.data) + line;
 }
 
+uint32_t TPreProcessor::openConditions() const {
+  return conditions.length / static_cast<uint32_t>(sizeof(CONDITION));
+}
+
+// REQUIRES: one is open.
+const TPreProcessor::CONDITION& TPreProcessor::lastCondition() const {
+  return reinterpret_cast<const CONDITION*>(
+      conditions.data)[openConditions() - 1];
+}
+
 bool TPreProcessor::active() const {
-  return conditions.length == 0 || conditions.data[conditions.length - 1];
+  return openConditions() == 0 || lastCondition().stay;
 }
 
 int TPreProcessor::fail(const char* text, TBLOCK line,
@@ -103,25 +114,30 @@ int TPreProcessor::Process(const char* file, BLOCK* out, HASHTAB* vars) {
   error = "";
   conditions.empty();
   here = ORIGIN{0, 0};
-  return file && out ? processFile(file, out, vars, 0) : 0;
+  filesRead = 0;
+  bytesRead = 0;
+  if (!file || !out) return 0;
+  return processFile(file, TBLOCK(), TBLOCK(), out, vars, 0);
 }
 
-int TPreProcessor::processFile(const char* file, BLOCK* out, HASHTAB* vars,
-                               int32_t depth) {
+int TPreProcessor::processFile(const char* file, TBLOCK line, TBLOCK name,
+                               BLOCK* out, HASHTAB* vars, int32_t depth) {
   uint32_t size = 0;
   BLOCK text(0, 1000);
   // An empty file is one without lines; loading tells it from none.
   const int exists = BLOCK::IsFile(file, size);
-  if (exists && size > kMaxSourceBytes)
-    return fail("file too large", TBLOCK(), nullptr);
-  if (!exists || (size > 0 && !text.loadFrom(file, size, 0))) {
-    if (depth == 0) {
-      files.add(file);
-      here.file = static_cast<uint32_t>(files.count() - 1);
-    }
-    return fail("cannot read the file", TBLOCK(), nullptr);
-  }
-  if (!files.add(file)) return fail("out of memory", TBLOCK(), nullptr);
+  if (exists) bytesRead += size;
+  const char* what = nullptr;
+  if (++filesRead > kMaxSourceFiles)
+    what = "too many files are included";
+  else if (bytesRead > kMaxSourceBytes)
+    what = "the source is too large";
+  else if (!exists || (size > 0 && !text.loadFrom(file, size, 0)))
+    what = "cannot read the file";
+  // The first file has a place among them even when it cannot be read.
+  if (depth == 0) here.file = static_cast<uint32_t>(files.count());
+  if ((!what || depth == 0) && !files.add(file)) what = "out of memory";
+  if (what) return fail(what, line, name.pointer);
   const ORIGIN caller = here;
   const uint32_t index = static_cast<uint32_t>(files.count() - 1);
   const int done = processText(text.view(), index, out, vars, depth);
@@ -131,11 +147,12 @@ int TPreProcessor::processFile(const char* file, BLOCK* out, HASHTAB* vars,
 
 int TPreProcessor::processText(TBLOCK text, uint32_t file, BLOCK* out,
                                HASHTAB* vars, int32_t depth) {
-  const uint32_t base = conditions.length;
+  const uint32_t base = openConditions();
   here = ORIGIN{file, 0};
   while (!text.empty()) {
     TBLOCK line = TBLOCK::BlockNextLine(text);
     here.number++;
+    // Ahead of the directives, whose argument goes to the line's end.
     CutComment(line);
     const int done = directive(line, file, base, out, vars, depth);
     if (done < 0) return 0;
@@ -143,15 +160,13 @@ int TPreProcessor::processText(TBLOCK text, uint32_t file, BLOCK* out,
     TBLOCK rest = line;
     rest.trim();
     if (rest.empty()) continue;
-    if (out->length > kMaxSourceBytes)
-      return fail("the source is too large", line, line.pointer);
     if (!out->add(line) || !out->add("\r\n") ||
         !origins.add(&here, sizeof here))
       return fail("out of memory", line, line.pointer);
   }
-  if (conditions.length > base)
-    return fail("$ifdef without $endif", TBLOCK(), nullptr);
-  return 1;
+  if (openConditions() == base) return 1;
+  here = lastCondition().begin;
+  return fail("$ifdef without $endif", TBLOCK(), nullptr);
 }
 
 int TPreProcessor::directive(TBLOCK line, uint32_t file, uint32_t base,
@@ -160,23 +175,25 @@ int TPreProcessor::directive(TBLOCK line, uint32_t file, uint32_t base,
   const int32_t verb = FindVerb(rest);
   if (verb < 0) return 0;
   if (verb == vbEndif) {
-    if (conditions.length == base)
+    if (openConditions() == base)
       return fail("$endif without $ifdef", line, line.pointer), -1;
-    conditions.removeEnd(1);
+    conditions.removeEnd(sizeof(CONDITION));
     return 1;
   }
   if (rest.empty() && (active() || verb <= vbIfndef))
     return fail("the directive needs a name", line, line.end()), -1;
   if (verb == vbIfdef || verb == vbIfndef) {
-    const char stay = active() && isDefined(rest) == (verb == vbIfdef);
-    if (!conditions.add(&stay, 1))
+    const bool stay = active() && isDefined(rest) == (verb == vbIfdef);
+    const CONDITION condition = {stay, here};
+    if (!conditions.add(&condition, sizeof condition))
       return fail("out of memory", line, line.pointer), -1;
     return 1;
   }
   if (!active()) return 1;
   if (verb == vbDefine) define(rest);
   if (verb == vbUndef) undefine(rest);
-  if (verb == vbInclude && !include(rest, file, out, vars, depth)) return -1;
+  if (verb == vbInclude && !include(line, rest, file, out, vars, depth))
+    return -1;
   if (verb == vbSet) {
     if (rest.findByte('=') <= 0)
       return fail("$set needs NAME=VALUE", line, rest.pointer), -1;
@@ -188,10 +205,10 @@ int TPreProcessor::directive(TBLOCK line, uint32_t file, uint32_t base,
 }
 
 // Both "/" and "\" separate directories, in the name and in the path so far.
-int TPreProcessor::include(TBLOCK name, uint32_t file, BLOCK* out,
+int TPreProcessor::include(TBLOCK line, TBLOCK name, uint32_t file, BLOCK* out,
                            HASHTAB* vars, int32_t depth) {
   if (depth + 1 >= kMaxIncludeDepth)
-    return fail("files include each other too deeply", TBLOCK(), nullptr);
+    return fail("files include each other too deeply", line, name.pointer);
   STR path;
   if (name[0] != '/') {
     const TBLOCK own(files.text(static_cast<int32_t>(file)));
@@ -201,5 +218,5 @@ int TPreProcessor::include(TBLOCK name, uint32_t file, BLOCK* out,
   }
   for (uint32_t i = 0; i < name.length; i++)
     path += name[i] == '\\' ? '/' : static_cast<char>(name[i]);
-  return processFile(path.c_str(), out, vars, depth + 1);
+  return processFile(path.c_str(), line, name, out, vars, depth + 1);
 }

@@ -8,7 +8,7 @@
 #include <stdint.h>
 
 #include "base/block.h"
-#include "base/hashtab.h"
+#include "base/hash_file.h"
 #include "base/str.h"
 #include "base/tblock.h"
 #include "base/vectors.h"
@@ -16,8 +16,9 @@
 // How deep files may include each other: a file that includes itself stops
 // here.
 const int32_t kMaxIncludeDepth = 16;
-// Bytes of source that one run may yield: files that include each other twice
-// double with each level.
+// Files that one run may read, each counted as often as it is included, and
+// their bytes: files that include each other twice double with each level.
+const uint32_t kMaxSourceFiles = 1000;
 const uint32_t kMaxSourceBytes = 64u << 20;
 
 class TPreProcessor {
@@ -29,8 +30,8 @@ class TPreProcessor {
   };
 
   BLOCK origins;         // an ORIGIN for each line written
-  STRVECT files;         // every file that was read, in order
-  STRVECT names;         // defined names; they hold in every case
+  STRVECT files;         // what was read, in order, each time anew
+  HASHFILE names;        // defined names; case counts
   STR error;             // why Process failed; empty after a success
   ORIGIN errorAt;        // where; file as an index
   uint32_t errorColumn;  // from 1
@@ -53,20 +54,33 @@ class TPreProcessor {
   const ORIGIN* origin(uint32_t line) const;
 
  private:
-  int processFile(const char* file, BLOCK* out, HASHTAB* vars, int32_t depth);
+  // A condition that is open.
+  struct CONDITION {
+    uint32_t stay;  // 1 when lines stay
+    ORIGIN begin;
+  };
+
+  // The file that an $include names by `name`, a part of `line`; both are
+  // empty for the first file.
+  int processFile(const char* file, TBLOCK line, TBLOCK name, BLOCK* out,
+                  HASHTAB* vars, int32_t depth);
   int processText(TBLOCK text, uint32_t file, BLOCK* out, HASHTAB* vars,
                   int32_t depth);
   // 1 when the line was a directive, 0 when not, -1 on failure.
   int directive(TBLOCK line, uint32_t file, uint32_t base, BLOCK* out,
                 HASHTAB* vars, int32_t depth);
-  int include(TBLOCK name, uint32_t file, BLOCK* out, HASHTAB* vars,
-              int32_t depth);
+  int include(TBLOCK line, TBLOCK name, uint32_t file, BLOCK* out,
+              HASHTAB* vars, int32_t depth);
   int fail(const char* text, TBLOCK line, const unsigned char* at);
+  uint32_t openConditions() const;
+  const CONDITION& lastCondition() const;
   bool active() const;
 
-  BLOCK conditions;  // a byte for each open one: 1 when lines stay
+  BLOCK conditions;  // a CONDITION for each open one
   STRVECT values;    // names and values of variables, in turn
   ORIGIN here;
+  uint32_t filesRead;
+  uint64_t bytesRead;
 };
 
 #endif  // RULES_PRE_PROCESSOR_H_

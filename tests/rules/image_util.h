@@ -1,6 +1,6 @@
-// Dictionary images for tests, from rows: a section with the text of its lines,
-// laid out as a compiler would. Wrong images are made from these by changing
-// words of them.
+// Dictionary images for tests, also odd ones: rows of sections whose flags and
+// lines may be what no source gives. Wrong images are made from these by
+// changing words of them. Sound dictionaries: source_util.h.
 
 #ifndef TESTS_RULES_IMAGE_UTIL_H_
 #define TESTS_RULES_IMAGE_UTIL_H_
@@ -13,8 +13,7 @@
 #include "base/block.h"
 #include "rules/keyword_image.h"
 
-// "<n>text" or "<&n>text" or "text"; of stMd5 and stSortedMd5 what is digested.
-// Of stPattern: groups of "a b|c", each but the last followed by its joiner.
+// Lines as in source. A name may be there twice, and a section may be empty.
 struct IMAGESECTION {
   std::string name;
   uint16_t type;

@@ -4,7 +4,7 @@
 
 #include "base/heap_text.h"
 #include "rules/keyword_compare.h"
-#include "rules/pattern_image_util.h"
+#include "rules/source_util.h"
 
 namespace {
 
@@ -18,8 +18,7 @@ struct Words {
 };
 
 struct Row {
-  const char* pattern;
-  uint32_t flags;
+  const char* pattern;  // a line of source
   const char* text;
   int32_t matches;  // of the line, by findKeywords
 };
@@ -27,9 +26,7 @@ struct Row {
 // Runs one line over one text by findKeywords; how often it matched.
 int32_t Matches(const Row& row, int onlyWithTips, int32_t maxWords) {
   TQMDICO dico(nullptr, nullptr);
-  PatternImage image;
-  image.section("words", stPattern).pattern(row.pattern, row.flags, 7);
-  if (!image.load(dico)) return -1;
+  if (!LoadSource(dico, std::string("[words]\n") + row.pattern)) return -1;
   Words words(row.text);
   HeapText address("john@x.org");
   int32_t hits = -1;
@@ -38,7 +35,7 @@ int32_t Matches(const Row& row, int onlyWithTips, int32_t maxWords) {
                                         onlyWithTips, maxWords, hits);
   const int32_t count =
       dico.countsOf(dico.image().sectionLine(section, 0)).matchCount;
-  EXPECT_EQ(count * 7, sum);
+  EXPECT_EQ(count * 100, sum);
   EXPECT_EQ(count ? 1 : 0, hits);
   return count;
 }
@@ -48,57 +45,57 @@ const char kFar[] = "a 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 b";
 TEST(KeywordSearchTest, Lines) {
   const std::string near = std::string(kFar).replace(2, 2, "");
   const Row rows[] = {
-      {"buy", 0, "x Buy x", 1},
-      {"buy", 0, "buy buy buy", 1},
-      {"buy", KWLINEFLAGMULTI, "buy buy buy buy buy", 3},
-      {"buy", 0, "", 0},
+      {"buy", "x Buy x", 1},
+      {"buy", "buy buy buy", 1},
+      {"<&100>buy", "buy buy buy buy buy", 3},
+      {"buy", "", 0},
       // Phrases, alternatives, optional words.
-      {"buy now", 0, "buy it now", 0},
-      {"buy now", 0, "x buy buy now", 1},
-      {"buy it? now", 0, "buy now", 1},
-      {"buy it? now", 0, "buy it now", 1},
-      {"buy it?", 0, "buy", 1},
-      {"it?", 0, "x", 0},
-      {"it?", 0, "it", 1},
-      {"it\\?", 0, "it?", 1},
-      {"sell|buy now", 0, "sell buy", 1},
-      {"* now", 0, "now", 0},
-      {"* now", 0, "x now", 1},
+      {"buy now", "buy it now", 0},
+      {"buy now", "x buy buy now", 1},
+      {"buy it? now", "buy now", 1},
+      {"buy it? now", "buy it now", 1},
+      {"buy it?", "buy", 1},
+      {"it?", "x", 0},
+      {"it?", "it", 1},
+      {"it\\?", "it?", 1},
+      {"sell|buy now", "sell buy", 1},
+      {"* now", "now", 0},
+      {"* now", "x now", 1},
       // The first alternative gives the key.
-      {"viagra|cialis", 0, "cialis", 0},
-      {"viagra|cialis", 0, "vx cialis", 1},
+      {"viagra|cialis", "cialis", 0},
+      {"viagra|cialis", "vx cialis", 1},
       // "+" looks to the end, "," anywhere, ">" at 20 words.
-      {"a+b", 0, "a x x b", 1},
-      {"a+b", 0, "b a", 0},
-      {"a,b", 0, "b a", 1},
-      {"a,a", 0, "a x", 1},
-      {"a,b", 0, "a", 0},
-      {"a>b", 0, kFar, 0},
-      {"a>b", 0, near.c_str(), 1},
-      {"a+b", 0, kFar, 1},
-      {"a+b>c", 0, "a b x c", 1},
-      {"a>b+c", 0, "a b a b a c", 1},
-      {"a+b+c", 0, "a c b", 0},
+      {"a+b", "a x x b", 1},
+      {"a+b", "b a", 0},
+      {"a,b", "b a", 1},
+      {"a,a", "a x", 1},
+      {"a,b", "a", 0},
+      {"a>b", kFar, 0},
+      {"a>b", near.c_str(), 1},
+      {"a+b", kFar, 1},
+      {"a+b>c", "a b x c", 1},
+      {"a>b+c", "a b a b a c", 1},
+      {"a+b+c", "a c b", 0},
       // A later place of the first group gets its chance.
-      {"a>b", 0, "a 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 a b", 1},
-      {"a b? c?+b", 0, "a b c a b", 1},
+      {"a>b", "a 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 a b", 1},
+      {"a b? c?+b", "a b c a b", 1},
       // Disguised keys.
-      {"viagra", moNear, "v1agra", 1},
-      {"sex|x", moNear, "$exx", 0},
-      {"south", moNear, "5outh", 1},
-      {"ale", moNear, "4le", 0},  // of three bytes: not under other keys
-      {"alex", moNear, "@lex", 1},
-      {"late", moNear, "|ate", 1},
-      {"#mg", 0, "10mg", 1},
-      {"#", 0, "O100", 1},
-      {"*via*", moTips, "x-v1agra", 1},
+      {"(~)viagra", "v1agra", 1},
+      {"(~)sex|x", "$exx", 0},
+      {"(~)south", "5outh", 1},
+      {"(~)ale", "4le", 0},  // of three bytes: not under other keys
+      {"(~)alex", "@lex", 1},
+      {"(~)late", "|ate", 1},
+      {"#mg", "10mg", 1},
+      {"#", "O100", 1},
+      {"(!)*via*", "x-v1agra", 1},
       // Words with a meaning of their own.
-      {"@", 0, "to JOHN@x.org", 1},
-      {"dear ?", 0, "dear John", 1},
-      {"dear ?", 0, "dear Jack", 0},
-      {"@@", 0, "x a@b.de", 1},
+      {"@", "to JOHN@x.org", 1},
+      {"dear ?", "dear John", 1},
+      {"dear ?", "dear Jack", 0},
+      {"@@", "x a@b.de", 1},
       // A word spread over blocks.
-      {"viagra now", moSplit, "via gra now", 1},
+      {"(/)viagra now", "via gra now", 1},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(std::string(row.pattern) + " / " + row.text);
@@ -113,16 +110,16 @@ TEST(KeywordSearchTest, OnlyDisguisedWordsAndOnlyTheFirstOnes) {
     int32_t maxWords;
   };
   const TipRow rows[] = {
-      {{"viagra", moTips, "viagra", 0}, 1, 0},
-      {{"viagra", moTips, "v1agra", 1}, 1, 0},
-      {{"viagra", moTips, "viagra v1agra", 1}, 1, 0},
-      {{"viagra+now", moTips, "v1agra now", 0}, 1, 0},
-      {{"viagra+now", moTips, "viagra n0w v1agra n0w", 1}, 1, 0},
-      {{"viagra now", moTips, "v1agra now", 1}, 1, 0},
-      {{"buy", 0, "x x buy", 0}, 0, 2},
-      {{"buy", 0, "x x buy", 1}, 0, 3},
+      {{"(!)viagra", "viagra", 0}, 1, 0},
+      {{"(!)viagra", "v1agra", 1}, 1, 0},
+      {{"(!)viagra", "viagra v1agra", 1}, 1, 0},
+      {{"(!)viagra+now", "v1agra now", 0}, 1, 0},
+      {{"(!)viagra+now", "viagra n0w v1agra n0w", 1}, 1, 0},
+      {{"(!)viagra now", "v1agra now", 1}, 1, 0},
+      {{"buy", "x x buy", 0}, 0, 2},
+      {{"buy", "x x buy", 1}, 0, 3},
       // What a try may read is not limited.
-      {{"buy+now", 0, "buy x now", 1}, 0, 1},
+      {{"buy+now", "buy x now", 1}, 0, 1},
   };
   for (const TipRow& row : rows) {
     SCOPED_TRACE(std::string(row.row.pattern) + " / " + row.row.text);
@@ -150,14 +147,10 @@ TEST(KeywordSearchTest, AgreesWithTryingEveryWord) {
     for (uint32_t n = numbers.Below(40); n; n--)
       text += texts[numbers.Below(12)] + std::string(" ");
     SCOPED_TRACE(pattern + " / " + text);
-    const uint32_t flags = numbers.Below(2) ? moTips | moSplit : 0;
+    const char* const options = numbers.Below(2) ? "(!/)" : "";
     const int tips = numbers.Below(3) == 0;
     TQMDICO dico(nullptr, nullptr);
-    PatternImage image;
-    image.section("words", stPattern).pattern(pattern, flags, 1);
-    // The same line once more, found at every word.
-    image.section("all", stPattern).pattern("*", 0, 1);
-    ASSERT_TRUE(image.load(dico));
+    ASSERT_TRUE(LoadSource(dico, "[words]\n" + (options + pattern)));
     Words words(text);
     const TQKSECTION* section = dico.findSection("words");
     const TQKLINE* line = dico.image().sectionLine(section, 0);
@@ -181,13 +174,7 @@ TEST(KeywordSearchTest, AgreesWithTryingEveryWord) {
 
 TEST(KeywordSearchTest, FirstLines) {
   TQMDICO dico(nullptr, nullptr);
-  PatternImage image;
-  image.section("first", stPattern)
-      .pattern("c>d", 0, 1)
-      .pattern("x+y", 0, 1)
-      .pattern("b", 0, 1)
-      .pattern("a", 0, 1);
-  ASSERT_TRUE(image.load(dico));
+  ASSERT_TRUE(LoadSource(dico, "[first]\nc>d\nx+y\nb\na"));
   Words words("c 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 c d b a");
   const TQKLINE* line = nullptr;
   // "c>d" only matches from the second word on, "b" from the first.
@@ -205,11 +192,9 @@ TEST(KeywordSearchTest, FirstLines) {
 
 TEST(KeywordSearchTest, OtherSearches) {
   TQMDICO dico(nullptr, nullptr);
-  PatternImage image;
-  image.section("bones", stString).text("vgr", 0, 1).text("cls*", 0, 1);
-  image.section("broken", stString).text("cheap pills ", 0, 1).text("..", 0, 1);
-  image.section("domain", stPattern).pattern("pill&|meds", 0, 1);
-  ASSERT_TRUE(image.load(dico));
+  ASSERT_TRUE(LoadSource(dico,
+                         "[#bones]\nvgr\ncls*\n[#broken]\ncheap pills\n..\n"
+                         "[domain]\npill&|meds"));
   const TQKLINE* line = nullptr;
   const char* const bones[][2] = {
       {"vgr", "1"},  {"ViaGra", "1"}, {"vgrx", ""},    {"vg", ""},
@@ -252,12 +237,11 @@ TEST(KeywordSearchTest, OtherSearches) {
 // 60,000 words that keep every line busy.
 TEST(KeywordSearchTest, LongTexts) {
   TQMDICO dico(nullptr, nullptr);
-  PatternImage image;
-  image.section("words", stPattern);
-  for (const char* line :
+  std::string source = "[words]\n";
+  for (const std::string line :
        {"a+b+c", "a>b+c", "a a a+c", "a b?>a,c", "a>a>a>a>c"})
-    image.pattern(line, moTips, 1).pattern(line, KWLINEFLAGMULTI | moTips, 1);
-  ASSERT_TRUE(image.load(dico));
+    source += "(!)" + line + "\n(!)<&1>" + line + "\n";
+  ASSERT_TRUE(LoadSource(dico, source));
   std::string text;
   for (int i = 0; i < 20000; i++) text += "a a b ";
   Words words(text);

@@ -60,6 +60,8 @@ TEST(KwObj, SectionsBecomeRecords) {
        "0/0: 100-{*a} 100-{?b} 100-{~c} "
        "100-{\\*d} 100E{\xE9} 100#{0}"},
       {"S", "a\\", "0/0: 100A{a\\}"},
+      {"S", "a\tb \t c|\td", "0/0: 100A{a b c|d}"},
+      {"@S", "<1>abc", "8/0: 951b99448aacae990fe1fa35e1afd887"},
       {"S", "a\n + |\nb", "line 1: the line has no word"},
       {"S", "", ""},
   };
@@ -73,6 +75,9 @@ TEST(KwObj, PatchLinesKeepTheirAction) {
             "2/2: !1 1=a !2 0=b !3 0=c !4 0=d !5 0=e 0=f");
   EXPECT_EQ(Compiled("@S", "++abc", 1),
             "7/2: !1 0=900150983cd24fb0d6963f7d28e17f72");
+  // Lines of this type have no scores.
+  EXPECT_EQ(Compiled("@S", "++<1>abc", 1),
+            "7/2: !1 0=951b99448aacae990fe1fa35e1afd887");
   EXPECT_EQ(Compiled("S", "-(~)<3>a", 1), "0/2: !3 3/10A{a}");
 }
 

@@ -56,7 +56,7 @@ TEST_F(SectionLookupTest, LinesCountOnceOrEachTime) {
         {"r", stRegex, 0, {"^a", "b~c"}},
         {"p", stPattern, 0, {"abc", "a"}},
         {"n", stNamedRegex, 0, {"abc:abc"}},
-        {"l", stLiteral, 0, {"abc"}}});
+        {"l", stLiteral, 0, {"\"abc\""}}});
   EXPECT_EQ("label|a|b*", scan("s", "A|B", 0));
   EXPECT_EQ("*b", scan("s", "a|b", 0));
   EXPECT_EQ("*b", scan("s", "a|b", 0));
@@ -90,14 +90,14 @@ TEST_F(SectionLookupTest, SumsOfStrings) {
 }
 
 TEST_F(SectionLookupTest, NamesAndValues) {
-  load({{"n", stNamedRegex, 0, {"no colon", "A:^a:", " B : b "}},
+  load({{"n", stNamedRegex, 0, {"no colon", "A:^a:", "B : b"}},
         {"v", stString, 0, {"x=1", "name = \"two\"", "name=3"}},
         {"m", stNamedRegex, 0, {"D: 12 ", "E:", "S:D"}}});
   TBLOCK name;
   EXPECT_EQ(1, dico.matchFirstNamedLine("n", TBLOCK("a:b"), name));
   EXPECT_EQ("A", Str(name));
   EXPECT_EQ(1, dico.matchFirstNamedRegex("n", TBLOCK("xb"), name));
-  EXPECT_EQ(" B ", Str(name));
+  EXPECT_EQ("B ", Str(name));
   EXPECT_EQ(0, dico.matchFirstNamedRegex("n", TBLOCK("no colon"), name));
   EXPECT_EQ("two", Str(dico.stringValue("v", "Name")));
   EXPECT_TRUE(dico.stringValue("v", "nam").empty());

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "base/heap_text.h"
-#include "rules/pattern_image_util.h"
+#include "rules/source_util.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -15,8 +15,8 @@ class SectionScoresTest : public testing::Test {
  protected:
   SectionScoresTest() : message(nullptr, nullptr, nullptr, 0, 0), words(0) {}
 
-  void load(const std::string& line) {
-    ASSERT_TRUE(image.load(message.dico));
+  void load(const std::string& source, const std::string& line) {
+    ASSERT_TRUE(LoadSource(message.dico, source));
     text.reset(new HeapText(line));
     TBLOCK::GetBlockWordList(text->view(), words, bitWhiteSpace);
   }
@@ -28,19 +28,13 @@ class SectionScoresTest : public testing::Test {
   }
 
   TQMMSG message;
-  PatternImage image;
   std::unique_ptr<HeapText> text;
   TBLOCKVECT words;
 };
 
 TEST_F(SectionScoresTest, DeltaSuffixAndFactor) {
-  image.section("words", stPattern)
-      .pattern("bad thing", 0, 10)
-      .pattern("good", 0, -10)
-      .pattern("often|x", KWLINEFLAGMULTI, 50)
-      .pattern("nil", 0, 0)
-      .pattern("absent", 0, 9);
-  load("a bad thing good often often often often nil");
+  load("[words]\n<10>bad thing\n<-10>good\n<&50>often|x\n<0>nil\n<9>absent",
+       "a bad thing good often often often often nil");
   struct Row {
     int delta;
     const char* suffix;
@@ -76,17 +70,11 @@ TEST_F(SectionScoresTest, DeltaSuffixAndFactor) {
 }
 
 TEST_F(SectionScoresTest, ListsOfSections) {
-  image.section("one", stPattern).pattern("good", 0, -10);
-  image.section("two", stPattern).pattern("bad", 0, 70000);
-  image.section("list", stSectionList)
-      .text("One", 0, 0)
-      .text("two", 0, 0)
-      .text("none", 0, 0)
-      .text("one", 0, 0);
-  image.section("knot", stSectionList);
-  for (int i = 0; i < 50; i++) image.text("knot", 0, 0);
-  image.section("deep", stSectionList).text("deep", 0, 0).text("one", 0, 0);
-  load("good bad");
+  std::string knot = "[&knot]\n";
+  for (int i = 0; i < 50; i++) knot += "knot\n";
+  load("[one]\n<-10>good\n[two]\n<70000>bad\n[&list]\nOne\ntwo\nnone\none\n" +
+           knot + "[&deep]\ndeep\none",
+       "good bad");
   EXPECT_EQ(69980, message.checkKeywordBlockList("list", words, 0, 0, ""));
   EXPECT_EQ("good (-10);bad (70000);good (-10)", cause());
   // Its lines count the points of their sections, whatever the sign.
@@ -103,12 +91,7 @@ TEST_F(SectionScoresTest, ListsOfSections) {
 }
 
 TEST_F(SectionScoresTest, Blocks) {
-  image.section("text", stString)
-      .text("*pill*", KWLINEFLAGMULTI, 5)
-      .text("label|*", 0, 7)
-      .text("*none*", 0, 100)
-      .text("*s", 0, 9);
-  load("");
+  load("[#text]\n<&5>*pill*\n<7>label|*\n<100>*none*\n<9>*s", "");
   HeapText block("cheap pills");
   EXPECT_EQ(1, message.checkKeywordBlock("text", block.view(), "in %s, %s"));
   EXPECT_EQ("in *pill*, %s (5)", cause());

@@ -4,9 +4,11 @@
 #include "compiler.h"
 
 #include <cstdio>
-#include <map>
+#include <cstdlib>
+#include <set>
 
 #include "base/hashtab.h"
+#include "rules/qm_dico.h"
 
 uint16_t SourceSection::type() const {
   uint16_t kind, bits;
@@ -52,6 +54,21 @@ std::string BaseName(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+// One name for a file, however it was reached.
+std::string TruePath(const std::string& path) {
+  char* found = realpath(path.c_str(), nullptr);
+  const std::string out = found ? found : path;
+  free(found);
+  return out;
+}
+
+bool IsNamed(const SourceSection& section, const char* name) {
+  TBLOCK view = View(section.name);
+  uint16_t type, flags;
+  GetSectionType(view, type, flags);
+  return FoldName(view) == name;
+}
+
 class Reader {
  public:
   Reader(const CompileOptions& options, Messages& messages)
@@ -68,8 +85,9 @@ class Reader {
 
   const CompileOptions& options_;
   Messages& messages_;
-  bool open_ = false;  // a section has begun in this file
-  bool told_ = false;  // of lines outside of sections
+  std::set<std::string> paths_;  // of `files`
+  bool open_ = false;            // a section has begun in this file
+  bool told_ = false;            // of lines outside of sections
 };
 
 bool Reader::readFile(const std::string& path) {
@@ -79,7 +97,8 @@ bool Reader::readFile(const std::string& path) {
   for (const std::string& name : options_.defines) source.define(View(name));
   const int done = source.Process(path.c_str(), &text, &vars);
   for (int32_t i = 0; i < source.files.count(); i++)
-    files.push_back(BaseName(source.files.text(i)));
+    if (paths_.insert(TruePath(source.files.text(i))).second)
+      files.push_back(BaseName(source.files.text(i)));
   if (!done) {
     const char* file =
         source.files.text(static_cast<int32_t>(source.errorAt.file));
@@ -159,7 +178,12 @@ void AddSections(const std::vector<SourceSection>& sections, Messages& messages,
     TBLOCKVECT lines(static_cast<int32_t>(section.lines.size()) + 1);
     for (const SourceLine& line : section.lines)
       lines.add(View(line.text), 1, 0);
-    if (object.AddSection(View(section.name), &lines, section.patch)) continue;
+    const uint32_t firstLine = object.lineCount();
+    if (object.AddSection(View(section.name), &lines, section.patch)) {
+      if (!section.lines.empty())
+        CheckCompiled(section, object, firstLine, messages);
+      continue;
+    }
     const int32_t at = object.errorLine;
     const bool known =
         at >= 0 && static_cast<size_t>(at) < section.lines.size();
@@ -180,8 +204,8 @@ void OrderSections(std::vector<SourceSection>& sections,
   sources.name = "#sources";
   for (const std::string& file : files) sources.lines.push_back(OwnLine(file));
   size_t param = 0;
-  while (param < sections.size() && sections[param].name != "#param") param++;
-  if (param == sections.size()) {
+  while (param < sections.size() && !IsNamed(sections[param], "param")) param++;
+  if (param == sections.size() || sections[param].type() != stString) {
     messages.plainError(files.empty() ? "(sources)" : files[0], 1, 1,
                         "no source has a section [#param]");
     return;
@@ -196,6 +220,25 @@ void OrderSections(std::vector<SourceSection>& sections,
   sections.insert(sections.begin(), {first, sources});
 }
 
+// The names by which sections may be asked, and what cannot go into a patch.
+SectionNames CollectNames(const std::vector<SourceSection>& sections,
+                          bool patch, Messages& messages) {
+  SectionNames names;
+  names.complete = !patch;
+  for (const SourceSection& section : sections) {
+    TBLOCK name = View(section.name);
+    uint16_t type, flags;
+    GetSectionType(name, type, flags);
+    names.flags[FoldName(name)] = flags;
+    if (patch && !section.patch &&
+        (IsNamed(section, "param") || IsNamed(section, "sources")))
+      messages.warning(section.start, 0,
+                       "every dictionary has this section: patch it by [+...], "
+                       "or no merge takes the image");
+  }
+  return names;
+}
+
 }  // namespace
 
 bool Compile(const CompileOptions& options, Messages& messages,
@@ -204,8 +247,11 @@ bool Compile(const CompileOptions& options, Messages& messages,
   bool read = true;
   for (const std::string& path : options.inputs)
     if (!reader.readFile(path)) read = false;
+  const TQMDICO dico(nullptr, nullptr);
+  const SectionNames names =
+      CollectNames(reader.sections, options.patch, messages);
   for (const SourceSection& section : reader.sections)
-    CheckSection(section, messages);
+    CheckSection(section, names, dico, messages);
   // Of a file that was not read to its end all else may be missing.
   if (!read) return false;
   if (!options.patch) OrderSections(reader.sections, reader.files, messages);

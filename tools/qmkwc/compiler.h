@@ -5,11 +5,14 @@
 
 #include <stdint.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
 #include "rules/kw_obj.h"
 #include "rules/pre_processor.h"
+
+class TQMDICO;
 
 // A line of a section, its blanks cut and "\;" turned into ";".
 struct SourceLine {
@@ -51,8 +54,22 @@ struct CompileOptions {
 // Compiles the inputs into the object; false when an error was told.
 bool Compile(const CompileOptions& options, Messages& messages, TKwObj& object);
 
-// Tells what is wrong with a section, or would be without effect. checks.cc
-void CheckSection(const SourceSection& section, Messages& messages);
+// The sections that others may name.
+struct SectionNames {
+  bool complete = true;                   // no other image adds to them
+  std::map<std::string, uint16_t> flags;  // by folded name
+};
+
+// A name as sections are found by it.
+std::string FoldName(TBLOCK name);
+
+// Tells what is wrong with a section, or would be without effect: of its
+// source, and of its lines as they were compiled. The dictionary knows the
+// names of rule fields. checks.cc
+void CheckSection(const SourceSection& section, const SectionNames& names,
+                  const TQMDICO& dico, Messages& messages);
+void CheckCompiled(const SourceSection& section, const TKwObj& object,
+                   uint32_t firstLine, Messages& messages);
 
 inline TBLOCK View(const std::string& text) {
   return TBLOCK(text.data(), static_cast<uint32_t>(text.size()));

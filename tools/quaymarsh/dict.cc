@@ -44,6 +44,13 @@ std::string Hex(TBLOCK bytes) {
   return out;
 }
 
+std::string DigestOf(const std::string& name) {
+  unsigned char digest[kSectionNameBytes];
+  GetNameDigest(TBLOCK(name.data(), static_cast<uint32_t>(name.size())),
+                digest);
+  return Hex(TBLOCK(digest, kSectionNameBytes));
+}
+
 std::string Text(TBLOCK view) {
   return view.empty() ? std::string()
                       : std::string(reinterpret_cast<const char*>(view.pointer),
@@ -58,7 +65,11 @@ class DictRun {
 
  private:
   int load();
+  void tell(const std::string& reasons);
+  void tellWhatScansDo();
   int find();
+  int findWords(const TQKSECTION* section, TBLOCK text);
+  void printFound(const TQKSECTION* section, const TQKLINE* line);
   void print();
   void printSection(const TQKSECTION* section);
   std::string nameOf(TBLOCK digest) const;
@@ -86,18 +97,44 @@ int DictRun::load() {
       options_.patches.empty() ? nullptr : options_.patches.c_str();
   const bool done = KwLoadKeywords(image.get(), file, list, &why) != nullptr;
   // Files that were passed over are told even when the rest went well.
-  std::string rest = why.c_str();
-  while (!rest.empty()) {
-    const size_t end = rest.find('\n');
-    PrintError("dict", rest.substr(0, end));
-    rest = end == std::string::npos ? "" : rest.substr(end + 1);
-  }
+  tell(why.c_str());
+  if (!done && !list) tellWhatScansDo();
   if (!done) return kExitConfig;
   if (!dico_.loadKeywordsFromBlock(image.release())) {
     PrintError("dict", "the image cannot be used");
     return kExitConfig;
   }
   return kExitOk;
+}
+
+// Prints a line each, with the names of sections that were given in place of
+// their digests.
+void DictRun::tell(const std::string& reasons) {
+  std::string rest = reasons;
+  for (const std::string& name : options_.names) {
+    const std::string digest = DigestOf(name);
+    const size_t at = rest.find(digest);
+    if (at != std::string::npos) rest.replace(at, digest.size(), name);
+  }
+  while (!rest.empty()) {
+    const size_t end = rest.find('\n');
+    PrintError("dict", Printable(rest.substr(0, end)));
+    rest = end == std::string::npos ? "" : rest.substr(end + 1);
+  }
+}
+
+// Patches must be whole images; a scan that is given one reads what it can.
+void DictRun::tellWhatScansDo() {
+  if (!dico_.loadKeywordsFromFile(options_.file.c_str())) {
+    PrintError("dict", "a scan does not take it either");
+    return;
+  }
+  const KWIMAGE& image = dico_.image();
+  PrintError("dict",
+             "as a patch it is passed over; a scan that is given it "
+             "reads " +
+                 std::to_string(image.sectionCount) + " sections, " +
+                 std::to_string(image.lineCount) + " lines");
 }
 
 // Asks in the way that fits the section's type.
@@ -113,6 +150,7 @@ int DictRun::find() {
   const TQKLINE* line = nullptr;
   TBLOCK label;
   int found = 0;
+  if (section->type == stPattern) return findWords(section, text);
   if (section->type == stSortedMd5) {
     MD5 md5;
     int32_t position = 0;
@@ -124,31 +162,48 @@ int DictRun::find() {
   } else if (section->type == stNamedRegex) {
     found = dico_.matchFirstNamedRegex(name, text, label);
     if (found) printf("found: %s\n", Printable(Text(label)).c_str());
-  } else {
+  } else if (section->type == stString || section->type == stRegex) {
     found = dico_.scanBlock(name, text, line, 1);
+  } else {
+    PrintError("dict", options_.find[0] + ": a section of " +
+                           TypeName(section->type) +
+                           " cannot be asked for a text");
+    return kExitData;
   }
-  if (!found) {
-    printf("not found\n");
-  } else if (line) {
-    STR shown;
-    dico_.getLineText(line, shown, 0);
-    const std::string bytes = section->type == stMd5
-                                  ? Hex(dico_.lineBlock(line))
-                                  : std::string(shown.c_str());
-    printf("found: score %d: %s\n", line->score, Printable(bytes).c_str());
+  if (!found) printf("not found\n");
+  if (line) printFound(section, line);
+  return kExitOk;
+}
+
+// The words of the text as a scan cuts them; every line that they meet.
+int DictRun::findWords(const TQKSECTION* section, TBLOCK text) {
+  TBLOCKVECT words(16);
+  int32_t hits = 0;
+  TBLOCK::GetBlockWordList(text, words, bitWordSep);
+  dico_.findKeywords(section, words, TBLOCK(), 0, 0, hits);
+  if (hits == 0) printf("not found\n");
+  const uint32_t count = dico_.image().lineCountOf(section);
+  for (uint32_t i = 0; i < count; i++) {
+    const TQKLINE* line = dico_.image().sectionLine(section, i);
+    if (dico_.countsOf(line).matchCount > 0) printFound(section, line);
   }
   return kExitOk;
 }
 
+void DictRun::printFound(const TQKSECTION* section, const TQKLINE* line) {
+  STR shown;
+  dico_.getLineText(line, shown, 0);
+  const std::string bytes = section->type == stMd5 ? Hex(dico_.lineBlock(line))
+                                                   : std::string(shown.c_str());
+  printf("found: score %d: %s\n", line->score, Printable(bytes).c_str());
+}
+
 // The name whose digest this is, when it is one that was given; or the digest.
 std::string DictRun::nameOf(TBLOCK digest) const {
-  unsigned char own[kSectionNameBytes];
-  for (const std::string& name : options_.names) {
-    GetNameDigest(TBLOCK(name.data(), static_cast<uint32_t>(name.size())), own);
-    if (digest.equals(TBLOCK(own, kSectionNameBytes), TBLOCK::NoConvTable))
-      return name;
-  }
-  return Hex(digest);
+  const std::string own = Hex(digest);
+  for (const std::string& name : options_.names)
+    if (DigestOf(name) == own) return name;
+  return own;
 }
 
 void DictRun::print() {
@@ -166,7 +221,7 @@ void DictRun::printSection(const TQKSECTION* section) {
   printf("[%s] %s%s%s: %u\n", Printable(name).c_str(),
          TypeName(section->type).c_str(),
          section->flags & sfHashed ? ", indexed" : "",
-         section->flags & sfPatch ? ", patch" : "", section->count);
+         section->flags == sfPatch ? ", patch" : "", section->count);
   const TBLOCK digests = image.digests(section);
   for (uint32_t k = 0; k < digests.length; k += kSectionNameBytes)
     printf("  %s\n",

@@ -98,7 +98,7 @@ bool ReadLeaf(TBLOCK text, TLEAFTEXT& leaf) {
   text.skip(n);
   leaf.isSection = !text.empty() && text[0] == '$';
   if (leaf.isSection) text.skip(1);
-  if (leaf.field.empty() || !TakeOperator(text, leaf.op)) return false;
+  if (!TakeOperator(text, leaf.op)) return false;
   leaf.value = text;
   return !text.empty();
 }

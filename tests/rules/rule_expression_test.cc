@@ -67,7 +67,7 @@ TEST(RuleLeafTest, IsReadFromLeftToRight) {
       {"Url$ =x", "none"},
       {"Url$$=x", "none"},
       {"Url$", "none"},
-      {"=x", "none"},
+      {"=x", "0 =x"},
       {"5", "none"},
       // Counts.
       {"1<Domain=.", "{2,}16 Domain=."},

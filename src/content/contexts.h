@@ -256,7 +256,7 @@ class THTMLCONTEXT {
   void outputText(const THITEM& item);
   void findTextUrls(TBLOCK text, const TQMDICO* dico);
   void doOpenTag(const THITEM& item);
-  void doCloseTag(THTMLTAG tag);
+  void doCloseTag(const THITEM& item);
   void doTail(const THITEM& item);
   void openBody(const THITEM& item);
   void openImg(TBLOCK tag);

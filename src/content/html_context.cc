@@ -233,7 +233,7 @@ void THTMLCONTEXT::doItem(THITEM& item, REGEXPOOL* /*pool*/,
       }
       break;
     case hitCloseTag:
-      doCloseTag(item.tag);
+      doCloseTag(item);
       break;
     case hitComment:
       parseComment(item.block);
@@ -429,8 +429,8 @@ void THTMLCONTEXT::doOpenTag(const THITEM& item) {
   }
 }
 
-void THTMLCONTEXT::doCloseTag(THTMLTAG tag) {
-  switch (tag) {
+void THTMLCONTEXT::doCloseTag(const THITEM& item) {
+  switch (item.tag) {
     case htFONT:
     case htP:
     case htDIV:
@@ -447,21 +447,21 @@ void THTMLCONTEXT::doCloseTag(THTMLTAG tag) {
     case htH6:
     case htTHEAD:
     case htTFOOT:
-      popTag(tag);
+      popTag(item.tag);
       break;
     case htTD:
     case htTR:
     case htTABLE:
     case htTBODY:
     case htTH:
-      popTableUntil(tableTagLevel(tag));
+      popTableItem(item);
       break;
     case htA:
       closeAnchor();
-      popTag(tag);
+      popTag(item.tag);
       break;
     case htBODY:
-      popTag(tag);
+      popTag(item.tag);
       flags |= hcfBodyClosed | hcfPendingLine;
       break;
     case htHTML:

@@ -5,6 +5,8 @@
 //   FindKeywordsOf/WORDS         that many against 6,000 lines with all options
 //   FindInHostileText            200 KB of one letter against lines that look
 //                                for it twice
+//   FindInHostileWords/KIND/BYTES  100 lines of a kind, see kHostile, against
+//                                words that wear each of them out
 //   CompareWord                  one word against one pattern
 //
 // Counters: per_word and per_line divide the time of one search by what
@@ -12,6 +14,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <iterator>
 #include <string>
 
 #include "rules/keyword_compare.h"
@@ -115,6 +118,58 @@ void FindInHostileText(benchmark::State& state) {
   Search(state, dico, text, 100);
 }
 BENCHMARK(FindInHostileText)->Unit(benchmark::kMillisecond);
+
+std::string Repeat(const char* unit, int n) {
+  std::string text;
+  for (int i = 0; i < n; i++) text += unit;
+  return text;
+}
+
+// A line with "%" for a random word; what words are made of. Each word ends in
+// all letters, so that no line is refused for want of one.
+struct HostileKind {
+  const char* line;
+  const char* unit;
+  int units;
+};
+const HostileKind kHostile[] = {
+    {"(!)*v%*", "v", 174},     // doubled letters
+    {"(!)*v%*", "v.", 87},     // with filler between
+    {"(!)*v%*", "vi", 87},     // beginnings of a match
+    {"(!)*v%", "vi", 87},      // the same at the end
+    {"(!)%", "|.", 87},        // bars and filler
+    {"(!)*ll%*", "1l|i", 43},  // look-alikes
+    {"<5>*v%*", "v", 174},     // no options
+    {"(!)*#%*", "$5s", 58},    // numbers
+    {"(!)*v%*", "v", 100000},  // one long word
+    {"(/)%", "-", 1},          // words spread over blocks
+};
+
+void FindInHostileWords(benchmark::State& state) {
+  const HostileKind& kind = kHostile[state.range(0)];
+  TQMDICO dico(nullptr, nullptr);
+  std::string source, text;
+  uint32_t seed = 1;
+  for (int i = 0; i < 100; i++) {
+    source += kind.line + std::string("\n");
+    source.replace(source.find('%'), 1, MakeWord(seed));
+  }
+  Load(dico, source);
+  const std::string letters = "abcdefghijklmnopqrstuvwxyz ";
+  const std::string word = Repeat(kind.unit, kind.units) + letters;
+  while (int64_t(text.size()) < state.range(1)) text += word;
+  text.resize(size_t(state.range(1)));
+  text.replace(text.size() - letters.size(), letters.size(), letters);
+  Search(state, dico, text, 100);
+}
+void HostileRows(benchmark::internal::Benchmark* rows) {
+  for (int kind = 0; kind < int(std::size(kHostile)); kind++)
+    for (int bytes = 50000; bytes <= 200000; bytes *= 2)
+      rows->Args({kind, bytes});
+}
+BENCHMARK(FindInHostileWords)
+    ->Apply(HostileRows)
+    ->Unit(benchmark::kMillisecond);
 
 void CompareWord(benchmark::State& state) {
   static const char* const kWords[] = {"viagra", "v1aagra", "someone"};

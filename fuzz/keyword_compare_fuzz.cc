@@ -9,6 +9,7 @@
 
 #include "rules/keyword_compare.h"
 #include "rules/keyword_image.h"
+#include "rules/qm_dico.h"
 
 namespace {
 
@@ -31,7 +32,7 @@ const uint32_t kFreeTricks = moBroken | moNear | moFound;
 void CheckResult(uint32_t result, uint32_t options) {
   if (!result) return;
   Check(result & moFound);
-  const bool odd = (options & moTips) == moTips;
+  const bool odd = (options & moTips) != 0;
   Check(!(result & ~(options | kFreeTricks | (odd ? moUseless : 0))));
 }
 
@@ -54,9 +55,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
       BlockCompareKeyword(word, pattern.view, options, 0, &words, &index);
   CheckResult(result, options);
   Check(index >= 0 && (!index || (index < words.count() && result)));
-  // The test ahead of the comparison lets nothing pass that would match.
-  if (result)
-    Check(MayMatch(WordStarts(word), PatternStarts(pattern.view), options));
+  // The test ahead of the comparison refuses nothing that would match.
+  const bool may =
+      MayMatch(WordShape(word), PatternShape(pattern.view), options);
+  if (result && !pattern.view.empty() && pattern.view[0] != '*') Check(may);
   // Tricks add matches and take none away.
   const uint32_t plain = BlockCompareKeyword(
       word, pattern.view, options & moPlural, 0, nullptr, nullptr);
@@ -66,13 +68,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   if (result && !(options & moSplit) && word.findByte('|') < 0)
     Check(BlockCompareKeyword(word, pattern.view, options, 1, 0, 0));
 
+  int64_t work = INT32_MAX;
   const uint32_t wild =
-      BlockCompareWildcard(word, pattern.view, options, &words, &index);
+      BlockCompareWildcard(word, pattern.view, options, &words, &index, work);
   CheckResult(wild, options);
-  if (wild)
-    Check(MayMatch(WordStarts(word), PatternStarts(pattern.view), options));
+  if (wild) Check(may);
+  // A comparison is short, and there is at most one for each byte.
+  Check(INT32_MAX - work <= int64_t{word.length + pattern.view.length + 1} *
+                                (pattern.view.length * 2 + 260));
   int verdict = -1;
-  const int special = MatchSpecial(word, pattern.view, words.get(1), verdict);
+  const int special =
+      TQMDICO::MatchSpecial(word, pattern.view, words.get(1), verdict);
   Check(special == (verdict >= 0));
   GetWordKey(word);
   return 0;

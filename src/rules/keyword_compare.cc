@@ -3,11 +3,11 @@
 // fixed order, and each kind is paid for once out of a budget of two. The order
 // and the options that each trick switches off keep tricks from adding up to
 // words that nobody meant. Every step takes a byte of the word or the pattern,
-// so a comparison is linear in both.
+// and no comparison walks far past the pattern's length: see kMaxExtra.
 //
-// Entry points: BlockCompareKeyword and BlockCompareWildcard, with MatchSpecial
-// for the patterns that are no text. Tested by keyword_compare_test.cc; fuzzed
-// by keyword_compare_fuzz.cc.
+// Entry points: BlockCompareKeyword and BlockCompareWildcard; the shapes below
+// are a cheap test ahead of them. Tested by keyword_compare_test.cc; fuzzed by
+// keyword_compare_fuzz.cc.
 
 #include "rules/keyword_compare.h"
 
@@ -56,11 +56,13 @@ namespace {
 const int32_t kMaxTricks = 2;
 // The odd letter out is looked for in words of at least this many bytes.
 const uint32_t kMinOddWord = 6;
-// A pattern that slides over a word sees at most this many bytes of it from
-// each place; bounds what a word of 200 KB costs.
-const uint32_t kSlideFactor = 8;
-const uint32_t kSlideExtra = 32;
-const uint32_t kMaxSlideWindow = 512;
+// Bytes of a word that one comparison takes beyond those of the pattern:
+// filler, doubled letters, digits of a number. A word with more of them reads
+// as none, and a long one costs no more than that.
+const uint32_t kMaxExtra = 256;
+// "*x" looks for x as far from the word's end, which a tail behind a dash may
+// hold, and its own length.
+const uint32_t kTailBytes = 512;
 
 unsigned char Fold(unsigned char c) {
   return TBLOCK::LowerConvTable[c];
@@ -80,6 +82,12 @@ bool IsFiller(unsigned char c) {
   return c == 0xAF || TBLOCK::Is(c, bitUseless);
 }
 
+// Filler in front of a match is no part of it: a pattern that slides over a
+// word doesn't begin there, so such filler doesn't count as moBroken either.
+bool IsPlaceToStart(unsigned char c) {
+  return !IsFiller(c) && !TBLOCK::Is(c, bitNonBreaking);
+}
+
 // Whether byte i is made literal by a backslash.
 bool IsEscaped(TBLOCK pattern, uint32_t i) {
   uint32_t n = 0;
@@ -90,6 +98,12 @@ bool IsEscaped(TBLOCK pattern, uint32_t i) {
 bool EndsIn(TBLOCK pattern, unsigned char c) {
   return !pattern.empty() && pattern[pattern.length - 1] == c &&
          !IsEscaped(pattern, pattern.length - 1);
+}
+
+// Takes the marks of a plural off the pattern's end.
+void TakePluralMarks(TBLOCK& pattern, uint32_t& options) {
+  for (; EndsIn(pattern, '&'); pattern.cut(pattern.length - 1))
+    options |= moPlural;
 }
 
 // Place of the pattern byte at i: behind a backslash, if that stands there.
@@ -112,16 +126,14 @@ class Comparison {
         word(wordText),
         pattern(patternText),
         options(allowed),
-        prefixOnly(prefix),
-        allTips((allowed & moTips) == moTips) {}
+        prefixOnly(prefix) {}
 
   // Walks until one side is used up; false when they can't match.
   bool walk();
   // The verdict, for a pattern that is used up.
   uint32_t finish();
   TBLOCK restOfPattern() const { return pattern.from(p); }
-  bool wordUsedUp() const { return w >= word.length; }
-  bool tookPattern() const { return p > 0; }
+  uint32_t bytesWalked() const { return w; }
 
   uint32_t bits;  // tricks so far
 
@@ -133,9 +145,10 @@ class Comparison {
   void accept(uint32_t wordBytes);
   void takePattern();
   void spend(uint32_t trick, uint32_t switchedOff);
+  void skipWordByte(uint32_t trick);
   void skipUseless();
   bool isOddLetterOut();
-  uint32_t usefulLeft();
+  bool hasFewUseful();
   void takePlural();
 
   uint32_t wordLeft() const { return word.length - w; }
@@ -144,20 +157,20 @@ class Comparison {
 
   const TBLOCK word, pattern;
   uint32_t options;  // those still on
-  const bool prefixOnly, allTips;
+  const bool prefixOnly;
   uint32_t w = 0, p = 0;
+  uint32_t extra = 0;      // bytes taken beyond the pattern's
   int64_t plainLeft = -1;  // patternLeft, once it was asked for
   int32_t tricks = 0;
   int32_t previous = -1;  // the word byte accepted last
   int32_t oddKnown = -1;  // isOddLetterOut, when it has been found out
-  // Useful bytes from countedFrom on; -1 before the first count.
-  int64_t useful = -1;
-  uint32_t countedFrom = 0;
+  // Useful bytes from countedFrom up to countedTo.
+  uint32_t useful = 0, countedFrom = 0, countedTo = 0;
 };
 
 bool Comparison::walk() {
   while (p < pattern.length && w < word.length) {
-    if (!step() || tricks > kMaxTricks) return false;
+    if (!step() || tricks > kMaxTricks || extra > kMaxExtra) return false;
   }
   return true;
 }
@@ -175,13 +188,8 @@ bool Comparison::step() {
     return true;
   }
   if (want == '#' && !literal) return readNumber();
-  if (TBLOCK::Is(c, bitNonBreaking)) {
-    w++;
-    return true;
-  }
-  if (IsFiller(c)) {
-    bits |= moBroken;
-    w++;
+  if (!IsPlaceToStart(c)) {
+    skipWordByte(TBLOCK::Is(c, bitNonBreaking) ? 0 : uint32_t{moBroken});
     return true;
   }
   if (!TBLOCK::Is(want, bitLetter) || !on(moTips)) return false;
@@ -208,6 +216,13 @@ uint32_t Comparison::patternLeft() {
   return static_cast<uint32_t>(plainLeft);
 }
 
+// Passes a byte of the word over, free of charge.
+void Comparison::skipWordByte(uint32_t trick) {
+  bits |= trick;
+  extra++;
+  w++;
+}
+
 // A kind of trick is paid for when it is first used.
 void Comparison::spend(uint32_t trick, uint32_t switchedOff) {
   if (!(bits & trick)) tricks++;
@@ -222,12 +237,13 @@ bool Comparison::readNumber() {
   if (TBLOCK::Is(word[i], bitSign)) i++;
   if (i >= word.length) return false;
   if (word[i] != 'O' && !TBLOCK::Is(word[i], bitDigit)) return false;
-  for (; i < word.length; i++) {
+  for (; i < word.length && i - w <= kMaxExtra; i++) {
     if (word[i] == 'O')
       spend(moNear, 0);
     else if (!TBLOCK::Is(word[i], bitDigit | bitNumSep))
       break;
   }
+  extra += i - w;
   accept(i - w);
   return true;
 }
@@ -243,10 +259,8 @@ bool Comparison::tryTricks(unsigned char want, int32_t next) {
     takePattern();
     return true;
   }
-  if (c == '|' && wordLeft() > patternLeft() && !prefixOnly &&
-      usefulLeft() < patternLeft()) {
-    bits |= moBroken;
-    w++;
+  if (c == '|' && wordLeft() > patternLeft() && !prefixOnly && hasFewUseful()) {
+    skipWordByte(moBroken);
     return true;
   }
   if (on(moNear) && IsNear(want, c)) {
@@ -263,7 +277,7 @@ bool Comparison::trySkips(unsigned char want, int32_t next) {
   if (on(moDouble) && previous >= 0 &&
       Fold(c) == Fold(static_cast<unsigned char>(previous))) {
     spend(moDouble, moMissing | moUseless);
-    w++;
+    skipWordByte(0);
     return true;
   }
   if (on(moUseless) && wordLeft() >= 2 && wordLeft() > patternLeft() &&
@@ -272,8 +286,7 @@ bool Comparison::trySkips(unsigned char want, int32_t next) {
     return true;
   }
   if (TBLOCK::Is(c, bitLower) && isOddLetterOut()) {
-    bits |= moUseless;  // on purpose free of charge
-    w++;
+    skipWordByte(moUseless);
     return true;
   }
   if (on(moUseless) && !(bits & moUseless) && previous >= 0 &&
@@ -298,10 +311,9 @@ void Comparison::skipUseless() {
   w++;
 }
 
-// Whether the word is all capitals but one letter. Asked only under the whole
-// set of tricks.
+// Whether the word is all capitals but one letter.
 bool Comparison::isOddLetterOut() {
-  if (!allTips || word.length < kMinOddWord) return false;
+  if (word.length < kMinOddWord || word.length > kMaxExtra) return false;
   if (oddKnown < 0) {
     int32_t others = 0;
     for (uint32_t i = 0; i < word.length && others < 2; i++)
@@ -311,20 +323,21 @@ bool Comparison::isOddLetterOut() {
   return oddKnown != 0;
 }
 
-// Bytes from here on that are no filler, less the ending of a plural. A bar
-// counts as one. Kept between calls, so that a word of bars stays linear.
-uint32_t Comparison::usefulLeft() {
-  if (useful < 0) {
-    useful = 0;
-    countedFrom = w;
-    for (uint32_t i = w; i < word.length; i++)
-      useful += !IsFiller(word[i]) && !TBLOCK::Is(word[i], bitNonBreaking);
-  }
-  for (; countedFrom < w; countedFrom++)
-    useful -= !IsFiller(word[countedFrom]) &&
-              !TBLOCK::Is(word[countedFrom], bitNonBreaking);
+// Whether fewer bytes are left that are no filler, the ending of a plural
+// aside, than the pattern has. A bar counts as one. What was counted is kept
+// for the next bar, so that a word of bars stays linear; filler is not followed
+// further than a comparison may go.
+bool Comparison::hasFewUseful() {
   const bool plural = on(moPlural) && Fold(word[word.length - 1]) == 's';
-  return static_cast<uint32_t>(useful) - (plural && useful > 0 ? 1 : 0);
+  const uint32_t need = patternLeft() + plural;
+  if (countedTo < w) countedFrom = countedTo = w, useful = 0;
+  for (; countedFrom < w; countedFrom++)
+    useful -= IsPlaceToStart(word[countedFrom]);
+  for (; useful < need && countedTo < word.length &&
+         countedTo - w <= need + kMaxExtra;
+       countedTo++)
+    useful += IsPlaceToStart(word[countedTo]);
+  return useful < need;
 }
 
 // The ending of a plural: s, S or $, with or without an apostrophe.
@@ -341,13 +354,13 @@ void Comparison::takePlural() {
 uint32_t Comparison::finish() {
   if (on(moPlural)) takePlural();
   const uint32_t found = bits | moFound;
-  if (prefixOnly || wordUsedUp()) return found;
+  if (prefixOnly || w >= word.length) return found;
   const unsigned char c = word[w];
   if (c == '-' || c == '_' || c == '\'') return found;
   const bool last = wordLeft() == 1;
   if (last && (c == '|' || IsFiller(c) || TBLOCK::Is(c, bitNonBreaking)))
     return found;
-  if (on(moDouble) && previous >= 0) {
+  if (on(moDouble) && previous >= 0 && wordLeft() <= kMaxExtra) {
     const unsigned char repeated = Fold(static_cast<unsigned char>(previous));
     uint32_t i = w;
     while (i < word.length && Fold(word[i]) == repeated) i++;
@@ -361,71 +374,179 @@ uint32_t Comparison::finish() {
 
 }  // namespace
 
+namespace {
+
+uint32_t Compare(TBLOCK word, TBLOCK pattern, uint32_t options, bool prefixOnly,
+                 const TBLOCKVECT* blocks, int32_t* blockIndex, int64_t& work) {
+  TakePluralMarks(pattern, options);
+  const bool split = (options & moSplit) && blocks && blockIndex;
+  // Each byte of the pattern takes one of the word, but for backslashes and one
+  // letter that is missing.
+  if (!split && pattern.length / 2 > word.length + 1) return 0;
+  int32_t index = split ? *blockIndex : 0;
+  for (uint32_t hops = pattern.length; !word.empty() && !pattern.empty();
+       hops--) {
+    Comparison comparison(word, pattern, options, prefixOnly);
+    const bool walked = comparison.walk();
+    work -= int64_t{comparison.bytesWalked()} + 1;
+    if (!walked) return 0;
+    pattern = comparison.restOfPattern();
+    if (pattern.empty()) {
+      const uint32_t result = comparison.finish();
+      if (result && split) *blockIndex = index;
+      return result;
+    }
+    // The word ended first. A block may be filler alone and take nothing of
+    // the pattern; no word is spread over more blocks than it has bytes.
+    if (!split || hops == 0) return 0;
+    word = blocks->get(++index);
+  }
+  return 0;
+}
+
+}  // namespace
+
 uint32_t BlockCompareKeyword(TBLOCK word, TBLOCK pattern, uint32_t options,
                              int prefixOnly, const TBLOCKVECT* blocks,
                              int32_t* blockIndex) {
-  for (; EndsIn(pattern, '&'); pattern.cut(pattern.length - 1))
-    options |= moPlural;
-  int32_t index = blockIndex ? *blockIndex : 0;
-  while (!word.empty() && !pattern.empty()) {
-    Comparison comparison(word, pattern, options, prefixOnly != 0);
-    if (!comparison.walk()) return 0;
-    const TBLOCK rest = comparison.restOfPattern();
-    if (rest.empty()) {
-      const uint32_t result = comparison.finish();
-      if (result && blockIndex) *blockIndex = index;
-      return result;
-    }
-    // The word ended first. Each further block takes a byte of the pattern at
-    // least, which ends this loop.
-    if (!(options & moSplit) || !blocks || !blockIndex) return 0;
-    if (!comparison.tookPattern()) return 0;
-    word = blocks->get(++index);
-    pattern = rest;
-  }
-  return 0;
+  int64_t work = 0;
+  return Compare(word, pattern, options, prefixOnly != 0, blocks, blockIndex,
+                 work);
 }
 
 namespace {
 
-uint32_t SlideWindow(uint32_t patternLength) {
-  if (patternLength > kMaxSlideWindow) return kMaxSlideWindow;
-  const uint32_t window = patternLength * kSlideFactor + kSlideExtra;
-  return window < kMaxSlideWindow ? window : kMaxSlideWindow;
+// The places of a word at which a pattern that slides over it may begin. Which
+// of them match is left to the comparison; those that can't are few.
+class SLIDE {
+ public:
+  // REQUIRES: a pattern that is not empty, without the marks of a plural.
+  SLIDE(TBLOCK slidOver, TBLOCK patternText, uint32_t allowed);
+  // Moves `i` on to the next place, at or behind it; false when none is left.
+  bool find(uint32_t& i);
+
+ private:
+  bool mayBegin(uint32_t i) const;
+  bool takes(TBLOCK rest, unsigned char c) const;
+  uint32_t triesInRun(unsigned char c) const;
+  uint32_t skipRun(uint32_t i);
+
+  const TBLOCK word, pattern;
+  const uint32_t options;
+  unsigned char want;  // first byte of the pattern
+  bool literal;        // it stands behind a backslash
+  int32_t next;        // the byte behind it, or -1
+  uint32_t runEnd = 0;
+};
+
+SLIDE::SLIDE(TBLOCK slidOver, TBLOCK patternText, uint32_t allowed)
+    : word(slidOver), pattern(patternText), options(allowed) {
+  const uint32_t at = ByteAt(pattern, 0);
+  want = pattern[at];
+  literal = at != 0;
+  next =
+      at + 1 < pattern.length ? int32_t{pattern[ByteAt(pattern, at + 1)]} : -1;
 }
 
-// Filler in front of a match is no part of it.
-bool IsPlaceToStart(unsigned char c) {
-  return !IsFiller(c) && !TBLOCK::Is(c, bitNonBreaking);
+bool SLIDE::mayBegin(uint32_t i) const {
+  const unsigned char c = word[i];
+  if (Same(c, want) || (want == '~' && !literal)) return true;
+  if (!IsPlaceToStart(c)) return false;
+  if (want == '#' && !literal) return true;
+  if (!TBLOCK::Is(want, bitLetter) || !(options & moTips)) return false;
+  if (c == '|' || Same(c, next) || IsNear(want, c)) return true;
+  if (i + 1 >= word.length) return false;
+  const unsigned char ahead = word[i + 1];
+  return Same(ahead, want) ||
+         (TBLOCK::Is(c, bitLower) && TBLOCK::Is(ahead, bitUpper));
+}
+
+// Whether the first byte of a pattern may take c, or c in the other case.
+bool SLIDE::takes(TBLOCK rest, unsigned char c) const {
+  const uint32_t at = ByteAt(rest, 0);
+  const unsigned char byte = rest[at];
+  if (Same(c, byte) || (at == 0 && byte == '~')) return true;
+  const unsigned char small = Fold(c);
+  return IsNear(byte, c) || IsNear(byte, small) ||
+         IsNear(byte, TBLOCK::UpperConvTable[small]);
+}
+
+// From how many places in a run of c, the last ones, the pattern is tried: as
+// many bytes of it as may stand in the run, one of its letters missing, and one
+// more for a doubled letter. All places ahead lead to the same comparison.
+uint32_t SLIDE::triesInRun(unsigned char c) const {
+  uint32_t tries = 1, missing = 0;
+  for (uint32_t p = 0; p < pattern.length; p = ByteAt(pattern, p) + 1) {
+    const unsigned char byte = pattern[ByteAt(pattern, p)];
+    if (TBLOCK::Is(byte, bitLetter) && !takes(pattern.from(p), c) && missing++)
+      break;
+    tries++;
+  }
+  return tries;
+}
+
+// Where to begin in the run of equal letters at i, filler between them. Runs in
+// which a comparison stops by itself are left alone. Passed over on purpose:
+// the first letter of "a-aab" is no end of a word.
+uint32_t SLIDE::skipRun(uint32_t i) {
+  const unsigned char c = word[i];
+  runEnd = i + 1;
+  if (!(options & moDouble) && IsPlaceToStart(c)) return i;
+  // A look-alike counts byte for byte: its other case may be none.
+  const unsigned char* table =
+      Same(c, want) ? TBLOCK::LowerConvTable : TBLOCK::NoConvTable;
+  uint32_t left = 1;
+  for (; runEnd < word.length; runEnd++) {
+    const unsigned char other = word[runEnd];
+    if (table[other] == table[c])
+      left++;
+    else if (Fold(other) != Fold(c) &&
+             (IsPlaceToStart(other) || mayBegin(runEnd)))
+      break;
+  }
+  for (const uint32_t tries = triesInRun(c); left > tries; left--) {
+    i++;
+    while (table[word[i]] != table[c]) i++;
+  }
+  return i;
+}
+
+bool SLIDE::find(uint32_t& i) {
+  for (; i < word.length; i++) {
+    if (!mayBegin(i)) continue;
+    if (i >= runEnd) i = skipRun(i);
+    return true;
+  }
+  return false;
 }
 
 // The pattern at the word's end: first where it would stand undisguised, then
 // at each place near the end.
-uint32_t CompareTail(TBLOCK word, TBLOCK pattern, uint32_t options) {
+uint32_t CompareTail(TBLOCK word, TBLOCK pattern, uint32_t options,
+                     int64_t& work) {
   const uint32_t plain = PlainLength(pattern);
   if (plain <= word.length) {
-    const TBLOCK tail = word.from(word.length - plain);
-    const uint32_t r =
-        BlockCompareKeyword(tail, pattern, options, 0, nullptr, nullptr);
+    const uint32_t r = Compare(word.from(word.length - plain), pattern, options,
+                               false, nullptr, nullptr, work);
     if (r) return r;
   }
-  const uint32_t window = SlideWindow(plain);
+  const uint32_t window = plain + kTailBytes;
   uint32_t i = word.length > window ? word.length - window : 0;
-  for (; i < word.length; i++) {
-    if (!IsPlaceToStart(word[i])) continue;
-    const uint32_t r = BlockCompareKeyword(word.from(i), pattern, options, 0,
-                                           nullptr, nullptr);
+  SLIDE slide(word, pattern, options);
+  for (; slide.find(i) && work >= 0; i++) {
+    const uint32_t r =
+        Compare(word.from(i), pattern, options, false, nullptr, nullptr, work);
     if (r) return r;
   }
   return 0;
 }
 
-uint32_t CompareInside(TBLOCK word, TBLOCK pattern, uint32_t options) {
-  const uint32_t window = SlideWindow(PlainLength(pattern));
-  for (uint32_t i = 0; i < word.length; i++) {
-    if (!IsPlaceToStart(word[i]) && word[i] != pattern[0]) continue;
-    const uint32_t r = BlockCompareKeyword(word.from(i).head(window), pattern,
-                                           options, 1, nullptr, nullptr);
+uint32_t CompareInside(TBLOCK word, TBLOCK pattern, uint32_t options,
+                       int64_t& work) {
+  SLIDE slide(word, pattern, options);
+  for (uint32_t i = 0; slide.find(i) && work >= 0; i++) {
+    const uint32_t r =
+        Compare(word.from(i), pattern, options, true, nullptr, nullptr, work);
     if (r) return r;
   }
   return 0;
@@ -438,97 +559,39 @@ int32_t FindStar(TBLOCK pattern) {
   return -1;
 }
 
+// "x*y". Side by side, as the word must be long enough for both; in string
+// lines the two may overlap (MatchWildcard).
+uint32_t CompareEnds(TBLOCK word, TBLOCK head, TBLOCK tail, uint32_t options,
+                     int64_t& work) {
+  if (word.length < PlainLength(head) + PlainLength(tail)) return 0;
+  const uint32_t r = Compare(word, head, options, true, nullptr, nullptr, work);
+  const uint32_t s = r ? CompareTail(word, tail, options, work) : 0;
+  return s ? r | s : 0;
+}
+
 }  // namespace
 
 uint32_t BlockCompareWildcard(TBLOCK word, TBLOCK pattern, uint32_t options,
-                              const TBLOCKVECT* blocks, int32_t* blockIndex) {
+                              const TBLOCKVECT* blocks, int32_t* blockIndex,
+                              int64_t& work) {
   if (word.empty() || pattern.empty()) return 0;
+  if (pattern.length > kMaxPatternBytes) return 0;
   const bool front = pattern[0] == '*';
   if (front) pattern.skip(1);
   const bool back = EndsIn(pattern, '*');
   if (back) pattern.cut(pattern.length - 1);
   if (pattern.empty()) return moFound;
+  TakePluralMarks(pattern, options);
+  if (pattern.empty()) return 0;
   if (front)
-    return back ? CompareInside(word, pattern, options)
-                : CompareTail(word, pattern, options);
+    return back ? CompareInside(word, pattern, options, work)
+                : CompareTail(word, pattern, options, work);
   const int32_t star = back ? -1 : FindStar(pattern);
   if (star < 0)
-    return BlockCompareKeyword(word, pattern, options, back, blocks,
-                               blockIndex);
-  const TBLOCK head = pattern.head(static_cast<uint32_t>(star));
-  const TBLOCK tail = pattern.from(static_cast<uint32_t>(star) + 1);
-  if (word.length < PlainLength(head) + PlainLength(tail)) return 0;
-  const uint32_t r =
-      BlockCompareKeyword(word, head, options, 1, nullptr, nullptr);
-  const uint32_t s = r ? CompareTail(word, tail, options) : 0;
-  return s ? r | s : 0;
-}
-
-namespace {
-
-// Where the quoted span that begins at i ends, or i when it never ends.
-uint32_t EndOfQuote(TBLOCK text, uint32_t i) {
-  const int32_t close = text.findByte(text[i], i + 1);
-  return close < 0 ? i : static_cast<uint32_t>(close);
-}
-
-// local@host.tld; quoted spans of the local part may hold any byte. A quote
-// that is not closed is an ordinary byte.
-bool IsAddress(TBLOCK word) {
-  uint32_t i = 0;
-  bool closed[2] = {true, true};
-  for (; i < word.length && word[i] != '@'; i++) {
-    const unsigned char c = word[i];
-    if (c == '\'' || c == '"') {
-      bool& maybe = closed[c == '"'];
-      const uint32_t end = maybe ? EndOfQuote(word, i) : i;
-      if (end == i) maybe = false;
-      i = end;
-    } else if (!TBLOCK::Is(c, bitEmail)) {
-      return false;
-    }
-  }
-  if (i == 0 || i >= word.length) return false;
-  const TBLOCK domain = word.from(i + 1);
-  if (domain.findByte('.') < 0) return false;
-  for (i = 0; i < domain.length; i++)
-    if (!TBLOCK::Is(domain[i], bitDomain)) return false;
-  return true;
-}
-
-bool CutsName(unsigned char c) {
-  return c == '.' || c == '_' || c == '-' || TBLOCK::Is(c, bitDigit);
-}
-
-}  // namespace
-
-int MatchSpecial(TBLOCK word, TBLOCK pattern, TBLOCK context, int& verdict) {
-  if (pattern.empty() || pattern.length > 2) return 0;
-  const bool two = pattern.length == 2;
-  if (pattern[0] == '?' && !two)
-    verdict = MatchName(word, context);
-  else if (pattern[0] == '@' && !two)
-    verdict = !word.empty() && word.equals(context);
-  else if (pattern[0] == '@' && pattern[1] == '@')
-    verdict = IsAddress(word);
-  else
-    return 0;
-  return 1;
-}
-
-int MatchName(TBLOCK word, TBLOCK address) {
-  if (word.empty() || word.length < 3) return 0;
-  const int32_t at = address.findByte('@');
-  if (at >= 0) address.cut(static_cast<uint32_t>(at));
-  if (address.empty()) return 0;
-  if (word.equals(address)) return 1;
-  for (uint32_t i = 0; i < address.length; i++) {
-    uint32_t n = 0;
-    while (i + n < address.length && !CutsName(address[i + n])) n++;
-    if (n && word.equals(address.from(i).head(n))) return 1;
-    i += n;
-  }
-  return 0;
+    return Compare(word, pattern, options, back, blocks, blockIndex, work);
+  const uint32_t at = static_cast<uint32_t>(star);
+  return CompareEnds(word, pattern.head(at), pattern.from(at + 1), options,
+                     work);
 }
 
 unsigned char GetWordKey(TBLOCK word) {
@@ -546,37 +609,121 @@ uint32_t LetterBit(unsigned char c) {
   return c >= 'a' && c <= 'z' ? 1u << (c - 'a') : 0;
 }
 
+// Letters that the comparison may take each byte for, a in bit 0: the one that
+// it folds to, and those whose look-alike it is.
+const uint32_t LetterTable[256] = {
+    // clang-format off
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000900, 0x0000000, 0x0000000,
+    0x0040000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0004000, 0x0080900, 0x0000000, 0x0000010, 0x0000001, 0x0040000,
+    0x0000042, 0x0000000, 0x0000000, 0x0000040, 0x0000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000001, 0x0000001,
+    0x0000002, 0x0000004, 0x0000008, 0x0000010, 0x0000020, 0x0000040,
+    0x0000080, 0x0000900, 0x0000200, 0x0000400, 0x0000800, 0x0001000,
+    0x0002000, 0x0004000, 0x0008000, 0x0010000, 0x0020000, 0x0040000,
+    0x0080000, 0x0100000, 0x0200000, 0x0400000, 0x0800000, 0x1000000,
+    0x2000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0000000, 0x0000001, 0x0000002, 0x0000004, 0x0000008, 0x0000010,
+    0x0000020, 0x0000040, 0x0000080, 0x0000100, 0x0000300, 0x0000400,
+    0x0000900, 0x0001000, 0x0002000, 0x0004000, 0x0008000, 0x0014000,
+    0x0020000, 0x0040000, 0x0080100, 0x0100000, 0x0200000, 0x0400000,
+    0x0800000, 0x1000000, 0x2000000, 0x0000000, 0x0000900, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0040000, 0x0000000, 0x0000000, 0x0000000, 0x2000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0040000, 0x0000000,
+    0x0000000, 0x0000000, 0x2000000, 0x1000000, 0x0000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000, 0x0000000,
+    0x0000001, 0x0000001, 0x0000001, 0x0000001, 0x0000001, 0x0000001,
+    0x0000010, 0x0000014, 0x0000010, 0x0000010, 0x0000010, 0x0000010,
+    0x0000100, 0x0000100, 0x0000100, 0x0000100, 0x0000008, 0x0002000,
+    0x0004000, 0x0004000, 0x0004000, 0x0004000, 0x0004000, 0x0800000,
+    0x0000000, 0x0100000, 0x0100000, 0x0100000, 0x0100000, 0x1000000,
+    0x0000000, 0x0000000, 0x0000001, 0x0000001, 0x0000001, 0x0000001,
+    0x0000001, 0x0000001, 0x0000011, 0x0000004, 0x0000010, 0x0000010,
+    0x0000010, 0x0000010, 0x0000100, 0x0000100, 0x0000100, 0x0000100,
+    0x0004000, 0x0002000, 0x0004000, 0x0004000, 0x0004000, 0x0004000,
+    0x0004000, 0x0000000, 0x0000000, 0x0100000, 0x0100000, 0x0100000,
+    0x0100000, 0x1000000, 0x0000000, 0x1000000,
+    // clang-format on
+};
+
 }  // namespace
 
 // Follows what step() may do at the pattern's first byte.
-TWORDSTARTS WordStarts(TBLOCK word) {
-  TWORDSTARTS starts = {kWordBit, 0};
+TWORDSHAPE WordShape(TBLOCK word) {
+  TWORDSHAPE shape = {kWordBit, 0, 0};
+  for (uint32_t i = 0; i < word.length; i++)
+    shape.letters |= LetterTable[word[i]];
   uint32_t i = 0;
-  for (; i < word.length; i++) {
-    starts.first |= LetterBit(Fold(word[i]));
-    if (IsPlaceToStart(word[i])) break;
+  for (; i < word.length && !IsPlaceToStart(word[i]); i++)
+    shape.first |= LetterTable[word[i]];
+  if (i >= word.length) {
+    // Filler alone may stand in front of a word that is spread over blocks.
+    shape.first = kAnyStart;
+    return shape;
   }
-  if (i >= word.length) return starts;
   const unsigned char c = word[i];
-  for (unsigned char letter = 'a'; letter <= 'z'; letter++)
-    if (IsNear(letter, c)) starts.first |= LetterBit(letter);
   const unsigned char ahead = i + 1 < word.length ? word[i + 1] : 0;
-  starts.ahead = LetterBit(Fold(ahead));
+  shape.first |= LetterTable[c];
+  shape.ahead = LetterBit(Fold(ahead));
   // A bar may be filler, and a small letter the odd one among capitals.
   if (c == '|' || (TBLOCK::Is(c, bitLower) && TBLOCK::Is(ahead, bitUpper)))
-    starts.first = kAnyStart;
-  return starts;
+    shape.first = kAnyStart;
+  return shape;
 }
 
-TPATTERNSTARTS PatternStarts(TBLOCK pattern) {
-  const TPATTERNSTARTS any = {kAnyStart, kAnyStart};
-  if (pattern.empty()) return any;
-  uint32_t at = ByteAt(pattern, 0);
-  TPATTERNSTARTS starts = {LetterBit(pattern[at]), 0};
-  if (!starts.first) return any;
-  if (++at < pattern.length) {
-    starts.second = LetterBit(pattern[ByteAt(pattern, at)]);
-    if (!starts.second) starts.second = kAnyStart;
+TPATTERNSHAPE AnyShape() {
+  return {kAnyStart, kAnyStart, 0, 0};
+}
+
+namespace {
+
+// The letters of a pattern without stars. One that stands there twice can't be
+// missing, and neither can the last.
+void CollectLetters(TBLOCK pattern, TPATTERNSHAPE& shape) {
+  uint32_t options = 0;
+  TakePluralMarks(pattern, options);
+  uint32_t last = 0;
+  for (uint32_t i = 0; i < pattern.length && i < kMaxShapeBytes; i++) {
+    i = ByteAt(pattern, i);
+    last = LetterBit(pattern[i]);
+    shape.strict |= shape.letters & last;
+    shape.letters |= last;
   }
-  return starts;
+  if (pattern.length <= kMaxShapeBytes) shape.strict |= last;
+}
+
+}  // namespace
+
+TPATTERNSHAPE PatternShape(TBLOCK pattern) {
+  TPATTERNSHAPE shape = AnyShape();
+  if (pattern.empty()) return shape;
+  const bool front = pattern[0] == '*';
+  if (front) pattern.skip(1);
+  // What stands behind a star may lack a letter of its own.
+  const int32_t star = FindStar(pattern);
+  if (star >= 0) pattern.cut(static_cast<uint32_t>(star));
+  CollectLetters(pattern, shape);
+  if (front || pattern.empty()) return shape;
+  const uint32_t at = ByteAt(pattern, 0);
+  const uint32_t first = LetterBit(pattern[at]);
+  if (!first) return shape;
+  shape.first = first;
+  shape.second = 0;
+  if (at + 1 >= pattern.length) return shape;
+  shape.second = LetterBit(pattern[ByteAt(pattern, at + 1)]);
+  if (!shape.second) shape.second = kAnyStart;
+  return shape;
 }

@@ -19,41 +19,51 @@ uint32_t BlockCompareKeyword(TBLOCK word, TBLOCK pattern, uint32_t options,
                              int prefixOnly, const TBLOCKVECT* blocks,
                              int32_t* blockIndex);
 
-// Pattern words of at most two bytes with a meaning of their own: "@", "@@"
-// and "?". 1 when it was one of them, with the verdict; else 0. `context` is
-// the recipient's address.
-int MatchSpecial(TBLOCK word, TBLOCK pattern, TBLOCK context, int& verdict);
-// Whether the word, of 3 bytes or more, is the local part of the address or a
-// piece of it.
-int MatchName(TBLOCK word, TBLOCK address);
-
 // The same for a pattern word with stars, the way lines are matched:
 //   "*x"  the word ends in x        "x*"   it begins with x
 //   "*x*" it holds x                "x*y"  both ends, side by side
 //   "*"   any word
-// A star behind a backslash is a byte like any other.
+// A star behind a backslash is a byte like any other. `work` goes down by the
+// bytes that were walked; below 0 no further place of the word is tried.
 uint32_t BlockCompareWildcard(TBLOCK word, TBLOCK pattern, uint32_t options,
-                              const TBLOCKVECT* blocks, int32_t* blockIndex);
+                              const TBLOCKVECT* blocks, int32_t* blockIndex,
+                              int64_t& work);
+// A pattern word with more bytes matches nothing.
+const uint32_t kMaxPatternBytes = 4096;
 
 // The class of a pattern line's first byte, and of a word's: capital, plain
 // letter; digits are "#". 0 for a word of signs alone.
 extern const unsigned char KeyTable[256];
 unsigned char GetWordKey(TBLOCK word);
 
-// A cheap test ahead of the comparison: sets of letters, a bit for each from a
-// to z and one of all words. Sets of patterns may be joined by |.
-struct TWORDSTARTS {
-  uint32_t first;  // what the first byte may stand for
-  uint32_t ahead;  // the byte behind it
+// A cheap test ahead of BlockCompareWildcard: sets of letters, a bit for each
+// from a to z; all bits stand for any byte.
+struct TWORDSHAPE {
+  uint32_t first;    // what the first byte may stand for
+  uint32_t ahead;    // the byte behind it
+  uint32_t letters;  // all bytes
 };
-struct TPATTERNSTARTS {
-  uint32_t first, second;
+struct TPATTERNSHAPE {
+  uint32_t first, second;  // with which it may begin
+  uint32_t letters;        // that it needs; a word may lack one under moMissing
+  uint32_t strict;         // those of them that can't be the missing one
 };
-TWORDSTARTS WordStarts(TBLOCK word);
-TPATTERNSTARTS PatternStarts(TBLOCK pattern);
+TWORDSHAPE WordShape(TBLOCK word);
+TPATTERNSHAPE PatternShape(TBLOCK pattern);
+const uint32_t kAllLetters = (1u << 26) - 1;
+// Of a pattern that nothing is known of.
+TPATTERNSHAPE AnyShape();
+// Bytes of a pattern that its shape tells of.
+const uint32_t kMaxShapeBytes = 64;
+
 // False when the word can't match under these options.
-inline bool MayMatch(const TWORDSTARTS& word, const TPATTERNSTARTS& pattern,
+inline bool MayMatch(const TWORDSHAPE& word, const TPATTERNSHAPE& pattern,
                      uint32_t options) {
+  const uint32_t lacks =
+      options & moSplit ? 0 : pattern.letters & ~word.letters;
+  if (options & moMissing ? (lacks & (lacks - 1)) | (lacks & pattern.strict)
+                          : lacks)
+    return false;
   return (word.first & pattern.first) ||
          ((options & moUseless) && (word.ahead & pattern.first)) ||
          ((options & (moPermut | moMissing)) && (word.first & pattern.second));

@@ -4,8 +4,11 @@
 // for from there to the end of the text, so a try that fails nearly always
 // settles the line for all later words; TLINETRY tells from which word on
 // another try could end differently. What a try has seen of each group is kept
-// for the next one. That, and the letters that a word may start with, keep the
-// search near-linear: see TryLine and FindGroup.
+// for the next one: see TryLine and FindGroup.
+//
+// The words are held as sets of bits, one for each letter that they begin with
+// or hold, so that a group is looked for at 64 of them at a time, and only
+// words that have its letters are compared with it.
 //
 // Entry points: findKeywords and the members of TQMDICO below it. Tested by
 // keyword_search_test.cc, measured by bench/keyword_bench.cc.
@@ -16,17 +19,22 @@
 
 #include "base/score.h"
 #include "rules/keyword_compare.h"
+#include "rules/pattern_index.h"
 #include "rules/qm_dico.h"
 
 namespace {
 
 // A line counts at most this often in one message.
 const uint16_t kMaxLineMatches = 3;
-// Words that the joiner ">" looks at.
+// Words that the joiner ">" looks at: a phrase begins at one of them and may
+// end behind the last.
 const int32_t kNearWords = 20;
-// A line that fails over and over in a long text is given up once its windows
-// held this many times the words of the text.
+// A line that fails over and over in a long text is given up once it has been
+// compared with this many times the words of the text and their bytes.
 const int64_t kMaxLinePasses = 64;
+// A line of more alternatives than this may cost as much again for each so many
+// of them, so that no text can wear out a long list.
+const uint32_t kAlternativesOfPass = 8;
 // Alternatives of one group, and words of a phrase, that are looked at; a
 // damaged image may claim any number.
 const uint32_t kMaxAlternatives = 4096;
@@ -54,61 +62,176 @@ struct TGROUPMEMO {
 };
 const uint32_t kMemoGroups = 8;
 
+// The sets of words, by the three masks of a word's shape, a to z in each.
+const uint32_t kFirstSets = 0, kAheadSets = 26, kLetterSets = 52;
+const uint32_t kWordSets = 78;
+const int32_t kWordsInPart = 64;  // of a set
+
+uint32_t LowestBit(uint32_t bits) {
+  return static_cast<uint32_t>(__builtin_ctz(bits));
+}
+
+TGROUPMEMO NothingSeen(int32_t from) {
+  return {from, from, {0, 0, 0}};
+}
+
 }  // namespace
 
 // One search: the words and what is known of them.
 struct TKEYWORDSEARCH {
+  const KWIMAGE& image;
   const TBLOCKVECT& words;
   TBLOCK context;  // the recipient's address
   int onlyWithTips;
-  TWORDSTARTS* starts;      // owned; of each word, or null
+  const TPATTERNSHAPE* phraseShapes;  // of each OR record; or null
+  TWORDSHAPE* shapes;                 // owned; of each word; or null
+  uint64_t* sets;           // owned; kWordSets of `parts` each; or null
+  uint32_t parts;           // of one set
   uint32_t* wordsOfKey;     // owned; indexes of words, ascending for each key
   uint32_t keyOffset[257];  // of each key's first in wordsOfKey
-  int64_t work;             // words that the present line may still look at
+  int64_t lineWork;         // what a line of few words may cost
+  int64_t work;             // what the present line has left of it
   TGROUPMEMO memo[kMemoGroups];  // of the present line
   int64_t sum;
   int32_t hits;
 
-  TKEYWORDSEARCH(const TBLOCKVECT& list, TBLOCK recipient, int tipsOnly);
+  TKEYWORDSEARCH(const KWIMAGE& data, const TBLOCKVECT& list, TBLOCK recipient,
+                 int tipsOnly);
   ~TKEYWORDSEARCH();
   TKEYWORDSEARCH(const TKEYWORDSEARCH&) = delete;
   TKEYWORDSEARCH& operator=(const TKEYWORDSEARCH&) = delete;
 
   // False when memory is short.
-  bool indexStarts();
+  bool indexShapes(const HSTUFF* stuff);
   bool indexKeys(int32_t wordCount);
-  void startLine();
+  void startLine(const TQKLINE* line);
+  // The words of a part at which a group may begin, the first in bit 0; all of
+  // them when no shapes are known.
+  uint64_t candidates(const TQKAND* group, uint32_t options, uint32_t part);
+  // Whether a phrase may begin at that word.
+  bool mayBegin(uint32_t phrase, uint32_t options, int32_t word) const;
+
+ private:
+  uint64_t candidatesOf(const TPATTERNSHAPE& shape, uint32_t options,
+                        uint32_t part) const;
+  void addToSets(uint32_t firstSet, uint32_t letters, uint32_t word);
 };
 
-TKEYWORDSEARCH::TKEYWORDSEARCH(const TBLOCKVECT& list, TBLOCK recipient,
-                               int tipsOnly)
-    : words(list),
+TKEYWORDSEARCH::TKEYWORDSEARCH(const KWIMAGE& data, const TBLOCKVECT& list,
+                               TBLOCK recipient, int tipsOnly)
+    : image(data),
+      words(list),
       context(recipient),
       onlyWithTips(tipsOnly),
-      starts(nullptr),
+      phraseShapes(nullptr),
+      shapes(nullptr),
+      sets(nullptr),
+      parts(0),
       wordsOfKey(nullptr),
       keyOffset(),
+      lineWork(0),
       work(0),
       memo(),
       sum(0),
-      hits(0) {}
+      hits(0) {
+  const int32_t n = words.count();
+  for (int32_t i = 0; i < n; i++) lineWork += int64_t{words.get(i).length} + 1;
+  lineWork = kMaxLinePasses * (lineWork + 1024);
+}
 
 TKEYWORDSEARCH::~TKEYWORDSEARCH() {
-  delete[] starts;
+  delete[] shapes;
+  delete[] sets;
   delete[] wordsOfKey;
 }
 
-void TKEYWORDSEARCH::startLine() {
-  work = kMaxLinePasses * (int64_t{words.count()} + 32);
-  for (TGROUPMEMO& group : memo) group = TGROUPMEMO();
+void TKEYWORDSEARCH::startLine(const TQKLINE* line) {
+  uint32_t alternatives = 0;
+  for (uint32_t g = 0; g < line->length && g < kMemoGroups; g++) {
+    memo[g] = NothingSeen(0);
+    const TQKAND* group = image.andRecord(line->text + g);
+    if (!group) break;
+    alternatives +=
+        group->count < kMaxAlternatives ? group->count : kMaxAlternatives;
+  }
+  work = lineWork * (1 + alternatives / kAlternativesOfPass);
 }
 
-bool TKEYWORDSEARCH::indexStarts() {
-  const int32_t n = words.count();
-  starts = new (std::nothrow) TWORDSTARTS[static_cast<uint32_t>(n)];
-  if (!starts) return false;
-  for (int32_t i = 0; i < n; i++) starts[i] = WordStarts(words.get(i));
+void TKEYWORDSEARCH::addToSets(uint32_t firstSet, uint32_t letters,
+                               uint32_t word) {
+  const uint64_t bit = uint64_t{1} << (word % kWordsInPart);
+  uint64_t* part = sets + size_t{firstSet} * parts + word / kWordsInPart;
+  for (uint32_t left = letters & kAllLetters; left; left &= left - 1)
+    part[size_t{LowestBit(left)} * parts] |= bit;
+}
+
+bool TKEYWORDSEARCH::indexShapes(const HSTUFF* stuff) {
+  const uint32_t n = static_cast<uint32_t>(words.count());
+  parts = (n + kWordsInPart - 1) / kWordsInPart;
+  shapes = new (std::nothrow) TWORDSHAPE[n];
+  sets = new (std::nothrow) uint64_t[size_t{kWordSets} * parts]();
+  if (!shapes || !sets) return false;
+  phraseShapes = stuff ? stuff->patterns.shapes : nullptr;
+  for (uint32_t i = 0; i < n; i++) {
+    const TWORDSHAPE shape = WordShape(words.get(static_cast<int32_t>(i)));
+    shapes[i] = shape;
+    addToSets(kFirstSets, shape.first, i);
+    addToSets(kAheadSets, shape.ahead, i);
+    addToSets(kLetterSets, shape.letters, i);
+  }
   return true;
+}
+
+namespace {
+
+// The union of the sets of some letters, or all words for any byte.
+uint64_t AnyOf(const uint64_t* sets, uint32_t parts, uint32_t letters) {
+  if (letters & ~kAllLetters) return ~uint64_t{0};
+  uint64_t words = 0;
+  for (uint32_t left = letters; left; left &= left - 1)
+    words |= sets[size_t{LowestBit(left)} * parts];
+  return words;
+}
+
+}  // namespace
+
+// MayMatch, for all words of the part at once.
+uint64_t TKEYWORDSEARCH::candidatesOf(const TPATTERNSHAPE& shape,
+                                      uint32_t options, uint32_t part) const {
+  const uint64_t* first = sets + size_t{kFirstSets} * parts + part;
+  const uint64_t* ahead = sets + size_t{kAheadSets} * parts + part;
+  const uint64_t* holds = sets + size_t{kLetterSets} * parts + part;
+  uint64_t lacksOne = 0, lacksMore = 0;  // lacksMore: or one it can't lack
+  uint32_t letters = options & moSplit ? 0 : shape.letters;
+  for (; letters; letters &= letters - 1) {
+    const uint64_t lacks = ~holds[size_t{LowestBit(letters)} * parts];
+    const bool strict = (letters & (0 - letters) & shape.strict) != 0;
+    lacksMore |= strict ? lacks : lacksOne & lacks;
+    lacksOne |= lacks;
+  }
+  const uint64_t may = ~(options & moMissing ? lacksMore : lacksOne);
+  if (!may) return 0;
+  uint64_t begins = AnyOf(first, parts, shape.first);
+  if (options & moUseless) begins |= AnyOf(ahead, parts, shape.first);
+  if (options & (moPermut | moMissing))
+    begins |= AnyOf(first, parts, shape.second);
+  return may & begins;
+}
+
+uint64_t TKEYWORDSEARCH::candidates(const TQKAND* group, uint32_t options,
+                                    uint32_t part) {
+  if (!phraseShapes) return ~uint64_t{0};
+  uint64_t all = 0;
+  for (uint32_t i = 0; i < group->count && i < kMaxAlternatives; i++) {
+    if (!image.orRecord(group->first + i) || --work < 0) break;
+    all |= candidatesOf(phraseShapes[group->first + i], options, part);
+  }
+  return all;
+}
+
+bool TKEYWORDSEARCH::mayBegin(uint32_t phrase, uint32_t options,
+                              int32_t word) const {
+  return !phraseShapes || MayMatch(shapes[word], phraseShapes[phrase], options);
 }
 
 namespace {
@@ -166,23 +289,12 @@ bool TKEYWORDSEARCH::indexKeys(int32_t wordCount) {
 
 namespace {
 
-// A "?" at the end of a longer pattern word makes it optional.
-bool TakeOptional(TBLOCK& pattern) {
-  if (pattern.length < 2 || pattern[pattern.length - 1] != '?') return false;
-  uint32_t slashes = 0;
-  while (slashes + 1 < pattern.length &&
-         pattern[pattern.length - 2 - slashes] == '\\')
-    slashes++;
-  if (slashes & 1) return false;
-  pattern.cut(pattern.length - 1);
-  return true;
-}
-
-TPHRASEMATCH MatchPhrase(const KWIMAGE& image, const TQKOR* phrase,
-                         uint32_t options, const TKEYWORDSEARCH& search,
-                         int32_t start) {
+TPHRASEMATCH MatchPhrase(const TQKOR* phrase, uint32_t options,
+                         TKEYWORDSEARCH& search, int32_t start) {
+  const KWIMAGE& image = search.image;
   TPHRASEMATCH match = {0, 0, 0};
   const TPHRASEMATCH none = match;
+  search.work--;
   if (phrase->count > kMaxPhraseWords) return none;
   int32_t at = start;
   for (uint32_t k = 0; k < phrase->count; k++) {
@@ -194,11 +306,12 @@ TPHRASEMATCH MatchPhrase(const KWIMAGE& image, const TQKOR* phrase,
     if (at < search.words.count()) {
       const TBLOCK word = search.words.get(at);
       int verdict = 0;
-      if (MatchSpecial(word, pattern, search.context, verdict))
+      search.work--;
+      if (TQMDICO::MatchSpecial(word, pattern, search.context, verdict))
         bits = verdict ? uint32_t{moFound} : 0;
       else
-        bits =
-            BlockCompareWildcard(word, pattern, options, &search.words, &last);
+        bits = BlockCompareWildcard(word, pattern, options, &search.words,
+                                    &last, search.work);
     }
     if (bits) {
       at = last + 1;
@@ -213,49 +326,50 @@ TPHRASEMATCH MatchPhrase(const KWIMAGE& image, const TQKOR* phrase,
   return match;
 }
 
-// Letters that a word must be able to start with for any phrase of the group.
-TPATTERNSTARTS GroupStarts(const KWIMAGE& image, const TQKAND* group) {
-  TPATTERNSTARTS all = {0, 0};
+// The group at one word: its first alternative that matches there.
+bool MatchGroup(const TQKAND* group, uint32_t options, TKEYWORDSEARCH& search,
+                int32_t start, TPHRASEMATCH& match) {
   for (uint32_t i = 0; i < group->count && i < kMaxAlternatives; i++) {
-    const TQKOR* phrase = image.orRecord(group->first + i);
-    if (!phrase || !phrase->count) continue;
-    TBLOCK pattern = image.word(phrase->first);
-    // Without an optional word any other may come first.
-    const TPATTERNSTARTS starts =
-        PatternStarts(TakeOptional(pattern) ? TBLOCK() : pattern);
-    all.first |= starts.first;
-    all.second |= starts.second;
+    const TQKOR* phrase = search.image.orRecord(group->first + i);
+    if (!phrase || search.work < 0) break;
+    if (!search.mayBegin(group->first + i, options, start)) continue;
+    match = MatchPhrase(phrase, options, search, start);
+    if (match.used) return true;
   }
-  return all;
+  return false;
 }
 
-// Looks for group number g at the words from `from` up to `to`. Returns where
-// it was found, or -1. What was seen of it is kept for the line's next try, so
-// that each word is compared once with each group.
-int32_t FindGroup(const KWIMAGE& image, const TQKAND* group, uint32_t g,
-                  uint32_t options, TKEYWORDSEARCH& search, int32_t from,
-                  int32_t to, TPHRASEMATCH& match) {
-  TGROUPMEMO none = {from, from, {0, 0, 0}};
-  TGROUPMEMO& memo = g < kMemoGroups ? search.memo[g] : none;
-  if (from < memo.from || from > memo.to) memo = none;
+// Looks for a group at the words from `from` up to `to`. Returns where it was
+// found, or -1. What was seen of it is kept for the line's next try, so that
+// each word is compared once with each group.
+int32_t FindGroup(const TQKAND* group, uint32_t options, TGROUPMEMO& memo,
+                  TKEYWORDSEARCH& search, int32_t from, int32_t to,
+                  TPHRASEMATCH& match) {
+  if (from < memo.from || from > memo.to) {
+    memo.from = memo.to = from;
+    memo.match.used = 0;
+  }
   if (memo.match.used) {
     match = memo.match;
     return memo.to < to ? memo.to : -1;
   }
-  TPATTERNSTARTS starts = {0, 0};
-  if (search.starts && memo.to < to) starts = GroupStarts(image, group);
-  for (; memo.to < to; memo.to++) {
-    if (--search.work < 0) return -1;
-    const int32_t w = memo.to;
-    if (search.starts && !MayMatch(search.starts[w], starts, options)) continue;
-    for (uint32_t i = 0; i < group->count && i < kMaxAlternatives; i++) {
-      const TQKOR* phrase = image.orRecord(group->first + i);
-      if (!phrase) break;
-      match = MatchPhrase(image, phrase, options, search, w);
-      if (!match.used) continue;
+  while (memo.to < to) {
+    const int32_t part = memo.to / kWordsInPart;
+    const int32_t first = part * kWordsInPart;
+    const uint64_t words =
+        search.candidates(group, options, static_cast<uint32_t>(part));
+    uint64_t left = words & ~uint64_t{0} << (memo.to - first);
+    for (; left; left &= left - 1) {
+      const int32_t w = first + __builtin_ctzll(left);
+      if (w >= to) break;
+      memo.to = w;
+      if (--search.work < 0) return -1;
+      if (!MatchGroup(group, options, search, w, match)) continue;
       memo.match = match;
       return w;
     }
+    if (--search.work < 0) return -1;
+    memo.to = to - first < kWordsInPart ? to : first + kWordsInPart;
   }
   return -1;
 }
@@ -284,8 +398,8 @@ struct TLINETRY {
 // window up to the text's end holds nothing, a later window doesn't either,
 // provided that later starts can't lead to earlier windows, which needs
 // groups of single words.
-TLINETRY TryLine(const KWIMAGE& image, const TQKLINE* line,
-                 TKEYWORDSEARCH& search, int32_t start) {
+TLINETRY TryLine(const TQKLINE* line, TKEYWORDSEARCH& search, int32_t start) {
+  const KWIMAGE& image = search.image;
   TLINETRY result = {0, 0, kNever};
   const int32_t n = search.words.count();
   if ((line->flags & KWLINEFLAGSTRING) || line->length == 0 ||
@@ -303,7 +417,9 @@ TLINETRY TryLine(const KWIMAGE& image, const TQKLINE* line,
     if (g == 0) firstJoiner = joiner = group->joiner;
     const int32_t from = joiner == ',' ? 0 : present;
     const bool near = joiner == '>' && n - from > kNearWords;
-    const int32_t place = FindGroup(image, group, g, options, search, from,
+    TGROUPMEMO unkept = NothingSeen(from);
+    TGROUPMEMO& memo = g < kMemoGroups ? search.memo[g] : unkept;
+    const int32_t place = FindGroup(group, options, memo, search, from,
                                     near ? from + kNearWords : n, match);
     if (g == 0 && place >= 0) firstPlace = place;
     const bool undisguised =
@@ -351,9 +467,9 @@ void TQMDICO::countMatch(const TQKLINE* line, uint32_t result) {
 uint32_t TQMDICO::matchLine(const TQKLINE* line, const TBLOCKVECT& words,
                             int32_t start, TBLOCK context, int onlyWithTips) {
   if (!line || start < 0 || isCounted(line)) return 0;
-  TKEYWORDSEARCH search(words, context, onlyWithTips);
-  search.startLine();
-  const TLINETRY tried = TryLine(image(), line, search, start);
+  TKEYWORDSEARCH search(image(), words, context, onlyWithTips);
+  search.startLine(line);
+  const TLINETRY tried = TryLine(line, search, start);
   if (tried.bits) countMatch(line, tried.allBits);
   return tried.bits;
 }
@@ -368,48 +484,56 @@ uint32_t TQMDICO::matchBlockLine(const TQKLINE* line, TBLOCK block) {
   for (uint32_t i = 0; i < block.length && !letters; i++)
     letters = TBLOCK::Is(block[i], bitAlpha);
   const uint32_t options = letters ? line->flags & KWLINEFLAGMATCH : 0;
+  int64_t work = kMaxLinePasses * (int64_t{block.length} + 1024);
   for (uint32_t i = 0; i < group->count && i < kMaxAlternatives; i++) {
     const TQKOR* phrase = data.orRecord(group->first + i);
-    if (!phrase) return 0;
+    if (!phrase || work < 0) return 0;
     if (phrase->count != 1) continue;
     TBLOCK pattern = data.word(phrase->first);
     TakeOptional(pattern);
     const uint32_t bits =
-        BlockCompareWildcard(block, pattern, options, nullptr, nullptr);
+        BlockCompareWildcard(block, pattern, options, nullptr, nullptr, work);
     if (bits) return bits;
   }
   return 0;
 }
 
-void TQMDICO::matchKey(unsigned char key, const TQKSECTION* section,
-                       TKEYWORDSEARCH& search) {
-  const uint32_t end = search.keyOffset[key + 1];
-  if (search.keyOffset[key] == end) return;
-  const KWIMAGE& data = image();
-  const uint32_t n = data.lineCountOf(section);
-  for (uint32_t l = 0; l < n; l++) {
-    const TQKLINE* line = data.sectionLine(section, l);
-    if (!line || line->key != key) continue;
-    search.startLine();
-    int32_t from = 0;
-    for (uint32_t i = search.keyOffset[key]; i < end && from != kNever; i++) {
-      const int32_t start = static_cast<int32_t>(search.wordsOfKey[i]);
-      if (start < from) continue;
-      if (isCounted(line)) break;
-      const TLINETRY tried = TryLine(data, line, search, start);
-      if (!tried.bits) {
-        from = tried.retryFrom;
-        continue;
-      }
-      if (countsOf(line).matchCount == 0) search.hits++;
-      countMatch(line, tried.allBits);
-      search.sum += line->score;
+namespace {
+
+// The order of a section's lines as the dictionary prepared it; else prepared
+// here, as `own`. Null when memory is short.
+const TLINEORDER* OrderOf(const HSTUFF* stuff, const TQKSECTION* section,
+                          TLINEORDER& own) {
+  const TLINEORDER* order = stuff ? stuff->patterns.find(section) : nullptr;
+  if (order) return order;
+  return stuff && own.build(stuff->image, section) ? &own : nullptr;
+}
+
+}  // namespace
+
+// One line at the words that have its key.
+void TQMDICO::matchKey(const TQKLINE* line, TKEYWORDSEARCH& search) {
+  const uint32_t end = search.keyOffset[line->key + 1];
+  search.startLine(line);
+  int32_t from = 0;
+  for (uint32_t i = search.keyOffset[line->key]; i < end && from != kNever;
+       i++) {
+    const int32_t start = static_cast<int32_t>(search.wordsOfKey[i]);
+    if (start < from) continue;
+    if (isCounted(line)) break;
+    const TLINETRY tried = TryLine(line, search, start);
+    if (!tried.bits) {
+      from = tried.retryFrom;
+      continue;
     }
+    if (countsOf(line).matchCount == 0) search.hits++;
+    countMatch(line, tried.allBits);
+    search.sum += line->score;
   }
 }
 
-// Lines don't depend on each other, so they are taken key by key: the section
-// is walked once for each key that the words have, and not once a word.
+// Lines don't depend on each other, so they are taken key by key, and only for
+// the keys that the words have.
 int32_t TQMDICO::findKeywords(const TQKSECTION* section,
                               const TBLOCKVECT& words, TBLOCK context,
                               int onlyWithTips, int32_t maxWords,
@@ -418,13 +542,20 @@ int32_t TQMDICO::findKeywords(const TQKSECTION* section,
   if (!IsPatternSection(section)) return 0;
   clearSectionMatchCount(section);
   if (words.count() == 0) return 0;
-  TKEYWORDSEARCH search(words, context, onlyWithTips);
+  TLINEORDER own;
+  const TLINEORDER* order = OrderOf(stuff, section, own);
+  TKEYWORDSEARCH search(image(), words, context, onlyWithTips);
   const bool some = maxWords > 0 && maxWords < words.count();
-  if (!search.indexStarts() ||
+  if (!order || !search.indexShapes(stuff) ||
       !search.indexKeys(some ? maxWords : words.count()))
     return 0;
-  for (int32_t key = 0; key < 256; key++)
-    matchKey(static_cast<unsigned char>(key), section, search);
+  uint32_t i = 0;
+  for (uint32_t r = 0; r < order->runCount; r++) {
+    const TLINEORDER::TKEYRUN& run = order->runs[r];
+    if (search.keyOffset[run.key] == search.keyOffset[run.key + 1]) i = run.end;
+    for (; i < run.end; i++)
+      matchKey(image().line(section->first + order->places[i]), search);
+  }
   hits = search.hits;
   return ClampScore(search.sum);
 }
@@ -433,10 +564,16 @@ int TQMDICO::beginByKeywords(const char* section, const TBLOCKVECT& words,
                              TBLOCK context, const TQKLINE*& line) {
   const TQKSECTION* found = findSection(section);
   if (!IsPatternSection(found)) return 0;
+  TKEYWORDSEARCH search(image(), words, context, 0);
+  if (!search.indexShapes(stuff)) return 0;
   const uint32_t n = image().lineCountOf(found);
   for (uint32_t l = 0; l < n; l++) {
-    const TQKLINE* candidate = image().sectionLine(found, l);
-    if (!matchLine(candidate, words, 0, context, 0)) continue;
+    const TQKLINE* candidate = image().line(found->first + l);
+    if (isCounted(candidate)) continue;
+    search.startLine(candidate);
+    const TLINETRY tried = TryLine(candidate, search, 0);
+    if (!tried.bits) continue;
+    countMatch(candidate, tried.allBits);
     line = candidate;
     return 1;
   }
@@ -449,18 +586,17 @@ int TQMDICO::findFirstKeyword(const char* section, const TBLOCKVECT& words,
                               TBLOCK context, const TQKLINE*& line) {
   const TQKSECTION* found = findSection(section);
   if (!IsPatternSection(found)) return 0;
-  TKEYWORDSEARCH search(words, context, 0);
-  if (!search.indexStarts()) return 0;
-  const KWIMAGE& data = image();
-  const uint32_t n = data.lineCountOf(found);
+  TKEYWORDSEARCH search(image(), words, context, 0);
+  if (!search.indexShapes(stuff)) return 0;
+  const uint32_t n = image().lineCountOf(found);
   int32_t bestStart = words.count();
   uint32_t bestBits = 0;
   for (uint32_t l = 0; l < n && bestStart > 0; l++) {
-    const TQKLINE* candidate = data.sectionLine(found, l);
-    if (!candidate || isCounted(candidate)) continue;
-    search.startLine();
+    const TQKLINE* candidate = image().line(found->first + l);
+    if (isCounted(candidate)) continue;
+    search.startLine(candidate);
     for (int32_t start = 0; start < bestStart;) {
-      const TLINETRY tried = TryLine(data, candidate, search, start);
+      const TLINETRY tried = TryLine(candidate, search, start);
       if (tried.bits) {
         line = candidate;
         bestStart = start;
@@ -476,9 +612,13 @@ int TQMDICO::findFirstKeyword(const char* section, const TBLOCKVECT& words,
 
 namespace {
 
+// A longer word is not looked at for its consonants.
+const uint32_t kMaxBareWord = 256;
+
 // The consonants of the word, in order, against a skeleton, in which "*" takes
 // whatever follows.
 bool FitsConsonants(TBLOCK word, TBLOCK skeleton) {
+  if (word.length > kMaxBareWord) return false;
   uint32_t k = 0;
   for (uint32_t i = 0; i < word.length; i++) {
     if (!TBLOCK::Is(word[i], bitConsonant)) continue;
@@ -566,9 +706,10 @@ int32_t TQMDICO::brokenSearch(TBLOCK text, const char* section,
   return hits;
 }
 
-// The words of a domain: its first label, cut at dashes.
+// The words of a domain: its first label, cut at dashes. No sound label has
+// more bytes than are looked at.
 int TQMDICO::CheckDomainWords(const char* section, TBLOCK domain) {
-  TBLOCK label = TBLOCK::BlockBeforeChar(domain, '.', 0, 0);
+  TBLOCK label = TBLOCK::BlockBeforeChar(domain, '.', 0, 0).head(255);
   while (!label.empty()) {
     const TBLOCK piece = TBLOCK::BlockBeforeChar(label, '-', 0, 0);
     if (piece.empty()) continue;

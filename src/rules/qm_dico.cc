@@ -146,7 +146,8 @@ HSTUFF::HSTUFF(BLOCK* ownedImage)
       rules(nullptr),
       ownImage(ownedImage),
       image(ownedImage ? ownedImage->view()
-                       : TBLOCK(ReadyKWO, getReadyKWOLen())) {
+                       : TBLOCK(ReadyKWO, getReadyKWOLen())),
+      patterns(image) {
   indexSections();
   filterSections.find(*this);
   indexFieldNames();

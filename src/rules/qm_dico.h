@@ -21,6 +21,7 @@
 #include "base/vectors.h"
 #include "rules/filter_sections.h"
 #include "rules/keyword_image.h"
+#include "rules/pattern_index.h"
 
 class REGEXPOOL;
 class RULEBOOK;
@@ -44,6 +45,7 @@ class HSTUFF {
   RULEBOOK* rules;  // owned; null until TQMDICO::prepareRules
   BLOCK* ownImage;  // owned image; null for the one of the library
   KWIMAGE image;
+  PATTERNINDEX patterns;  // of the image
   // The dictionary's version; empty when it names none. Its length is counted
   // before scans share it, since counting writes.
   STR version;
@@ -153,6 +155,9 @@ class TQMDICO {
   int matchBlock(const char* section, TBLOCK text, const TQKLINE*& line);
   int scanBlock(const char* section, TBLOCK text, const TQKLINE*& line,
                 int clear);
+  // The same for the lines of a section from one of them on.
+  int scanLines(const TQKSECTION* section, uint32_t first, TBLOCK text,
+                const TQKLINE*& line, int clear);
   // Sum of the scores of all lines that fit; with `clear` also of those that
   // have counted.
   int32_t scanString(const char* section, TBLOCK text, int clear);
@@ -205,6 +210,14 @@ class TQMDICO {
                      int32_t start, TBLOCK context, int onlyWithTips);
   // The cheap form, for lines of one group of single words.
   uint32_t matchBlockLine(const TQKLINE* line, TBLOCK block);
+  // Pattern words of at most two bytes with a meaning of their own: "@", "@@"
+  // and "?". 1 when it was one of them, with the verdict; else 0. `context` is
+  // the recipient's address.
+  static int MatchSpecial(TBLOCK word, TBLOCK pattern, TBLOCK context,
+                          int& verdict);
+  // Whether the word, of 3 bytes or more, is the local part of the address or a
+  // piece of it.
+  static int MatchName(TBLOCK word, TBLOCK address);
   int checkConsonantSection(const char* section, const TBLOCKVECT& words,
                             const TQKLINE*& line);
   int32_t brokenSearch(TBLOCK text, const char* section, int32_t maxLines);
@@ -220,9 +233,8 @@ class TQMDICO {
   // Whether the line has counted and is passed over.
   bool isSpent(const TQKLINE* line);
   void countHit(const TQKLINE* line);
-  // The lines of a key at the words that have it.
-  void matchKey(unsigned char key, const TQKSECTION* section,
-                TKEYWORDSEARCH& search);
+  // A line at the words that have its key.
+  void matchKey(const TQKLINE* line, TKEYWORDSEARCH& search);
   bool isCounted(const TQKLINE* line);
   void countMatch(const TQKLINE* line, uint32_t result);
 };

@@ -6,6 +6,7 @@
 
 #include "base/heap_text.h"
 #include "rules/keyword_image.h"
+#include "rules/qm_dico.h"
 
 namespace {
 
@@ -153,11 +154,14 @@ TEST(KeywordCompareTest, TricksTogether) {
        kFound | moNear | moDouble | moBroken},
       {"v1aagrax", "viagra", moTips,
        kFound | moNear | moDouble | moFinalUseless},
-      // An odd letter among capitals is free, but only under the whole set.
+      // An odd letter among capitals is free under any of the options.
       {"VIA1xxG", "viag", moTips, 0},
       {"VIAxGGR4", "viagra", moTips, 0},
       {"VIXAxGRA", "viagra", moTips, kFound | moUseless},
-      {"VIAQGxRA", "viagra", moTips & ~moBroken, 0},
+      {"VIAQGxRA", "viagra", moTips, kFound | moUseless},
+      {"VIAGxRA", "viagra", moNear, kFound | moUseless},
+      {"VIAGxRA", "viagra", moPlural, 0},
+      {"VAxGA", "vaga", moNear, 0},  // of five bytes
       // A small letter between capitals, in a word of the pattern's length.
       {"Vx1AG", "viag", moUseless | moNear, kFound | moUseless | moNear},
       {"vx1AG", "viag", moUseless | moNear, 0},
@@ -192,6 +196,35 @@ TEST(KeywordCompareTest, AWordMayGoOnInTheNextBlock) {
   EXPECT_EQ(0, index);
 }
 
+TEST(KeywordCompareTest, BlocksOfFillerAreSteppedOver) {
+  HeapText text("via - gra");
+  TBLOCKVECT words(0);
+  TBLOCK::GetBlockWordList(text.view(), words, bitWhiteSpace);
+  HeapText pattern("viagra");
+  int32_t index = 0;
+  EXPECT_EQ(kFound, BlockCompareKeyword(words.get(0), pattern.view(), moSplit,
+                                        0, &words, &index));
+  EXPECT_EQ(2, index);
+  // No more blocks than the pattern has bytes.
+  HeapText dashes("v - - iagra");
+  TBLOCKVECT more(0);
+  TBLOCK::GetBlockWordList(dashes.view(), more, bitWhiteSpace);
+  HeapText two("vi"), three("via");
+  index = 0;
+  EXPECT_EQ(0u, BlockCompareKeyword(more.get(0), two.view(), moSplit, 1, &more,
+                                    &index));
+  EXPECT_EQ(kFound, BlockCompareKeyword(more.get(0), three.view(), moSplit, 1,
+                                        &more, &index));
+}
+
+uint32_t CompareWildcard(const std::string& wordText,
+                         const std::string& patternText, uint32_t options,
+                         int64_t& work) {
+  HeapText word(wordText), pattern(patternText);
+  return BlockCompareWildcard(word.view(), pattern.view(), options, nullptr,
+                              nullptr, work);
+}
+
 TEST(KeywordCompareTest, Wildcards) {
   const Row rows[] = {
       {"superviagra", "*viagra", 0, kFound},
@@ -211,13 +244,63 @@ TEST(KeywordCompareTest, Wildcards) {
       {"anything", "*", 0, kFound},
       {"", "*", 0, 0},
       {"whatever", "**", 0, kFound},
+      // The mark of a plural is no byte.
+      {"superpill", "super*pill&", 0, kFound},
+      {"superpills", "super*pill&", 0, kFound},
+      {"superpil", "super*pill&", 0, 0},
+      {"sugar-free", "*-free&", 0, kFound},
+      {"sugar-frees", "*-free&", 0, kFound},
+      {"pill", "*pill&", 0, kFound},
+      {"apillb", "*pill&*", 0, kFound},
+      {"a&b", "*\\&*", 0, kFound},
+      {"pill", "*&", 0, 0},
+      // A pattern may begin with filler, and with any byte.
+      {"a+xy", "*\\+x*", 0, kFound},
+      {"a++x", "*\\+x", 0, kFound},
+      {"-x", "*~x*", 0, kFound},
+      {"a-xs", "*-x&", 0, kFound},
+      {"a..x", "*.x", 0, kFound},
+      // Runs of letters: only the last places are tried, and those of a
+      // pattern that is a run itself.
+      {"vvvvviagra", "*viagra*", moTips, kFound | moDouble},
+      {"v.v.viagra", "*viagra*", moTips, kFound | moDouble | moBroken},
+      {"vvviagra", "*viagra", 0, kFound},
+      {"VvVvviagra", "*viagra", moDouble, kFound},
+      {"aaaaab", "*aaab*", moTips, kFound | moDouble},
+      {"aaaaa.ab", "*aa.ab*", moTips, kFound},
+      {"ttttt", "*tit*", moTips, kFound | moNear},
+      {"1111legal", "*illegal", moTips, kFound | moNear},
+      {"IIIi", "*ll*", moTips, kFound | moNear},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(std::string(row.word) + " / " + row.pattern);
-    HeapText word(row.word);
-    HeapText pattern(row.pattern);
-    EXPECT_EQ(row.tricks, BlockCompareWildcard(word.view(), pattern.view(),
-                                               row.options, nullptr, nullptr));
+    int64_t work = 1000;
+    EXPECT_EQ(row.tricks,
+              CompareWildcard(row.word, row.pattern, row.options, work));
+  }
+}
+
+TEST(KeywordCompareTest, LongPatternsAndLongDisguises) {
+  int64_t work = 100000;
+  const std::string k600(600, 'k'), k4097(4097, 'k');
+  EXPECT_EQ(kFound,
+            CompareWildcard("x" + k600 + "x", "*" + k600 + "*", 0, work));
+  EXPECT_EQ(kFound, CompareWildcard("x" + k600, "*" + k600, 0, work));
+  EXPECT_EQ(0u, CompareWildcard(k4097, k4097, 0, work));
+  // 256 bytes of filler, doubled letters or digits, and no more.
+  for (const bool tooLong : {false, true}) {
+    const size_t n = tooLong ? 257 : 256;
+    EXPECT_EQ(
+        tooLong ? 0 : kFound | moBroken,
+        CompareWildcard("v" + std::string(n, '.') + "ia", "via", 0, work));
+    EXPECT_EQ(
+        tooLong ? 0 : kFound | moDouble,
+        CompareWildcard(std::string(n + 1, 'v') + "ia", "via", moDouble, work));
+    EXPECT_EQ(
+        tooLong ? 0 : kFound | moDouble,
+        CompareWildcard("via" + std::string(n, 'a'), "via", moDouble, work));
+    EXPECT_EQ(tooLong ? 0 : kFound,
+              CompareWildcard(std::string(n, '1') + "mg", "#mg", 0, work));
   }
 }
 
@@ -256,8 +339,9 @@ TEST(KeywordCompareTest, Specials) {
     HeapText word(row.word);
     HeapText pattern(row.pattern);
     int verdict = -1;
-    EXPECT_EQ(row.verdict >= 0, MatchSpecial(word.view(), pattern.view(),
-                                             context.view(), verdict));
+    EXPECT_EQ(row.verdict >= 0,
+              TQMDICO::MatchSpecial(word.view(), pattern.view(), context.view(),
+                                    verdict));
     EXPECT_EQ(row.verdict, verdict);
   }
 }
@@ -280,24 +364,30 @@ TEST(KeywordCompareTest, Keys) {
   }
 }
 
-// Long hostile words in linear time: bars are counted ahead of each step, and
-// filler and doubled letters are skipped from every place of a slide.
+// Long hostile words in linear time, whatever the pattern: some steps a byte.
 TEST(KeywordCompareTest, LongWords) {
-  const std::string bars(200000, '|');
-  const std::string dots = "v" + std::string(200000, '.');
-  std::string letters;
-  for (int i = 0; i < 50000; i++) letters += "vvv.";
-  const char* patterns[] = {"*via*", "*via", "via*", "v*a", "tttttttt&"};
-  for (const std::string& text : {bars, dots, letters}) {
-    HeapText word(text);
+  const int32_t kBytes = 100000;
+  const char* units[] = {
+      "|",    ".",     "v",   "v.", "Vv",
+      "vvv.", "vi",    "1l|", "|.", "abcdefghijklmnopqrstuvwxyz",
+      "viag", "\xA0|", "v-",  "1",  "a",
+      "$s5"};
+  const char* patterns[] = {"*via*",  "*via",      "via*",   "v*a",   "*\\.v*",
+                            "*#v*",   "tttttttt&", "*llia*", "*s5v*", "*v~v*",
+                            "viagra", "*viagra*",  "|*"};
+  for (const char* unit : units) {
+    std::string text = "v";
+    while (text.size() < kBytes) text += unit;
     for (const char* name : patterns) {
-      HeapText pattern(name);
-      EXPECT_EQ(0u, BlockCompareWildcard(word.view(), pattern.view(), moTips,
-                                         nullptr, nullptr))
-          << name;
+      int64_t work = 16 * kBytes;
+      CompareWildcard(text, name, moTips, work);
+      EXPECT_GE(work, 0) << unit << " / " << name;
     }
   }
-  HeapText pattern(std::string(200000, '&'));
+  // Without work left no further place is tried.
+  int64_t work = 0;
+  EXPECT_EQ(0u, CompareWildcard("vxxvia", "*via*", 0, work));
+  HeapText pattern(std::string(kBytes, '&'));
   EXPECT_EQ(0u, BlockCompareKeyword(pattern.view(), pattern.view(), moTips, 0,
                                     nullptr, nullptr));
 }

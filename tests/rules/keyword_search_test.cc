@@ -96,6 +96,8 @@ TEST(KeywordSearchTest, Lines) {
       {"@@", "x a@b.de", 1},
       // A word spread over blocks.
       {"(/)viagra now", "via gra now", 1},
+      {"(/)viagra now", "via - gra now", 1},
+      {"buy *-free&", "buy sugar-free", 1},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(std::string(row.pattern) + " / " + row.text);

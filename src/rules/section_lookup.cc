@@ -20,6 +20,14 @@ bool MatchesString(TBLOCK pattern, TBLOCK text) {
   return MatchWildcard(pattern, text, wmOverlap);
 }
 
+// The text of a string line. False for a pattern line, and for one whose text
+// lies outside of a damaged image: read as empty it would fit an empty text.
+bool TakeStringLine(const KWIMAGE& image, const TQKLINE* line, TBLOCK& text) {
+  if (!(line->flags & KWLINEFLAGSTRING)) return false;
+  text = image.lineBlock(line);
+  return !text.empty() || line->length == 0;
+}
+
 // Cuts "name:pattern"; false when there is no ":".
 bool CutNamed(TBLOCK line, TBLOCK& name, TBLOCK& pattern) {
   const int32_t colon = line.findByte(':');
@@ -61,7 +69,10 @@ int TQMDICO::searchString(const TQKSECTION* section, TBLOCK text,
   const uint32_t n = image().lineCountOf(section);
   for (uint32_t i = 0; i < n; i++) {
     const TQKLINE* candidate = image().sectionLine(section, i);
-    if (!MatchesString(lineBlock(candidate), text)) continue;
+    TBLOCK pattern;
+    if (!TakeStringLine(image(), candidate, pattern) ||
+        !MatchesString(pattern, text))
+      continue;
     line = candidate;
     return 1;
   }
@@ -75,8 +86,9 @@ int TQMDICO::compareString(const TQKSECTION* section, TBLOCK text,
   const uint32_t n = image().lineCountOf(section);
   for (uint32_t i = 0; i < n; i++) {
     const TQKLINE* candidate = image().sectionLine(section, i);
-    if (isSpent(candidate)) continue;
-    TBLOCK pattern = lineBlock(candidate);
+    TBLOCK pattern;
+    if (isSpent(candidate) || !TakeStringLine(image(), candidate, pattern))
+      continue;
     const int32_t bar = pattern.findByte('|');
     if (bar >= 0) pattern.skip(static_cast<uint32_t>(bar) + 1);
     if (!MatchesString(pattern, text)) continue;
@@ -94,9 +106,8 @@ int TQMDICO::comparePattern(const TQKSECTION* section, TBLOCK text,
   for (uint32_t i = 0; i < n; i++) {
     const TQKLINE* candidate = image().sectionLine(section, i);
     if (isSpent(candidate)) continue;
-    const uint32_t result = matchBlockLine(candidate, text);
-    if (!result) continue;
-    countMatch(candidate, result);
+    if (!matchBlockLine(candidate, text)) continue;
+    countHit(candidate);
     line = candidate;
     return 1;
   }
@@ -148,15 +159,23 @@ int TQMDICO::matchBlock(const char* section, TBLOCK text,
 
 int TQMDICO::scanBlock(const char* section, TBLOCK text, const TQKLINE*& line,
                        int clear) {
-  const TQKSECTION* found = findSection(section);
-  if (!found) return 0;
-  switch (found->type) {
+  return scanLines(findSection(section), 0, text, line, clear);
+}
+
+int TQMDICO::scanLines(const TQKSECTION* section, uint32_t first, TBLOCK text,
+                       const TQKLINE*& line, int clear) {
+  const uint32_t n = image().lineCountOf(section);
+  if (first >= n) return 0;
+  TQKSECTION rest = *section;
+  rest.first += first;
+  rest.count = n - first;
+  switch (rest.type) {
     case stPattern:
-      return comparePattern(found, text, line, clear);
+      return comparePattern(&rest, text, line, clear);
     case stString:
-      return compareString(found, text, line, clear);
+      return compareString(&rest, text, line, clear);
     case stRegex:
-      return compareRegex(found, text, line, clear);
+      return compareRegex(&rest, text, line, clear);
     default:
       return 0;
   }
@@ -171,7 +190,10 @@ int32_t TQMDICO::scanString(const char* section, TBLOCK text, int clear) {
   for (uint32_t i = 0; i < n; i++) {
     const TQKLINE* line = image().sectionLine(found, i);
     if (!clear && isSpent(line)) continue;
-    if (!MatchesString(lineBlock(line), text)) continue;
+    TBLOCK pattern;
+    if (!TakeStringLine(image(), line, pattern) ||
+        !MatchesString(pattern, text))
+      continue;
     countHit(line);
     sum += line->score;
   }
@@ -206,7 +228,7 @@ void TQMDICO::sectionToBlockList(const char* section, TBLOCKVECT& list) const {
   const TQKSECTION* found = findSection(section);
   const uint32_t n = image().lineCountOf(found);
   for (uint32_t i = 0; i < n; i++)
-    list.add(lineBlock(image().sectionLine(found, i)), 0, 0);
+    list.add(lineBlock(image().sectionLine(found, i)), 1, 0);
 }
 
 // Each line works on what the lines before it made, also on their macros.

@@ -7,9 +7,10 @@
 
 namespace {
 
-// Sections that one call may visit, itself included; lists that name each
-// other would otherwise grow with each level.
-const int32_t kMaxSectionVisits = 1000;
+// Lines of all sections that one call may visit, with 1 for each section: lists
+// that name each other would otherwise grow with each level. Many times what a
+// whole dictionary holds.
+const int32_t kMaxVisitedLines = 500000;
 
 int32_t Magnitude(int32_t score) {
   return score < 0 ? ClampScore(-int64_t{score}) : ClampScore(score);
@@ -17,7 +18,8 @@ int32_t Magnitude(int32_t score) {
 
 // The text with `part` in place of the first "%s"; false when it has none.
 bool PutIntoFormat(TBLOCK format, TBLOCK part, STR& label) {
-  const int32_t at = format.find("%s", 0);
+  // Byte for byte: "100%Sure" holds none.
+  const int32_t at = format.find(TBLOCK("%s"), 0, TBLOCK::NoConvTable);
   if (at < 0) return false;
   label += format.head(static_cast<uint32_t>(at));
   label += part;
@@ -89,26 +91,15 @@ int TQMMSG::checkKeywordBlock(const char* section, TBLOCK block,
 int TQMMSG::checkAllKeywordBlock(const char* section, TBLOCK block,
                                  const char* format) {
   const TQKSECTION* found = dico.findSection(section);
-  if (!found) return 0;
   dico.clearSectionMatchCount(found);
-  TQKSECTION rest = *found;
-  rest.count = dico.image().lineCountOf(found);
   int first = 0;
-  for (;;) {
+  for (uint32_t next = 0;;) {
     const TQKLINE* line = nullptr;
-    int result = 0;
-    if (rest.type == stPattern)
-      result = dico.comparePattern(&rest, block, line, 0);
-    else if (rest.type == stString)
-      result = dico.compareString(&rest, block, line, 0);
-    else if (rest.type == stRegex)
-      result = dico.compareRegex(&rest, block, line, 0);
+    const int result = dico.scanLines(found, next, block, line, 0);
     if (!result) return first;
     if (!first) first = result;
     _manageLineScore(line, format);
-    const uint32_t taken = dico.image().lineNumber(line) - rest.first + 1;
-    rest.first += taken;
-    rest.count -= taken;
+    next = dico.image().lineNumber(line) - found->first + 1;
   }
 }
 
@@ -116,27 +107,30 @@ int TQMMSG::checkAllKeywordBlock(const char* section, TBLOCK block,
 struct TQMMSG::TSECTIONWALK {
   const TBLOCKVECT& words;
   int32_t delta, mode, limit;
-  const char* suffix;  // null: count only
-  int32_t visitsLeft;
+  bool countOnly;  // the result is the number of lines found; none scores
+  const char* suffix;
+  int32_t linesLeft;
 };
 
 int32_t TQMMSG::walkSection(const char* section, TSECTIONWALK& walk,
                             int32_t sectionDepth) {
-  if (sectionDepth > kMaxSectionDepth || --walk.visitsLeft < 0) return 0;
+  if (sectionDepth > kMaxSectionDepth || --walk.linesLeft < 0) return 0;
   STR exception("No-");
   exception += section;
   if (testRuleSection(exception.c_str())) return 0;
   const TQKSECTION* found = dico.findSection(section);
   if (!found) return 0;
+  const uint32_t n = dico.image().lineCountOf(found);
+  if (n > static_cast<uint32_t>(walk.linesLeft)) return 0;
   if (found->type == stPattern) {
+    walk.linesLeft -= static_cast<int32_t>(n);
     int32_t hits = 0;
     dico.findKeywords(found, walk.words, recipientBox.email, walk.mode,
                       walk.limit, hits);
-    if (!walk.suffix) return hits;
+    if (walk.countOnly) return hits;
     return hits ? addSectionScore(section, walk.delta, walk.suffix) : 0;
   }
   if (found->type != stSectionList) return 0;
-  const uint32_t n = dico.image().lineCountOf(found);
   int64_t sum = 0;
   for (uint32_t i = 0; i < n; i++) {
     const TQKLINE* line = dico.image().sectionLine(found, i);
@@ -144,7 +138,7 @@ int32_t TQMMSG::walkSection(const char* section, TSECTIONWALK& walk,
     STR name;
     name = dico.lineBlock(line);
     const int32_t result = walkSection(name.c_str(), walk, sectionDepth + 1);
-    AddMatches(dico.countsOf(line).matchCount, result);
+    if (!walk.countOnly) AddMatches(dico.countsOf(line).matchCount, result);
     sum += result;
   }
   return ClampScore(sum);
@@ -152,12 +146,12 @@ int32_t TQMMSG::walkSection(const char* section, TSECTIONWALK& walk,
 
 int TQMMSG::checkKeywordBlockList(const char* section, const TBLOCKVECT& words,
                                   int delta, int mode, const char* suffix) {
-  TSECTIONWALK walk = {words, delta, mode, 0, suffix, kMaxSectionVisits};
+  TSECTIONWALK walk = {words, delta, mode, 0, false, suffix, kMaxVisitedLines};
   return walkSection(section, walk, 1);
 }
 
 int TQMMSG::findKeywords(const char* section, const TBLOCKVECT& words,
                          int limit, int mode) {
-  TSECTIONWALK walk = {words, 0, mode, limit, nullptr, kMaxSectionVisits};
+  TSECTIONWALK walk = {words, 0, mode, limit, true, "", kMaxVisitedLines};
   return walkSection(section, walk, 1);
 }

@@ -75,6 +75,20 @@ TEST_F(SectionLookupTest, LinesCountOnceOrEachTime) {
   EXPECT_EQ("", scan("none", "abc", 0));
 }
 
+TEST_F(SectionLookupTest, FromOneLineOn) {
+  load({{"s", stString, 0, {"*", "<&1>*b", "abc", "ab"}}});
+  const TQKSECTION* section = dico.findSection("s");
+  const int32_t found[] = {0, 1, 3, 3, -1, -1};
+  for (uint32_t first = 0; first < 6; first++) {
+    const TQKLINE* line = nullptr;
+    EXPECT_EQ(found[first] >= 0,
+              dico.scanLines(section, first, TBLOCK("ab"), line, 1));
+    EXPECT_EQ(line, dico.image().line(static_cast<uint32_t>(found[first])));
+  }
+  const TQKLINE* line = nullptr;
+  EXPECT_EQ(0, dico.scanLines(nullptr, 0, TBLOCK("ab"), line, 1));
+}
+
 TEST_F(SectionLookupTest, SumsOfStrings) {
   load({{"s", stString, 0, {"<5>a*", "<&-2>*c", "<100>b"}},
         {"big", stString, 0, {"<900000000>*", "<900000000>*"}}});

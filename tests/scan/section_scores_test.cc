@@ -52,6 +52,9 @@ TEST_F(SectionScoresTest, DeltaSuffixAndFactor) {
       {0, "=%s%s", 150, "bad thing%s (10);good%s (-10);often|x%s3x (150)"},
       {0, "% img", 150,
        "bad thing img (10);good img (-10);often|x img3x (150)"},
+      {0, ": 100%Sure", 150,
+       "bad thing: 100%Sure (10);good: 100%Sure (-10);"
+       "often|x: 100%Sure3x (150)"},
       {0, "a %s b", 150,
        "a bad thing b (10);a good b (-10);a often|x b3x (150)"},
   };

@@ -25,7 +25,7 @@ const char kListName[] = "qmpatch.list";
 // patched needs less than a tenth of them.
 const uint64_t kMaxPatchWork = 1u << 27;
 // Bytes that are compared or moved at about the cost of looking at one line.
-const uint32_t kBytesOfStep = 64;
+const uint32_t kBytesOfStep = 512;
 
 const char kNoSuchLine[] = "the section has no such line";
 
@@ -512,7 +512,7 @@ int TKwObj::ApplyPatchSortedMd5Line(TBLOCK digest, uint8_t action,
   while (i < section->count && memcmp(digests + i * kSectionNameBytes,
                                       digest.pointer, kSectionNameBytes) != 0)
     i++;
-  if (!work(section->count)) return 0;
+  if (!work((i + 3) / 4)) return 0;
   if (i == section->count) return fail(kNoSuchLine, -1, 0);
   cursor = action == paFind ? i + 1 : i;
   if (action == paFind) return 1;

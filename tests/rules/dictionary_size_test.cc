@@ -1,6 +1,5 @@
-// A dictionary of full size, 440 sections and 36,080 lines of all types, made
-// from numbers: compiled, loaded in both byte orders, patched, and each lookup
-// held against a plain search of the source.
+// A dictionary of full size: compiled, loaded in both byte orders, patched, and
+// each lookup held against a plain search of the source.
 
 #include <gtest/gtest.h>
 
@@ -10,75 +9,16 @@
 #include "base/heap_text.h"
 #include "base/md5.h"
 #include "regex/regex_pool.h"
+#include "rules/full_dictionary_util.h"
 #include "rules/image_util.h"
-#include "rules/kw_obj.h"
-#include "rules/qm_dico.h"
+#include "rules/source_util.h"
 
 namespace {
 
-const int32_t kSections = 440, kLines = 82;
-const char kPrefixes[] = " #$%^:!*@&";
-
-struct Section {
-  char prefix;
-  std::string name;
-  std::vector<std::string> words;  // the line's score is its place + 1
-
-  // The line's source.
-  std::string line(size_t i) const {
-    const std::string score = "<" + std::to_string(i + 1) + ">";
-    switch (prefix) {
-      case '%':
-        return score + "\"" + words[i] + "\"";
-      case '^':
-        return score + "Url=" + words[i];
-      case ':':
-        return words[i] + ":^" + words[i] + "$";
-      case '!':
-        return score + "^" + words[i] + "$";
-      case '@':
-        return words[i];
-      default:
-        return score + words[i];
-    }
-  }
-  // The plain search: the place of the word + 1, or 0.
-  int32_t find(const std::string& word) const {
-    for (size_t i = 0; i < words.size(); i++)
-      if (words[i] == word) return static_cast<int32_t>(i) + 1;
-    return 0;
-  }
-};
-
-std::vector<Section> MakeSections() {
-  std::vector<Section> all;
-  Numbers numbers(5);
-  for (int32_t i = 0; i < kSections; i++) {
-    Section section = {kPrefixes[i % 10], "Section" + std::to_string(i), {}};
-    while (section.words.size() < static_cast<size_t>(kLines)) {
-      std::string word;
-      for (int k = 0; k < 8; k++)
-        word += static_cast<char>('a' + numbers.Below(26));
-      if (section.find(word) == 0) section.words.push_back(word);
-    }
-    all.push_back(section);
-  }
-  return all;
-}
-
-void AddTo(TKwObj& object, const Section& section, const std::string& text,
-           int patch) {
-  TBLOCKVECT lines(kLines);
-  lines.fillFromBigBlock(TBLOCK(text.data(), uint32_t(text.size())), '\n', 1);
-  std::string name = section.name;
-  if (section.prefix != ' ') name.insert(0, 1, section.prefix);
-  ASSERT_TRUE(object.AddSection(TBLOCK(name.c_str()), &lines, patch))
-      << object.error;
-}
-
 // What the dictionary says of the word: the score of its line, 1 for sections
 // without scores, or 0.
-int32_t Ask(TQMDICO& dico, const Section& section, const std::string& word) {
+int32_t Ask(TQMDICO& dico, const FullSection& section,
+            const std::string& word) {
   const HeapText text(word);
   const char* name = section.name.c_str();
   const TQKLINE* line = nullptr;
@@ -105,22 +45,23 @@ int32_t Ask(TQMDICO& dico, const Section& section, const std::string& word) {
   }
 }
 
-void CheckAll(const std::vector<Section>& sections, const std::string& bytes) {
+void CheckAll(const std::vector<FullSection>& sections,
+              const std::string& bytes) {
   REGEXPOOL pool;
   TQMDICO dico(&pool, nullptr);
   ASSERT_TRUE(dico.loadKeywordsFromBlock(BlockOf(bytes)));
   dico.precompileRegexesIntoPool();
-  for (const Section& section : sections) {
+  for (const FullSection& section : sections) {
     const char* name = section.name.c_str();
     const TQKSECTION* found = dico.findSection(name);
     ASSERT_NE(found, nullptr) << name;
     ASSERT_EQ(found->count, section.words.size()) << name;
     // Sections that are asked in no such way: their lines as they stand.
     if (strchr("%^&", section.prefix)) {
-      TBLOCKVECT lines(kLines);
+      TBLOCKVECT lines(kFullLines);
       dico.sectionToBlockList(name, lines);
       ASSERT_EQ(lines.count(), static_cast<int32_t>(section.words.size()));
-      EXPECT_TRUE(lines.get(7).ends(TBLOCK(section.words[7].c_str())));
+      EXPECT_NE(std::string::npos, Str(lines.get(7)).find(section.words[7]));
       continue;
     }
     const bool scored = section.prefix != '@' && section.prefix != ':';
@@ -136,25 +77,22 @@ void CheckAll(const std::vector<Section>& sections, const std::string& bytes) {
 }
 
 TEST(DictionarySize, EveryLookupIsThatOfAPlainSearch) {
-  std::vector<Section> sections = MakeSections();
-  TKwObj object;
-  for (const Section& section : sections) {
-    std::string text;
-    for (size_t i = 0; i < section.words.size(); i++)
-      text += section.line(i) + "\n";
-    AddTo(object, section, text, 0);
-  }
-  BLOCK image(0, 1 << 20);
-  ASSERT_TRUE(object.WriteToStream(&image));
-  CheckAll(sections, Str(image.view()));
-  CheckAll(sections, InOtherOrder(Str(image.view())));
+  std::vector<FullSection> sections = MakeFullDictionary();
+  std::string source;
+  for (const FullSection& section : sections) source += section.source();
+  CheckAll(sections, CompileSource(source));
+  CheckAll(sections, InOtherOrder(CompileSource(source)));
 
   // Each section loses its last line and gets another one.
-  for (Section& section : sections) {
-    std::string text = "-" + section.line(kLines - 1) + "\n++";
+  for (FullSection& section : sections) {
+    const std::string last = section.line(kFullLines - 1);
     section.words.back() = section.words.back().substr(2) + "zz";
-    AddTo(object, section, text + section.line(kLines - 1), 1);
+    source += section.patch("-" + last + "\n++" + section.line(kFullLines - 1) +
+                            "\n");
   }
+  TKwObj object;
+  BLOCK image(0, 1 << 20);
+  ASSERT_EQ("", AddSource(object, source));
   ASSERT_TRUE(object.ApplyPatch(&image)) << object.error;
   CheckAll(sections, Str(image.view()));
 }

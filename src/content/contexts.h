@@ -10,7 +10,8 @@
 //   html_collect.cc    what is collected of tags and attributes
 //   html_pattern.cc    the two patterns of the structure
 //   html_parse.cc      the whole of a body: items, charset, URLs that show
-//   html_style.cc      colours, sizes, style elements, the stack of tags
+//   html_style.cc      properties, sizes, style elements
+//   html_visibility.cc the open tags, and what cannot be seen
 //   text_parse.cc      plain text
 
 #ifndef CONTENT_CONTEXTS_H_
@@ -224,7 +225,7 @@ class THTMLCONTEXT {
   void pushTableItem(const THITEM& item);
   void popTableItem(const THITEM& item);
 
-  // ==== Styles: html_style.cc
+  // ==== Styles: html_style.cc, html_visibility.cc
 
   int32_t curColor, curBackground;  // in force
   int16_t curFontSize, prevFontSize;
@@ -280,6 +281,13 @@ class THTMLCONTEXT {
   int addHtmlToken(const THITEM& item);
   void markParams(TBLOCK tag, TTOKEN& token);
   void addTableToken(const THITEM& item);
+  // html_style.cc
+  TBLOCK cleanSelectors(TBLOCK text);
+  void addStylePattern(TBLOCK selectors, TBLOCK body);
+  // html_visibility.cc
+  void getTagStyle(const THITEM& item, const char* colorAttribute,
+                   const char* backgroundAttribute, const char* sizeAttribute,
+                   TTAGSTYLE& style);
   // html_parse.cc
   void decodeOutput();
   void keepViews();
@@ -313,7 +321,8 @@ class THTMLCONTEXT {
   unsigned char tableStack[kMaxTableStack];  // rows of tags
   int32_t tableStackCount;
 
-  BLOCK viewStore;  // texts that had to leave the output
+  TSTYLETEXT styleText;  // selectors that had comments
+  BLOCK viewStore;       // texts that had to leave the output
 
   friend uint32_t QmHtmlParse(TBLOCK src, TBLOCK dest, THTMLCONTEXT& context,
                               REGEXPOOL* pool, const TQMDICO* dico);

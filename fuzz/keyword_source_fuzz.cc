@@ -1,23 +1,43 @@
-// Rule source: lines in a section of each type, as they stand and as a patch;
-// what was compiled is written, read, copied and merged with itself.
+// Rule source: run through the preprocessor, from a file that may include
+// itself by the name "9"; then its lines in a section of each type, as they
+// stand and as a patch. What was compiled is written, read, copied and merged
+// with itself.
 
 #include <stdint.h>
 #include <string.h>
-
-#include <memory>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include "rules/kw_obj.h"
+#include "rules/pre_processor.h"
 
 static void Check(bool holds) {
   if (!holds) __builtin_trap();
 }
 
+static void CheckPreprocessed(const uint8_t* bytes, size_t size, BLOCK& out) {
+  static const int fd = dup2(memfd_create("source", 0), 9);
+  Check(fd == 9 && ftruncate(fd, 0) == 0 &&
+        pwrite(fd, bytes, size, 0) == static_cast<ssize_t>(size));
+  TPreProcessor source;
+  HASHTAB vars;
+  source.define(TBLOCK("a"));
+  if (!source.Process("/proc/self/fd/9", &out, &vars)) {
+    Check(source.error.len() > 0 && source.errorColumn > 0);
+    Check(source.errorAt.file < static_cast<uint32_t>(source.files.count()));
+    return;
+  }
+  uint32_t lines = 0;
+  for (uint32_t i = 0; i < out.length; i++) lines += out.data[i] == '\n';
+  Check(lines == 0 || source.origin(lines - 1));
+  Check(!source.origin(lines));
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  const uint32_t n = static_cast<uint32_t>(size);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
-  if (n) memcpy(copy.get(), bytes, n);
+  BLOCK text(0, 1000);
+  CheckPreprocessed(bytes, size, text);
   TBLOCKVECT lines(16);
-  lines.fillFromBigBlock(TBLOCK(copy.get(), n), '\n', 0);
+  lines.fillFromBigBlock(text.view().head(1 << 16), '\n', 0);
   static const char* const kNames[] = {"a",  "#b", "$c", "%d", "^e",
                                        ":f", "!g", "*h", "@i", "&j"};
   for (const char* name : kNames) {

@@ -217,6 +217,19 @@ TEST(KeywordCompareTest, BlocksOfFillerAreSteppedOver) {
                                         &more, &index));
 }
 
+// A bar is filler where too few letters are left for the pattern, which leads
+// to a match only if the word goes on.
+TEST(KeywordCompareTest, BarsAsFiller) {
+  HeapText text("v|......i|...... agr"), pattern("viagr");
+  TBLOCKVECT words(0);
+  TBLOCK::GetBlockWordList(text.view(), words, bitWhiteSpace);
+  int32_t index = 0;
+  const uint32_t options = moSplit | moFinalUseless;
+  EXPECT_EQ(kFound, BlockCompareKeyword(words.get(0), pattern.view(), options,
+                                        0, &words, &index));
+  EXPECT_EQ(1, index);
+}
+
 uint32_t CompareWildcard(const std::string& wordText,
                          const std::string& patternText, uint32_t options,
                          int64_t& work) {
@@ -271,12 +284,22 @@ TEST(KeywordCompareTest, Wildcards) {
       {"ttttt", "*tit*", moTips, kFound | moNear},
       {"1111legal", "*illegal", moTips, kFound | moNear},
       {"IIIi", "*ll*", moTips, kFound | moNear},
+      // A trick at the first byte of what is slid over.
+      {"xivagra", "*viagra*", moPermut, kFound | moPermut},
+      {"xiagra", "*viagra*", moMissing, kFound | moMissing},
+      {"xviagra", "*viagra*", moUseless, kFound | moUseless},
+      {"xVIAGRA", "*viagra*", moNear, kFound | moUseless},
+      // A letter missing on either side of a star.
+      {"viaraxxxxmod", "viagra*mold", moMissing, kFound | moMissing},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(std::string(row.word) + " / " + row.pattern);
     int64_t work = 1000;
     EXPECT_EQ(row.tricks,
               CompareWildcard(row.word, row.pattern, row.options, work));
+    EXPECT_TRUE(!row.tricks ||
+                MayMatch(WordShape(TBLOCK(row.word)),
+                         PatternShape(TBLOCK(row.pattern)), row.options));
   }
 }
 

@@ -48,7 +48,8 @@ TEST(PatternIndexTest, NoMatchIsRefused) {
   for (int i = 0; i < 200000; i++) {
     std::string pattern = RandomPattern(numbers);
     if (numbers.Below(6) == 0) pattern = "*" + pattern;
-    if (numbers.Below(6) == 0) pattern += "*";
+    if (numbers.Below(6) == 0)
+      pattern += "*" + (numbers.Below(2) ? RandomPattern(numbers) : "");
     const HeapText line(pattern), word(RandomWord(numbers, pattern));
     const uint32_t options = RandomOptions(numbers);
     int64_t work = 10000;

@@ -307,22 +307,27 @@ class THTMLCONTEXT {
   uint32_t notedHash;
   bool notedLines;      // it has line ends
   int32_t notedNumber;  // in tagTable, or -1
-  TBLOCK walkedTag;     // whose attributes are in `params`
-  TTAGPARAMS params;
+  TBLOCK walkedTag;     // whose attributes are in rooms->params
 
   TEXTSET tagTable;    // of tagTexts
   BLOCK tagFacts;      // of each of them
   TEXTSET paramTable;  // of tagParams
   BLOCK paramText;     // scratch
   THTMLTAG lastPatternTag, lastTableTag;
-  char htmlTokens[kMaxHtmlPattern], tableTokens[kMaxTablePattern];
   uint32_t htmlTokensLength, tableTokensLength;
 
-  unsigned char tableStack[kMaxTableStack];  // rows of tags
   int32_t tableStackCount;
 
-  TSTYLETEXT styleText;  // selectors that had comments
-  BLOCK viewStore;       // texts that had to leave the output
+  // Owned; null without memory, and then patterns and the stack stay empty.
+  struct TROOMS {
+    char htmlTokens[kMaxHtmlPattern];
+    char tableTokens[kMaxTablePattern];
+    unsigned char tableStack[kMaxTableStack];  // rows of tags
+    TTAGPARAMS params;                         // of walkedTag
+  };
+  TROOMS* rooms;
+
+  BLOCK viewStore;  // texts that had to leave the output
 
   friend uint32_t QmHtmlParse(TBLOCK src, TBLOCK dest, THTMLCONTEXT& context,
                               REGEXPOOL* pool, const TQMDICO* dico);

@@ -195,11 +195,12 @@ TBLOCK THTMLCONTEXT::cleanUrl(TBLOCK tag, TBLOCK url) {
   return clean;
 }
 
-// Takes the attributes apart, for all who want them.
+// Takes the attributes apart, for all who want them. REQUIRES: rooms.
 void THTMLCONTEXT::walkParams(TBLOCK tag) {
   if (walkedTag.pointer == tag.pointer && walkedTag.length == tag.length)
     return;
   walkedTag = tag;
+  TTAGPARAMS& params = rooms->params;
   params.count = 0;
   TBLOCK name, value;
   int found = GetFirstTagParam(tag, name, value);
@@ -325,14 +326,15 @@ int THTMLCONTEXT::addTag(const THITEM& item) {
 }
 
 void THTMLCONTEXT::addTagParams(const THITEM& item) {
-  if (IsFamily(item.tag) || tagParams.count() >= kMaxTagParams) return;
+  if (!rooms || IsFamily(item.tag) || tagParams.count() >= kMaxTagParams)
+    return;
   unsigned char owner[32];  // the name of the tag, in small letters
   const TBLOCK tagName(TagInfos[item.tag].name);
   TBLOCK prefix(owner, static_cast<uint32_t>(Put(owner, tagName) - owner));
   prefix.convert(TBLOCK::LowerConvTable);
   walkParams(item.block);
   TBLOCK name, value;
-  for (TPARAMWALK walk(params); walk.next(name, value);) {
+  for (TPARAMWALK walk(rooms->params); walk.next(name, value);) {
     if (!IsWord(name) || IsUsualParam(name) || HasSlash(value) ||
         IsAddress(value))
       continue;

@@ -3,6 +3,8 @@
 // collected on the way. Entries: doItem and endParsing, for QmHtmlParse. Tested
 // by html_context_test.cc.
 
+#include <new>
+
 #include "content/html_tag_facts.h"
 
 const char* const HtmlMetaTokens[hmCount] = {
@@ -128,6 +130,7 @@ THTMLCONTEXT::THTMLCONTEXT()
       tagFacts(0, kViewStep),
       paramTable(kMaxTagParams),
       paramText(0, kViewStep),
+      rooms(new (std::nothrow) TROOMS),
       viewStore(0, kViewStep) {
   TBLOCKVECT* const lists[] = {&linkWords, &altTexts,   &invisibleTexts,
                                &comments,  &classNames, &elementNames,
@@ -136,7 +139,9 @@ THTMLCONTEXT::THTMLCONTEXT()
   clear();
 }
 
-THTMLCONTEXT::~THTMLCONTEXT() {}
+THTMLCONTEXT::~THTMLCONTEXT() {
+  delete rooms;
+}
 
 void THTMLCONTEXT::clear() {
   flags = 0;
@@ -554,17 +559,17 @@ void THTMLCONTEXT::addImgSource(TBLOCK tag, TBLOCK src, TBLOCK alt) {
 
 void THTMLCONTEXT::pushTableItem(const THITEM& item) {
   const int32_t level = tableTagLevel(item.tag);
-  if (level < 0) return;
+  if (level < 0 || !rooms) return;
   const bool table = item.tag == htTABLE;
   if (tableStackCount == 0) {
     if (!table) return;
   } else {
     // A table inside of a cell leaves that open.
-    const THTMLTAG top = tableStack[tableStackCount - 1];
+    const THTMLTAG top = rooms->tableStack[tableStackCount - 1];
     if (!table || tableTagLevel(top) != kCellLevel) popTableUntil(level);
   }
   if (tableStackCount == kMaxTableStack) return;
-  tableStack[tableStackCount++] = static_cast<unsigned char>(item.tag);
+  rooms->tableStack[tableStackCount++] = static_cast<unsigned char>(item.tag);
   pushTag(item, "", "bgcolor", "");
   if (table) tableDepth++;
 }
@@ -576,7 +581,7 @@ void THTMLCONTEXT::popTableItem(const THITEM& item) {
 void THTMLCONTEXT::popTableUntil(int32_t level) {
   if (level < 0) return;
   while (tableStackCount > 0) {
-    const THTMLTAG top = tableStack[tableStackCount - 1];
+    const THTMLTAG top = rooms->tableStack[tableStackCount - 1];
     const int32_t topLevel = tableTagLevel(top);
     if (topLevel < level) return;
     tableStackCount--;
@@ -600,6 +605,7 @@ void THTMLCONTEXT::endParsing() {
   tagTable.clear();
   tagFacts.empty();
   forgetTag();
-  htmlPattern = TBLOCK(htmlTokens, htmlTokensLength);
-  tablePattern = TBLOCK(tableTokens, tableTokensLength);
+  if (!rooms) return;
+  htmlPattern = TBLOCK(rooms->htmlTokens, htmlTokensLength);
+  tablePattern = TBLOCK(rooms->tableTokens, tableTokensLength);
 }

@@ -141,7 +141,7 @@ bool IsTablePart(THTMLTAG tag) {
 }  // namespace
 
 void THTMLCONTEXT::addPattern(const THITEM& item) {
-  if (addHtmlToken(item)) addTableToken(item);
+  if (rooms && addHtmlToken(item)) addTableToken(item);
 }
 
 // 0 when there was a token and no room for it.
@@ -154,8 +154,8 @@ int THTMLCONTEXT::addHtmlToken(const THITEM& item) {
       text ? TagInfos[htTEXT].code
            : (tag ? TagInfos[item.tag].code : CodeOf(item.type));
   if (!code) return 1;
-  TTOKEN token(htmlTokens + htmlTokensLength,
-               sizeof htmlTokens - htmlTokensLength);
+  TTOKEN token(rooms->htmlTokens + htmlTokensLength,
+               sizeof rooms->htmlTokens - htmlTokensLength);
   if (token.room < 2) return 0;
   TTAGFACTS* const facts =
       open && notedNumber >= 0 && item.block.pointer == notedTag.pointer
@@ -164,7 +164,7 @@ int THTMLCONTEXT::addHtmlToken(const THITEM& item) {
   if (facts && facts->tokenSize) {
     token.length = facts->tokenSize;
     if (token.fits())
-      memcpy(token.bytes, htmlTokens + facts->tokenAt, token.length);
+      memcpy(token.bytes, rooms->htmlTokens + facts->tokenAt, token.length);
   } else {
     token.add('/');
     if (item.type == hitCloseTag)
@@ -187,7 +187,7 @@ int THTMLCONTEXT::addHtmlToken(const THITEM& item) {
 void THTMLCONTEXT::markParams(TBLOCK tag, TTOKEN& token) {
   walkParams(tag);
   TBLOCK name, value;
-  for (TPARAMWALK walk(params); walk.next(name, value);)
+  for (TPARAMWALK walk(rooms->params); walk.next(name, value);)
     MarkParam(name, value, token);
 }
 
@@ -199,8 +199,8 @@ void THTMLCONTEXT::addTableToken(const THITEM& item) {
            : !(open && (part || item.tag == htBR || item.tag == htIMG)) &&
                  !(item.type == hitCloseTag && part))
     return;
-  TTOKEN token(tableTokens + tableTokensLength,
-               sizeof tableTokens - tableTokensLength);
+  TTOKEN token(rooms->tableTokens + tableTokensLength,
+               sizeof rooms->tableTokens - tableTokensLength);
   if (tableTokensLength > 0) token.add('/');
   if (text) {
     token.add(TagInfos[htTEXT].code);

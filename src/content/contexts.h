@@ -315,7 +315,6 @@ class THTMLCONTEXT {
   BLOCK paramText;     // scratch
   THTMLTAG lastPatternTag, lastTableTag;
   uint32_t htmlTokensLength, tableTokensLength;
-
   int32_t tableStackCount;
 
   // Owned; null without memory, and then patterns and the stack stay empty.
@@ -327,7 +326,8 @@ class THTMLCONTEXT {
   };
   TROOMS* rooms;
 
-  BLOCK viewStore;  // texts that had to leave the output
+  TSTYLETEXT styleText;  // selectors that had comments
+  BLOCK viewStore;       // texts that had to leave the output
 
   friend uint32_t QmHtmlParse(TBLOCK src, TBLOCK dest, THTMLCONTEXT& context,
                               REGEXPOOL* pool, const TQMDICO* dico);

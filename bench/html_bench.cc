@@ -279,6 +279,20 @@ const struct Shape {
     {"URL of entities", "<a href=", "&#0", ">"},
     {"short tags", "", "<p>", ""},
     {"blanks", "", " \n", "x"},
+    {"selectors of a rule", "<style>", "a,", "{color:red}</style>"},
+    {"selectors without end", "<style>", ".a b:c#d ", "{color:red}</style>"},
+    {"rules", "<style>", "p.c{color:1}", "</style>"},
+    {"rules and tags", "", "<style>.c{color:1}</style><p class=c>", ""},
+    {"comments in selectors", "<style>", "/**/.c{d:1}", "</style>"},
+    {"open comments in selectors", "<style>", "a/*", "{b:c}</style>"},
+    {"open rules", "<style>", "{", "</style>"},
+    {"properties", "<p style='", "color:x;", "'>"},
+    {"one long class", "<style>p{a:b}</style><p class=", "c", ">"},
+    {"open tags", "", "<span>", ""},
+    {"closing tags that match nothing", "", "<li></h1>", ""},
+    {"closing tags that match late", "", "<div><span></div>", ""},
+    {"open tables", "", "<table><tr><td>", ""},
+    {"text that is not seen", "<font color=white>", "a.b <i>", ""},
 };
 
 double BestOf(void (*read)(const std::string&), const std::string& text) {

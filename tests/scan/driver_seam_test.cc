@@ -58,6 +58,9 @@ int TQMMSG::testRuleSection(const char* name) {
 int TQMMSG::matchRuleSection(const char* name, STR&) {
   return script->call(this, name);
 }
+int TQMMSG::checkRuleLine(const TQKLINE*, TBLOCK&, int) {
+  return 0;
+}
 void TQMMSG::checkEmails(int white) {
   script->call(this, "emails" + std::to_string(white) +
                          (ledger.whiteScoring ? "w" : ""));

@@ -33,7 +33,7 @@ void TQMMSG::buildProfils() {
   addRuleProfiles();
 
   char hour[32] = "";
-  const time_t now = time(nullptr);
+  const time_t now = fixedTime ? static_cast<time_t>(fixedTime) : time(nullptr);
   struct tm parts;
   if (gmtime_r(&now, &parts)) strftime(hour, sizeof hour, "%H:%a", &parts);
   timeProfile = hour;

@@ -441,6 +441,9 @@ class TQMMSG : public OLISTGURU {
                    int mode);
   // scan/profiles.cc: fills `profiles`, the last step of the header.
   void buildProfils();
+  // Seconds since 1970; 0: the host's clock. For tools and tests, set before
+  // a load.
+  int64_t fixedTime = 0;
 
   // ==== Filter dispatch: scan/filters.cc
 

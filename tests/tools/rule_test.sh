@@ -144,6 +144,9 @@ printf '%s\n' '[#param]' 'version=1' '[$Mine]' 'joe@mail.example' >d.kws
 expect 'own sections' 0 --keywords d.kwo 'To$=mine' m <<'END'
 m: 1
 END
+expect 'a fixed clock' 0 --now 1772442000 'Profil=^09:Mon$' m <<'END'
+m: 1
+END
 expect 'no dictionary' 78 --keywords none 'To=.' m <<'END'
 quaymarsh: none: cannot load the dictionary
 END

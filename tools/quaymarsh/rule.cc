@@ -27,6 +27,7 @@ struct RuleOptions {
   std::string expression;
   std::vector<std::string> inputs;
   std::string keywordFile;
+  int64_t now = 0;
   bool count = false;
   bool verbose = false;
 };
@@ -265,6 +266,7 @@ void RuleRun::visitError(int code, const std::string& name,
 void RuleRun::visitMail(const Mail& mail) {
   const std::unique_ptr<TQMMSG> message(
       new TQMMSG(context_->pool, dico_->stuff, context_->blacklist, 0, 0));
+  message->fixedTime = options_.now;
   if (!message->loadFromBlock(View(mail.text), nullptr, 0))
     throw std::bad_alloc();
   message->parse(0);
@@ -306,6 +308,8 @@ void AddRuleCommand(CLI::App& app, int* exitCode) {
                     "Show each leaf, its elements, and where the walk ended");
   command->add_option("--keywords", options->keywordFile,
                       "Dictionary image to use");
+  command->add_option("--now", options->now,
+                      "The time of the scan, in seconds since 1970");
   command->footer(kFooter);
   command->callback(
       [options, exitCode]() { *exitCode = RuleRun(*options).run(); });

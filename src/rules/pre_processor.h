@@ -1,6 +1,7 @@
 // TPreProcessor: rule source text with its comments, conditions and inclusions
 // carried out. doc/keyword-source.md tells the language. For the compiler only;
-// no scan runs it. Tested by kw_obj_test.cc and tests/tools/qmkwc_test.sh.
+// no scan runs it. Tested by tests/tools/qmkwc_test.sh, fuzzed by
+// keyword_source_fuzz.cc.
 
 #ifndef RULES_PRE_PROCESSOR_H_
 #define RULES_PRE_PROCESSOR_H_

@@ -92,20 +92,4 @@ TEST(KwObj, StringsAreSharedAndNamesFold) {
   EXPECT_STREQ(object.error, "the section is there already");
 }
 
-// A copy of an image is the same image, and so is a second run.
-TEST(KwObj, ImagesAreCopiedWhole) {
-  TKwObj object, again;
-  const char* const kNames[] = {"#a", "@b", "c", "*d"};
-  const HeapText text("x y>z|y\n<3>two\n");
-  TBLOCKVECT lines(4);
-  lines.fillFromBigBlock(text.view(), '\n', 0);
-  for (const char* name : kNames)
-    ASSERT_TRUE(object.AddSection(TBLOCK(name), &lines, 0));
-  BLOCK first(0, 1000), second(0, 1000);
-  ASSERT_TRUE(object.WriteToStream(&first));
-  ASSERT_TRUE(again.AddKwFile(KWIMAGE(first.view())));
-  ASSERT_TRUE(again.WriteToStream(&second));
-  EXPECT_EQ(Str(first.view()), Str(second.view()));
-}
-
 }  // namespace

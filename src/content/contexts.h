@@ -187,8 +187,21 @@ class THTMLCONTEXT {
   // ==== Attributes of a tag: html_collect.cc
 
   // GetTagParamValue. For the tag of the present item it knows at once of most
-  // names that they are not there.
-  int tagParam(TBLOCK tag, const char* name, TBLOCK& value) const;
+  // names that they are not there. REQUIRES: a name in small letters.
+  int tagParam(TBLOCK tag, const char* name, TBLOCK& value) const {
+    const uint32_t bit = NameBit(static_cast<unsigned char>(name[0]),
+                                 static_cast<unsigned char>(name[1]));
+    if (tag.pointer == notedTag.pointer && tag.length == notedTag.length &&
+        !(notedNames >> bit & 1)) {
+      value.clear();
+      return 0;
+    }
+    return findParam(tag, name, value);
+  }
+  // A number below 64 for the first two letters of a name.
+  static constexpr uint32_t NameBit(unsigned char first, unsigned char second) {
+    return ((first * 256u + second) * 0x9E3779B1u) >> 26;
+  }
 
   // ==== Links: html_anchor.cc
 
@@ -273,6 +286,7 @@ class THTMLCONTEXT {
   void forgetTag();
   void noteTag(TBLOCK tag);
   void walkParams(TBLOCK tag);
+  static int findParam(TBLOCK tag, const char* name, TBLOCK& value);
   TBLOCK cleanUrl(TBLOCK tag, TBLOCK url);
   void addTagValue(TBLOCK tag, const char* name, TBLOCKVECT& list);
   void addTagNames(TBLOCK tag);

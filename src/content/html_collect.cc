@@ -14,22 +14,67 @@ const char kMailto[] = "mailto:";
 
 // ---- Names of attributes
 
-// A number below 64 for the first two letters of a name.
-uint32_t NameBit(unsigned char first, unsigned char second) {
-  const unsigned char* const fold = TBLOCK::LowerConvTable;
-  return ((fold[first] * 256u + fold[second]) * 0x9E3779B1u) >> 26;
+// What a byte of a tag means to the words in it.
+enum : unsigned char { kLetter, kBlank, kQuote, kEquals, kMaybeH };
+
+struct TAGBYTES {
+  unsigned char of[256];
+};
+
+constexpr TAGBYTES MakeTagBytes() {
+  TAGBYTES bytes = {};
+  for (const char* p = "\t\n\r "; *p; p++)
+    bytes.of[static_cast<unsigned char>(*p)] = kBlank;
+  for (const char* p = "\"'"; *p; p++)
+    bytes.of[static_cast<unsigned char>(*p)] = kQuote;
+  for (const char* p = "hH"; *p; p++)
+    bytes.of[static_cast<unsigned char>(*p)] = kMaybeH;
+  for (uint32_t i = 0x80; i < 256; i++) bytes.of[i] = kMaybeH;
+  bytes.of[uint32_t{'='}] = kEquals;
+  return bytes;
 }
 
-// The numbers of all places of a tag at which GetTagParamValue can find a
-// name; some others may be among them. Tells also whether there are line ends.
+constexpr TAGBYTES kTagBytes = MakeTagBytes();
+
+bool StartsHttp(TBLOCK tag, uint32_t at) {
+  return tag.from(at).begins("http");
+}
+
+// Whether a value follows a name that ends at that place.
+bool StartsValue(TBLOCK tag, uint32_t at) {
+  while (at < tag.length && kTagBytes.of[tag[at]] == kBlank) at++;
+  return at < tag.length &&
+         (tag[at] == '=' || tag[at] == '"' || StartsHttp(tag, at));
+}
+
+// The numbers of all names that GetTagParamValue can find in the tag; some
+// others may be among them. It finds a name where a word begins behind white
+// space or a quote, if a value follows: behind the word, or inside of it when
+// it holds "http". So nearly all words inside of values are ruled out. Tells
+// also whether there are line ends.
 uint64_t NameBits(TBLOCK tag, bool& lines) {
   const unsigned char* const p = tag.pointer;
+  const uint32_t n = tag.length;
   uint64_t bits = 0;
+  uint32_t begin = n;  // of the word, if a name can begin there
+  bool holdsHttp = false;
   lines = false;
-  for (uint32_t i = 1; i < tag.length; i++) {
-    if (!TBLOCK::Is(p[i], bitWhiteSpace | bitQuote)) continue;
-    if (p[i] == '\n' || p[i] == '\r') lines = true;
-    if (i + 2 < tag.length) bits |= uint64_t{1} << NameBit(p[i + 1], p[i + 2]);
+  for (uint32_t i = 1; i <= n; i++) {
+    // The end of the tag ends a word.
+    unsigned char kind = kEquals;
+    if (i < n) kind = kTagBytes.of[p[i]];
+    if (kind == kLetter) continue;
+    if (kind == kMaybeH) {
+      if (i > begin && !holdsHttp) holdsHttp = StartsHttp(tag, i);
+      continue;
+    }
+    if (i >= begin + 2 && (holdsHttp || StartsValue(tag, i)))
+      bits |= uint64_t{1} << THTMLCONTEXT::NameBit(
+                  TBLOCK::LowerConvTable[p[begin]],
+                  TBLOCK::LowerConvTable[p[begin + 1]]);
+    begin = kind == kEquals ? n : i + 1;
+    holdsHttp = false;
+    if (kind == kBlank && (p[i] == '\n' || p[i] == '\r')) lines = true;
   }
   return bits;
 }
@@ -169,20 +214,14 @@ void THTMLCONTEXT::forgetTag() {
   notedLines = false;
 }
 
-int THTMLCONTEXT::tagParam(TBLOCK tag, const char* name, TBLOCK& value) const {
-  if (tag.pointer == notedTag.pointer && tag.length == notedTag.length) {
-    const uint32_t bit = NameBit(static_cast<unsigned char>(name[0]),
-                                 static_cast<unsigned char>(name[1]));
-    value.clear();
-    if (!(notedNames >> bit & 1)) return 0;
-    // What stands ahead of the first place with that name is no matter, except
-    // that there must be two bytes of it.
-    const int32_t at = TTAGWORD(name).findIn(tag, 0);
-    if (at < 2) return 0;
-    return GetTagParamValue(tag.from(static_cast<uint32_t>(at) - 2), name,
-                            value);
-  }
-  return GetTagParamValue(tag, name, value);
+// What stands ahead of the first place with that name is no matter, except
+// that there must be two bytes of it.
+int THTMLCONTEXT::findParam(TBLOCK tag, const char* name, TBLOCK& value) {
+  value.clear();
+  const int32_t at = TTAGWORD(name).findIn(tag, 0);
+  return at < 2 ? 0
+                : GetTagParamValue(tag.from(static_cast<uint32_t>(at) - 2),
+                                   name, value);
 }
 
 // A URL of the tag without disguise. What is decoded may look like another

@@ -12,7 +12,6 @@ struct ENTRY {
   uint32_t hash;
 };
 
-const uint32_t kTextStep = 4096;  // bytes
 const uint32_t kFactor1 = 0x9E3779B1;
 const uint32_t kFactor2 = 0x85EBCA77;
 
@@ -52,7 +51,7 @@ uint16_t* SlotsOf(const BLOCK& slots) {
 TEXTSET::TEXTSET(uint32_t most)
     : limit(most),
       slotMask(PowerOfTwo(most * 2) - 1),
-      texts(0, kTextStep),
+      texts(0, 0),
       slots(0, 0) {}
 
 int32_t TEXTSET::count() const {
@@ -94,20 +93,29 @@ int32_t TEXTSET::find(TBLOCK text, uint32_t hash) const {
 }
 
 int32_t TEXTSET::add(TBLOCK text, uint32_t hash) {
-  const uint32_t bytes = (slotMask + 1) * uint32_t{sizeof(uint16_t)};
-  if (static_cast<uint32_t>(count()) >= limit) return -1;
-  if (slots.length == 0) {
-    if (slots.capacity < bytes && !slots.addSpace(bytes)) return -1;
-    memset(slots.data, 0, bytes);
-    slots.length = bytes;
-  }
-  const ENTRY entry = {text, hash};
-  if (!texts.add(&entry, sizeof entry)) return -1;
+  const uint32_t number = static_cast<uint32_t>(count());
+  if (number >= limit || !makeRoom()) return -1;
   uint16_t* const places = SlotsOf(slots);
   uint32_t i = hash & slotMask;
   while (places[i]) i = (i + 1) & slotMask;
-  places[i] = static_cast<uint16_t>(count());
-  return count() - 1;
+  places[i] = static_cast<uint16_t>(number + 1);
+  ENTRY* const entry = reinterpret_cast<ENTRY*>(texts.data) + number;
+  entry->text = text;
+  entry->hash = hash;
+  texts.length += sizeof(ENTRY);
+  return static_cast<int32_t>(number);
+}
+
+// All that the set will ever need, at the first text.
+bool TEXTSET::makeRoom() {
+  const uint32_t slotBytes = (slotMask + 1) * uint32_t{sizeof(uint16_t)};
+  const uint32_t textBytes = limit * uint32_t{sizeof(ENTRY)};
+  if (texts.capacity < textBytes && !texts.addSpace(textBytes)) return false;
+  if (slots.length == slotBytes) return true;
+  if (slots.capacity < slotBytes && !slots.addSpace(slotBytes)) return false;
+  memset(slots.data, 0, slotBytes);
+  slots.length = slotBytes;
+  return true;
 }
 
 void TEXTSET::clear() {

@@ -32,6 +32,8 @@ class TEXTSET {
   uint32_t slotMask;
   BLOCK texts;  // views with their hashes
   BLOCK slots;  // numbers + 1, two bytes each; 0 for a free slot
+
+  bool makeRoom();
 };
 
 #endif  // CONTENT_TEXT_SET_H_

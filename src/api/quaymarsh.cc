@@ -14,6 +14,7 @@
 #include "api/speedup_context.h"
 #include "base/str.h"
 #include "base/tblock.h"
+#include "regex/regex_pool.h"
 #include "scan/app_log.h"
 #include "scan/header.h"
 #include "scan/tqmmsg.h"
@@ -237,10 +238,13 @@ int QmScanAsBestYouCan(QMINFO* info, const SPEEDUPCONTEXT* context) {
   if (!info) return QM_ERROR_RECORD;
   const int version = RecordVersion(info->size);
   if (version == 0) return QM_ERROR_RECORD;
-  TQMMSG message(context ? context->pool : nullptr,
-                 context ? context->stuff : nullptr,
-                 context ? context->blacklist : nullptr, 0, 0);
-  if (context && !context->profile.empty()) message.profile = context->profile;
+  if (!context) {
+    REGEXPOOL pool(1);
+    TQMMSG message(&pool, nullptr, nullptr, 0, 0);
+    return ScanRecord(message, info, version);
+  }
+  TQMMSG message(context->pool, context->stuff, context->blacklist, 0, 0);
+  if (!context->profile.empty()) message.profile = context->profile;
   return ScanRecord(message, info, version);
 }
 
@@ -285,7 +289,8 @@ int qmStandaloneScan(const unsigned char* msg, unsigned long length,
                      const char* user, const char* globalList,
                      const char* userList, int* score) {
   if (!msg || !score) return QM_ERROR_RECORD;
-  TQMMSG message(nullptr, nullptr, nullptr, 0, 0);
+  REGEXPOOL pool(1);
+  TQMMSG message(&pool, nullptr, nullptr, 0, 0);
   if (!ScanStandalone(message, msg, length, user, globalList, userList,
                       &kDefaultGlobalSetup, &kDefaultUserSetup))
     return QM_ERROR_RECORD;
@@ -298,7 +303,8 @@ int qmStandaloneScanWithCause(const unsigned char* msg, unsigned long length,
                               const char* userList, int* score, char* cause,
                               int causeSize) {
   if (!msg || !score) return QM_ERROR_RECORD;
-  TQMMSG message(nullptr, nullptr, nullptr, 0, 0);
+  REGEXPOOL pool(1);
+  TQMMSG message(&pool, nullptr, nullptr, 0, 0);
   if (!ScanStandalone(message, msg, length, "", globalList, userList,
                       &kCheckingGlobalSetup, &kCheckingUserSetup))
     return QM_ERROR_RECORD;
@@ -313,7 +319,8 @@ int QuayMarshNotes(const unsigned char* msg, unsigned long length,
                    const char* userList) {
   if (!msg) return QM_ERROR_RECORD;
   if (length == 0) return 0;
-  TQMMSG message(nullptr, nullptr, nullptr, 0, 0);
+  REGEXPOOL pool(1);
+  TQMMSG message(&pool, nullptr, nullptr, 0, 0);
   if (!ScanStandalone(message, msg, length, user, globalList, userList,
                       &kCheckingGlobalSetup, &kCheckingUserSetup))
     return QM_ERROR_RECORD;

@@ -106,7 +106,7 @@ void REGEX::set(TBLOCK patternText, REGEXPOOL* pool) {
   pattern = patternText;
   subject.clear();
   if (pattern.empty()) return;
-  if (pool) compiled = pool->findRegex(pattern);
+  if (pool) compiled = pool->useRegex(pattern);
   if (compiled)
     pooled = 1;
   else

@@ -85,8 +85,10 @@ const AdnAgentRow _Adn_Agent_Table[kAdnAgentCount] = {
 
 const uint32_t REGEXPOOL::kMemberCount;
 
-REGEXPOOL::REGEXPOOL()
-    : HASHTAB(kStartCapacity, hashExact), texts(kTextStep, kTextStep) {}
+REGEXPOOL::REGEXPOOL(int32_t learnsPatterns)
+    : HASHTAB(kStartCapacity, hashExact),
+      learns(learnsPatterns),
+      texts(kTextStep, kTextStep) {}
 
 REGEXPOOL::~REGEXPOOL() {
   clear();
@@ -100,6 +102,14 @@ void REGEXPOOL::clearKey(HASHKEY* entry) {
 zr_regex* REGEXPOOL::findRegex(TBLOCK pattern) const {
   void* data = nullptr;
   return find(pattern, data) < 0 ? nullptr : static_cast<zr_regex*>(data);
+}
+
+zr_regex* REGEXPOOL::useRegex(TBLOCK pattern) {
+  zr_regex* const known = findRegex(pattern);
+  if (known || !learns) return known;
+  int error;
+  addCompiledRegex(pattern, error);
+  return findRegex(pattern);
 }
 
 void REGEXPOOL::addCompiledRegex(TBLOCK pattern, int& error) {

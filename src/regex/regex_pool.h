@@ -1,6 +1,10 @@
 // REGEXPOOL: the table from pattern text to compiled pattern, which owns both.
-// It is filled while a speedup context is built and only read by scans, so
-// that any number of them may share it. Patterns that differ in case are two.
+// Patterns that differ in case are two.
+//
+// The pool of a speedup context is filled while that is built and only read by
+// scans, so that any number of them may share it. A scan without a context has
+// a pool of its own, which learns: a pattern is compiled where it is first used
+// and kept for the rest of that scan.
 
 #ifndef REGEX_REGEX_POOL_H_
 #define REGEX_REGEX_POOL_H_
@@ -27,7 +31,7 @@ class REGEXPOOL : public HASHTAB {
   static const uint32_t kMemberCount = 63;
   static const Member kMembers[kMemberCount];
 
-  REGEXPOOL();
+  explicit REGEXPOOL(int32_t learnsPatterns = 0);
   ~REGEXPOOL() override;
   // Releases the compiled form of an entry that goes.
   void clearKey(HASHKEY* entry) override;
@@ -41,11 +45,14 @@ class REGEXPOOL : public HASHTAB {
 
   // The compiled form, owned by the pool; null when it is not there.
   zr_regex* findRegex(TBLOCK pattern) const;
+  // The same for a use; a pool that learns compiles what is not there.
+  zr_regex* useRegex(TBLOCK pattern);
 
  private:
   bool keep(TBLOCK pattern, zr_regex* regex);
 
-  STRVECT texts;  // of the patterns: what the keys point at
+  const int32_t learns;  // 1: belongs to one scan
+  STRVECT texts;         // of the patterns: what the keys point at
 };
 
 // Mail programs by the text that names them; see GetAdnAgent.

@@ -310,7 +310,6 @@ void TQMDICO::precompileRegexesIntoPool() {
     for (uint32_t i = 0; i < n && left > 0; i++, left--) {
       TBLOCK pattern = lineBlock(image().sectionLine(section, i));
       TBLOCK name;
-      int error = 0;  // a faulty pattern matches nothing
       if (section->type == stRule) {
         _CheckRule(pattern, name, pool);
         continue;
@@ -319,13 +318,14 @@ void TQMDICO::precompileRegexesIntoPool() {
         TBLOCK::BlockBeforeChar(pattern, ':', 0, 0);
         pattern.trim();
       }
-      pool->addCompiledRegex(pattern, error);
+      _AddRegexMixInStaticPool(pattern, pool);
     }
   }
 }
 
 void TQMDICO::prepareRules() {
-  if (!stuff || stuff->rules) return;
+  // What is shared may be in use.
+  if (!stuff || sharedStuff || stuff->rules) return;
   stuff->rules = new (std::nothrow) RULEBOOK(*this);
 }
 

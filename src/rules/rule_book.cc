@@ -14,8 +14,12 @@ namespace {
 
 const uint32_t kRuleStep = 64 * 1024;  // bytes
 
-// Bytes of all rules: lines may share their text, but not without end.
+// What stands ready is bounded, since lines may share their text: bytes of all
+// rules and of one, and parts of all. Rules beyond that are parsed when they
+// are reached.
 const uint64_t kMaxRuleBytes = 1 << 23;
+const uint32_t kMaxRuleText = 1 << 16;
+const uint32_t kMaxParts = 1 << 18;
 
 }  // namespace
 
@@ -48,6 +52,8 @@ void RULEBOOK::drop() {
   delete[] leaves;
   leaves = nullptr;
   leafCount = 0;
+  parts.reset();
+  rules.reset();
 }
 
 bool RULEBOOK::parseSection(const TQMDICO& dico, uint32_t section,
@@ -60,7 +66,10 @@ bool RULEBOOK::parseSection(const TQMDICO& dico, uint32_t section,
     const uint32_t number = dico.image().lineNumber(line);
     if (ruleOfLine[number]) return true;  // the same lines once more
     const TBLOCK text = dico.lineBlock(line);
-    if (text.length > bytesLeft) return true;
+    if (text.length > bytesLeft ||
+        parts.length / sizeof(TRULEPART) >= kMaxParts)
+      return true;
+    if (text.length > kMaxRuleText) continue;
     bytesLeft -= text.length;
     if (!addRule(text, number)) return false;
   }

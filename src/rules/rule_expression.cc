@@ -332,6 +332,7 @@ void TQMEXPR::clear() {
   func = 0;
   first = last = -1;
   minCount = maxCount = -1;
+  isRanged = 0;
   isRule = 0;
   isSection = 0;
   regex.read(TBLOCK());
@@ -384,6 +385,7 @@ void TQMEXPR::readField(TBLOCK text, const TQMDICO& dico) {
     text.cut(static_cast<uint32_t>(bracket));
     text.trimRight();
     const bool one = range.findByte(',') < 0;
+    isRanged = 1;
     first = ReadIndex(TBLOCK::BlockBeforeChar(range, ',', 0, 0));
     last = one ? first : ReadIndex(range);
     if (first >= 0 && last >= 0 && last < first) {

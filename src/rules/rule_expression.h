@@ -53,6 +53,7 @@ class TQMEXPR {
   int32_t last;       // -1: to the last
   int32_t minCount;   // -1: any
   int32_t maxCount;   // -1: any
+  int32_t isRanged;   // 1: brackets stood behind the field
   int32_t isRule;     // 1: well-formed
   int32_t isSection;  // 1: `value` names a section
   RULEPATTERN regex;  // of `value`, unless that names a section
@@ -66,8 +67,6 @@ class TQMEXPR {
   // match. The pattern is compiled, or looked up in the dictionary's pool; the
   // section is looked up in its present image. Both must outlive this.
   int parse(TBLOCK text, const TQMDICO& dico);
-  // Whether the leaf looks at a part of the elements only.
-  bool hasRange() const { return first >= 0 || last >= 0; }
 
   // An element as it is against the value.
   bool BlockMatchRule(TBLOCK element) const;

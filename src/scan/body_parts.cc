@@ -42,12 +42,14 @@ void AddPictureWeight(const BLOCKPART& part, STR& weights) {
   weights += kilobytes < kWeightCount ? kWeights[kilobytes] : '%';
 }
 
-// The identifiers of parts that pictures of the HTML name.
-void CollectSources(const TIMGVECT& images, HASHTAB& sources) {
-  for (int32_t i = 0; i < images.count(); i++) {
-    const TBLOCKURL& url = images.get(i)->url;
+// The identifiers of parts that the HTML shows as pictures or backgrounds.
+void CollectSources(const THTMLCONTEXT& context, HASHTAB& sources) {
+  for (int32_t i = 0; i < context.images.count(); i++) {
+    const TBLOCKURL& url = context.images.get(i)->url;
     if (url.proto == upCid) sources.insert(url.file, nullptr);
   }
+  for (int32_t i = 0; i < context.backgroundImages.count(); i++)
+    sources.insert(context.backgroundImages.get(i), nullptr);
 }
 
 }  // namespace
@@ -55,7 +57,7 @@ void CollectSources(const TIMGVECT& images, HASHTAB& sources) {
 void TQMMSG::describeParts() {
   HASHTAB shown;
   shown.maxProbes = kHostileProbes;
-  CollectSources(htmlContext.images, shown);
+  CollectSources(htmlContext, shown);
   STR adn;
   OITER walk(&message.parts);
   while (const void* item = walk.next()) {
@@ -65,9 +67,9 @@ void TQMMSG::describeParts() {
     if (!part->displayName.empty()) {
       getAdnFromBlock(kFieldAdnFilename, part->displayName, adn);
       attachAdns.add(adn.view());
-      if (*getAdnFromAttach(part, adn)) attachContentAdns.add(adn.view());
-      if ((part->flags & pfAttachment) && !IsPicture(*part)) attachmentCount++;
     }
+    if (*getAdnFromAttach(part, adn)) attachContentAdns.add(adn.view());
+    if ((part->flags & pfAttachment) && !IsPicture(*part)) attachmentCount++;
     part->parseZipPart();
     hiddenIds.insert(part->contentId, nullptr);
     if (!part->imageKind) continue;

@@ -13,7 +13,8 @@
 
 namespace {
 
-// Header lines that are held against the patterns of a section.
+// Header lines that are held against the patterns of a section: more than any
+// mail has.
 const int32_t kMaxMatchedFields = 2048;
 
 // A rest of the mailer field below this tells nothing.

@@ -166,9 +166,18 @@ void AddMimeTypes(TQMMSG& m, RULEFIELD& f) {
   while (const BLOCKPART* part = walk.next()) f.add(part->type);
 }
 
+// The files in archives, without the byte that tells how each is packed.
 void AddArchives(TQMMSG& m, RULEFIELD& f) {
   PARTWALK walk(m);
-  while (const BLOCKPART* part = walk.next()) f.add(part->archiveText);
+  while (const BLOCKPART* part = walk.next()) {
+    TBLOCK listing = part->archiveText.view();
+    // Behind the archive's own name.
+    const int32_t colon = listing.findByte(':');
+    if (colon < 0) continue;
+    listing.skip(static_cast<uint32_t>(colon) + 1);
+    while (!listing.empty())
+      f.add(TBLOCK::BlockBeforeChar(listing, ',', 0, 0).from(1));
+  }
 }
 
 // What kinds of files are attached: of an archive what is in it.

@@ -98,7 +98,7 @@ int32_t TQMMSG::checkLeaf(const TRULEPART& part, char op) {
 int32_t TQMMSG::testLeaf(const TQMEXPR& leaf, char op) {
   RULEWORK& work = ruleWork;
   const bool narrowed =
-      op == '&' && leaf.field == work.field && !leaf.hasRange();
+      op == '&' && leaf.field == work.field && !leaf.isRanged;
   const TBLOCKVECT& elements =
       narrowed ? *work.matched : regexFields(leaf.field, leaf.fieldName);
   TBLOCKVECT& matched = work.spare();

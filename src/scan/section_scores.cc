@@ -7,10 +7,12 @@
 
 namespace {
 
-// Lines of all sections that one call may visit, with 1 for each section: lists
-// that name each other would otherwise grow with each level. Many times what a
-// whole dictionary holds.
+// Lines of all sections that one call may visit: lists that name each other
+// would otherwise grow with each level. Many times what a whole dictionary
+// holds.
 const int32_t kMaxVisitedLines = 500000;
+// What finding a section costs, in lines.
+const int32_t kLinesOfVisit = 500;
 
 int32_t Magnitude(int32_t score) {
   return score < 0 ? ClampScore(-int64_t{score}) : ClampScore(score);
@@ -114,7 +116,9 @@ struct TQMMSG::TSECTIONWALK {
 
 int32_t TQMMSG::walkSection(const char* section, TSECTIONWALK& walk,
                             int32_t sectionDepth) {
-  if (sectionDepth > kMaxSectionDepth || --walk.linesLeft < 0) return 0;
+  if (sectionDepth > kMaxSectionDepth || walk.linesLeft < kLinesOfVisit)
+    return 0;
+  walk.linesLeft -= kLinesOfVisit;
   STR exception("No-");
   exception += section;
   if (testRuleSection(exception.c_str())) return 0;

@@ -63,7 +63,7 @@ std::string FieldText(const TQMEXPR& leaf) {
 }
 
 std::string RangeText(const TQMEXPR& leaf) {
-  if (!leaf.hasRange()) return "";
+  if (!leaf.isRanged) return "";
   const std::string first = std::to_string(leaf.first);
   if (leaf.first == leaf.last) return "[" + first + "]";
   return "[" + first + "," + std::to_string(leaf.last) + "]";

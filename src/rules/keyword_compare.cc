@@ -372,13 +372,9 @@ uint32_t Comparison::finish() {
   return 0;
 }
 
-}  // namespace
-
-namespace {
-
+// A pattern without the marks of a plural, which are in the options.
 uint32_t Compare(TBLOCK word, TBLOCK pattern, uint32_t options, bool prefixOnly,
                  const TBLOCKVECT* blocks, int32_t* blockIndex, int64_t& work) {
-  TakePluralMarks(pattern, options);
   const bool split = (options & moSplit) && blocks && blockIndex;
   // Each byte of the pattern takes one of the word, but for backslashes and one
   // letter that is missing.
@@ -410,6 +406,7 @@ uint32_t BlockCompareKeyword(TBLOCK word, TBLOCK pattern, uint32_t options,
                              int prefixOnly, const TBLOCKVECT* blocks,
                              int32_t* blockIndex) {
   int64_t work = 0;
+  TakePluralMarks(pattern, options);
   return Compare(word, pattern, options, prefixOnly != 0, blocks, blockIndex,
                  work);
 }
@@ -563,8 +560,11 @@ int32_t FindStar(TBLOCK pattern) {
 // lines the two may overlap (MatchWildcard).
 uint32_t CompareEnds(TBLOCK word, TBLOCK head, TBLOCK tail, uint32_t options,
                      int64_t& work) {
+  uint32_t headOptions = options;
+  TakePluralMarks(head, headOptions);
   if (word.length < PlainLength(head) + PlainLength(tail)) return 0;
-  const uint32_t r = Compare(word, head, options, true, nullptr, nullptr, work);
+  const uint32_t r =
+      Compare(word, head, headOptions, true, nullptr, nullptr, work);
   const uint32_t s = r ? CompareTail(word, tail, options, work) : 0;
   return s ? r | s : 0;
 }

@@ -59,6 +59,8 @@ struct TPHRASEMATCH {
 struct TGROUPMEMO {
   int32_t from, to;
   TPHRASEMATCH match;
+  int32_t part;    // of which the candidates are known, or -1
+  uint64_t words;  // they
 };
 const uint32_t kMemoGroups = 8;
 
@@ -72,7 +74,7 @@ uint32_t LowestBit(uint32_t bits) {
 }
 
 TGROUPMEMO NothingSeen(int32_t from) {
-  return {from, from, {0, 0, 0}};
+  return {from, from, {0, 0, 0}, -1, 0};
 }
 
 }  // namespace
@@ -356,9 +358,11 @@ int32_t FindGroup(const TQKAND* group, uint32_t options, TGROUPMEMO& memo,
   while (memo.to < to) {
     const int32_t part = memo.to / kWordsInPart;
     const int32_t first = part * kWordsInPart;
-    const uint64_t words =
-        search.candidates(group, options, static_cast<uint32_t>(part));
-    uint64_t left = words & ~uint64_t{0} << (memo.to - first);
+    if (memo.part != part)
+      memo.words =
+          search.candidates(group, options, static_cast<uint32_t>(part));
+    memo.part = part;
+    uint64_t left = memo.words & ~uint64_t{0} << (memo.to - first);
     for (; left; left &= left - 1) {
       const int32_t w = first + __builtin_ctzll(left);
       if (w >= to) break;

@@ -350,7 +350,8 @@ int THTMLCONTEXT::addTag(const THITEM& item) {
   if (text.pointer != notedTag.pointer) meetTag(item);
   if (notedLines && !full) {
     JoinLines(text);
-    noteTag(text);
+    notedHash = tagTable.hashOf(text);
+    notedNumber = tagTable.find(text, notedHash);
   }
   if (notedNumber >= 0) return 1;
   if (full) return 0;

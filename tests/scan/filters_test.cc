@@ -7,7 +7,7 @@
 
 #include "base/heap_text.h"
 #include "regex/regex_pool.h"
-#include "rules/pattern_image_util.h"
+#include "rules/source_util.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -17,7 +17,7 @@ class RuleFiltersTest : public testing::Test {
   RuleFiltersTest() : m(&pool, nullptr, nullptr, 0, 0) {}
 
   void load(const std::string& mail) {
-    ASSERT_TRUE(image.load(m.dico));
+    ASSERT_TRUE(LoadSource(m.dico, source));
     ASSERT_TRUE(m.loadFromBlock(HeapText(mail).view(), nullptr, 0));
     m.parse(0);
   }
@@ -29,18 +29,23 @@ class RuleFiltersTest : public testing::Test {
 
   REGEXPOOL pool;
   TQMMSG m;
-  PatternImage image;
+  std::string source;  // of the dictionary
 };
 
 TEST_F(RuleFiltersTest, AllRuleSectionsOfTheRegexFilter) {
-  image.section("=spamregex", stRule)
-      .text("a:(Subject=hello)", 0, 200)
-      .text("b:(Subject=^hello)", 0, 200)
-      .text("c:(Subject=.)", 0, 1);
-  image.section("=spamregexnopurge", stRule).text("d:(Subject=nope)", 0, 9);
-  image.section("=uceregex", stRule).text("(Subject=(?i)HELLO)", 0, -7);
-  image.section("sum", stRule).text("(Subject=h)", 0, 3);
-  image.section("regexcount", stString).text("sum=40", 0, 0);
+  source =
+      "[^=spamregex]\n"
+      "<200>a:(Subject=hello)\n"
+      "<200>b:(Subject=^hello)\n"
+      "<1>c:(Subject=.)\n"
+      "[^=spamregexnopurge]\n"
+      "<9>d:(Subject=nope)\n"
+      "[^=uceregex]\n"
+      "<-7>(Subject=(?i)HELLO)\n"
+      "[^sum]\n"
+      "<3>(Subject=h)\n"
+      "[#regexcount]\n"
+      "<0>sum=40\n";
   load("Subject: hello\r\n\r\nx\r\n");
   EXPECT_EQ(1, m.checkRegex(0));
   EXPECT_EQ("^a (200);^b (200);^c (1);^ (-7);sum (40)", cause());
@@ -50,8 +55,11 @@ TEST_F(RuleFiltersTest, AllRuleSectionsOfTheRegexFilter) {
 }
 
 TEST_F(RuleFiltersTest, NothingToFind) {
-  image.section("=spamregex", stRule).text("a:(Subject=nope)", 0, 200);
-  image.section("regexcount", stString).text("=spamregex=40", 0, 0);
+  source =
+      "[^=spamregex]\n"
+      "<200>a:(Subject=nope)\n"
+      "[#regexcount]\n"
+      "<0>=spamregex=40\n";
   load("Subject: hello\r\n\r\nx\r\n");
   EXPECT_EQ(0, m.checkRegex(1));
   EXPECT_EQ("", cause());
@@ -59,11 +67,13 @@ TEST_F(RuleFiltersTest, NothingToFind) {
 
 // A body field is empty in the header phase, so that "<>" holds there.
 TEST_F(RuleFiltersTest, HeaderPhase) {
-  image.section("no-received", stRule).text("(Url<>x)", 0, 0);
-  image.section("=headerregex", stRule)
-      .text("url:(Url=x)", 0, 50)
-      .text("none:(Url<>x)", 0, 51);
-  ASSERT_TRUE(image.load(m.dico));
+  source =
+      "[^no-received]\n"
+      "<0>(Url<>x)\n"
+      "[^=headerregex]\n"
+      "<50>url:(Url=x)\n"
+      "<51>none:(Url<>x)\n";
+  ASSERT_TRUE(LoadSource(m.dico, source));
   const HeapText mail("Subject: s\r\n\r\nhttp://x.example/\r\n");
   ASSERT_TRUE(m.loadFromBlock(mail.view(), nullptr, 0));
   m.parse(1);
@@ -71,11 +81,13 @@ TEST_F(RuleFiltersTest, HeaderPhase) {
 }
 
 TEST_F(RuleFiltersTest, NonLatin) {
-  image.section("easterncharset", stString)
-      .text("Cyrillic|koi8*", 0, 20)
-      .text("plain-?", 0, 30)
-      .text("Greek|*1253", 0, 40);
-  image.section("asiancharset", stString).text("Chinese|big5", 0, 60);
+  source =
+      "[#easterncharset]\n"
+      "<20>Cyrillic|koi8*\n"
+      "<30>plain-?\n"
+      "<40>Greek|*1253\n"
+      "[#asiancharset]\n"
+      "<60>Chinese|big5\n";
   load("Subject: s\r\n\r\nx\r\n");
   const struct {
     const char* message;  // names of the two character sets
@@ -146,24 +158,27 @@ TEST_F(RuleFiltersTest, SetupsAllowScripts) {
 }
 
 TEST_F(RuleFiltersTest, RulesNameProfiles) {
-  image.section("profils", stRule)
-      .text("shop:(Subject=buy)", 0, 0)
-      .text("never:(Subject=nope)", 0, 0)
-      .text("(Subject=b)", 0, 0)
-      .text("none:(Profil=late)", 0, 0)
-      .text("late.mail:(Url<>x)+(Profil=shop)", 0, 0);
+  source =
+      "[^profils]\n"
+      "<0>shop:(Subject=buy)\n"
+      "<0>never:(Subject=nope)\n"
+      "<0>(Subject=b)\n"
+      "<0>none:(Profil=late)\n"
+      "<0>late.mail:(Url<>x)+(Profil=shop)\n";
   load("Subject: buy\r\n\r\nhttp://x.example/\r\n");
   const std::string list = Join(m.profiles);
   EXPECT_EQ("shop||late.mail|", list.substr(list.find("shop"), 16));
 }
 
 TEST_F(RuleFiltersTest, PatternsWithTheirPlace) {
-  image.section("lines", stRegex)
-      .text("[faulty", 0, 1)
-      .text("b+", 0, 7)
-      .text("a", KWLINEFLAGMULTI, -3);
   // Any section with lines of text does.
-  image.section("strings", stString).text("c$", 0, 9);
+  source =
+      "[!lines]\n"
+      "<1>x[faulty\n"
+      "<7>b+\n"
+      "<&-3>a\n"
+      "[#strings]\n"
+      "<9>c$\n";
   load("\r\n");
   const struct {
     const char* section;

@@ -78,7 +78,7 @@ TEST(RuleLeafTest, IsReadFromLeftToRight) {
       {"1 <Url=x", "none"},
       {"7Url=x", "0 7Url=x"},
       {"99999999999999999999<Url=x", "{1000000001,}3 Url=x"},
-      {"1==x", "none"},
+      {"1==x", "{1,1}0 =x"},
       // Ranges.
       {"Url[2]=x", "3 Url[2,2]=x"},
       {"Url[0,3]=x", "3 Url[0,3]=x"},

@@ -315,10 +315,12 @@ void TSTYLEPROPS::getFontSize(int16_t& size) const {
   if (!has(spFontSize)) return;
   TBLOCK text = values[spFontSize];
   if (text.empty() || text[text.length - 1] == '%') return;
-  for (uint32_t row = 0; row < kFontSizeCount; row++) {
-    if (!text.equals(szFontSizesStr[row])) continue;
-    size = FontSizes[row];
-    return;
+  if (!TBLOCK::Is(text[0], bitDigit)) {
+    for (uint32_t row = 0; row < kFontSizeCount; row++) {
+      if (!text.equals(szFontSizesStr[row])) continue;
+      size = FontSizes[row];
+      return;
+    }
   }
   if (!DropEnd(text, "px")) DropEnd(text, "pt");
   ParsePixels(text, DropEnd(text, "em") ? kEmSize : 1, size);

@@ -476,6 +476,7 @@ TEST(HtmlStyleTest, InvisibleText) {
         "<table><tr><td bgcolor=#f0f0f0><font color=white>hid</td>see",
         "<body link=white>see<a name=x>hid</a>see",
         "<body text=white><table><tr><td><font color=red>see</font>hid",
+        "<body text=white><font color=red>see<table><tr><td>hid",
         // The style attribute goes over that for colours, a size attribute
         // over it.
         "<font color=white style='color:red'>see",

@@ -60,9 +60,10 @@ const uint32_t kMinOddWord = 6;
 // filler, doubled letters, digits of a number. A word with more of them reads
 // as none, and a long one costs no more than that.
 const uint32_t kMaxExtra = 256;
-// "*x" looks for x as far from the word's end, which a tail behind a dash may
-// hold, and its own length.
-const uint32_t kTailBytes = 512;
+// "*x" looks for x this many times its own length from the word's end, and some
+// more bytes: disguised, or with a tail behind a dash.
+const uint32_t kTailFactor = 8;
+const uint32_t kTailExtra = 32;
 
 unsigned char Fold(unsigned char c) {
   return TBLOCK::LowerConvTable[c];
@@ -449,7 +450,7 @@ bool SLIDE::mayBegin(uint32_t i) const {
   const unsigned char c = word[i];
   if (Same(c, want) || (want == '~' && !literal)) return true;
   if (!IsPlaceToStart(c)) return false;
-  if (want == '#' && !literal) return true;
+  if (want == '#' && !literal) return c == 'O' || TBLOCK::Is(c, bitDigit);
   if (!TBLOCK::Is(want, bitLetter) || !(options & moTips)) return false;
   if (c == '|' || Same(c, next) || IsNear(want, c)) return true;
   if (i + 1 >= word.length) return false;
@@ -501,6 +502,7 @@ uint32_t SLIDE::skipRun(uint32_t i) {
              (IsPlaceToStart(other) || mayBegin(runEnd)))
       break;
   }
+  if (left <= 2) return i;
   for (const uint32_t tries = triesInRun(c); left > tries; left--) {
     i++;
     while (table[word[i]] != table[c]) i++;
@@ -527,7 +529,7 @@ uint32_t CompareTail(TBLOCK word, TBLOCK pattern, uint32_t options,
                                false, nullptr, nullptr, work);
     if (r) return r;
   }
-  const uint32_t window = plain + kTailBytes;
+  const uint32_t window = plain * kTailFactor + kTailExtra;
   uint32_t i = word.length > window ? word.length - window : 0;
   SLIDE slide(word, pattern, options);
   for (; slide.find(i) && work >= 0; i++) {

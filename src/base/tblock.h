@@ -12,9 +12,9 @@
 // always LowerConvTable. Fold each side exactly once: the table is not
 // idempotent ("|" becomes "I", and "I" becomes "i").
 //
-// Bodies: tblock.cc (view members), tables in char_tables.cc (generated), and
-// the Block... operations in block_text.cc, block_decode.cc, block_header.cc
-// and block_compare.cc.
+// Bodies: here and in tblock.cc (view members), tables in char_tables.cc
+// (generated), and the Block... operations in block_text.cc, block_decode.cc,
+// block_header.cc and block_compare.cc.
 
 #ifndef BASE_TBLOCK_H_
 #define BASE_TBLOCK_H_
@@ -106,27 +106,51 @@ class TBLOCK {
 
   // Drops the first n bytes, or all of them. A view that is used up keeps its
   // pointer at the end of the text.
-  void skip(uint32_t n);
+  void skip(uint32_t n) {
+    if (n > length) n = length;
+    if (pointer) pointer += n;
+    length -= n;
+  }
   // Keeps the first n bytes, or all of them.
   void cut(uint32_t n) {
     if (n < length) length = n;
   }
   // The bytes from `offset` on; empty past the end.
-  TBLOCK from(uint32_t offset) const;
+  TBLOCK from(uint32_t offset) const {
+    TBLOCK rest = *this;
+    rest.skip(offset);
+    return rest;
+  }
   // The first n bytes, or all of them.
-  TBLOCK head(uint32_t n) const;
+  TBLOCK head(uint32_t n) const {
+    TBLOCK front = *this;
+    front.cut(n);
+    return front;
+  }
 
   // Comparisons. Both sides go through `table`; a byte for byte comparison
   // takes NoConvTable. Two empty views are equal, and every view begins with,
   // ends with and (at `start`, when start <= length) holds the empty one.
   bool equals(TBLOCK other, const unsigned char* table = LowerConvTable) const;
-  bool begins(TBLOCK prefix, const unsigned char* table = LowerConvTable) const;
+  bool begins(TBLOCK prefix,
+              const unsigned char* table = LowerConvTable) const {
+    if (prefix.empty()) return true;
+    return !empty() && length >= prefix.length &&
+           table[pointer[0]] == table[prefix.pointer[0]] &&
+           head(prefix.length).equals(prefix, table);
+  }
   bool ends(TBLOCK suffix, const unsigned char* table = LowerConvTable) const;
   // Offset of the first occurrence at or behind `start`, or -1.
   int32_t find(TBLOCK text, uint32_t start = 0,
                const unsigned char* table = LowerConvTable) const;
   // The same for one byte, compared as it is.
-  int32_t findByte(unsigned char byte, uint32_t start = 0) const;
+  int32_t findByte(unsigned char byte, uint32_t start = 0) const {
+    if (empty() || start >= length) return -1;
+    const void* at = memchr(pointer + start, byte, length - start);
+    return at ? static_cast<int32_t>(static_cast<const unsigned char*>(at) -
+                                     pointer)
+              : -1;
+  }
   // Offset of the last occurrence of the byte, or -1.
   int32_t findLastByte(unsigned char byte) const;
 
@@ -143,9 +167,20 @@ class TBLOCK {
   }
   // Trimming removes bytes of a class, TAB LF CR and space unless told
   // otherwise. Vertical tab, form feed, A0 and NUL are no white space.
-  void trimLeft(uint32_t mask = bitWhiteSpace);
-  void trimRight(uint32_t mask = bitWhiteSpace);
-  void trim(uint32_t mask = bitWhiteSpace);
+  void trimLeft(uint32_t mask = bitWhiteSpace) {
+    uint32_t n = 0;
+    if (!pointer) return;
+    while (n < length && Is(pointer[n], mask)) n++;
+    skip(n);
+  }
+  void trimRight(uint32_t mask = bitWhiteSpace) {
+    if (!pointer) return;
+    while (length > 0 && Is(pointer[length - 1], mask)) length--;
+  }
+  void trim(uint32_t mask = bitWhiteSpace) {
+    trimLeft(mask);
+    trimRight(mask);
+  }
   // Replaces each byte of the text under the view by table[byte]. WRITES.
   void convert(const unsigned char* table);
 

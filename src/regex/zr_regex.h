@@ -118,6 +118,7 @@ struct zr_regex {
   uint32_t minLength;   // bytes of the shortest subject that can match
   uint32_t startKind;   // 0 none, 1 literal, 2 anchored literal
   uint8_t caseMask;     // at the start: 0xFF exact, 0xDF folding
+  uint8_t startByte;    // of the literal, unless startKind is 0
   // Derived from all of the above at the end of zr_regcomp_len (zr_search.h);
   // not counted by zr_regsize.
   struct zr_search* search;

@@ -25,11 +25,11 @@ static bool FindBase(const zr_regex* preg, const uint8_t* text, uint32_t length,
                      uint32_t* base) {
   const zr_search* search = preg->search;
   if (preg->startKind == 1 && (search->faithful || search->coverCount == 0)) {
-    const uint8_t wanted = preg->pool[preg->nodes[1].a];
+    const uint8_t wanted = preg->startByte;
     while (*base < length && FoldAtStart(preg, text[*base]) != wanted) ++*base;
     if (*base == length) return false;
   } else if (preg->startKind == 2) {
-    const uint8_t wanted = preg->pool[preg->nodes[2].a];
+    const uint8_t wanted = preg->startByte;
     if (FoldAtStart(preg, text[0]) != wanted) return false;
   }
   return length - *base >= preg->minLength;

@@ -342,4 +342,6 @@ void zr_derive(zr_regex* preg) {
   preg->minLength = DeriveList(preg->nodes, preg->groups, preg->groupCount);
   DeriveList(preg->fastNodes, preg->fastGroups, preg->fastGroupCount);
   preg->startKind = StartKind(preg);
+  preg->startByte =
+      preg->startKind ? preg->pool[preg->nodes[preg->startKind].a] : 0;
 }

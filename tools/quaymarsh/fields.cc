@@ -15,6 +15,7 @@
 #include "api/speedup_context.h"
 #include "commands.h"
 #include "dump/dump.h"
+#include "dump/html_context.h"
 #include "mail_source.h"
 #include "printable.h"
 #include "rules/qm_dico.h"
@@ -78,6 +79,21 @@ const Extra kExtras[] = {
     {"return-path", [](const TQMMSG& m, Values& v) { v.add(m.returnPath); }},
     {"sender", [](const TQMMSG& m, Values& v) { v.add(m.sender); }},
     {"mailer-name", [](const TQMMSG& m, Values& v) { v.add(m.mailerName); }},
+    {"html",
+     [](const TQMMSG& m, Values& v) {
+       if (m.bodyIsHtml) v.dump(DumpHtmlState(m.htmlContext));
+     }},
+    {"link",
+     [](const TQMMSG& m, Values& v) {
+       for (int32_t i = 0; m.links && i < m.links->count(); i++)
+         v.dump(DumpLink(*m.links->get(i)));
+     }},
+    {"image",
+     [](const TQMMSG& m, Values& v) {
+       const TIMGVECT& images = m.htmlContext.images;
+       for (int32_t i = 0; i < images.count(); i++)
+         v.dump(DumpImage(*images.get(i)));
+     }},
 };
 
 struct RuleField {

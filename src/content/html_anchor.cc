@@ -3,6 +3,7 @@
 // parseUrl, openAnchor, closeAnchor. Tested by html_context_test.cc.
 
 #include "base/wildcard.h"
+#include "content/count.h"
 #include "content/html_tag_facts.h"
 
 namespace {
@@ -48,12 +49,6 @@ bool IsMailAddress(TBLOCK text) {
     if (text[i] == '.') dot = true;
   }
   return dot;
-}
-
-int32_t CountByte(TBLOCK text, unsigned char byte) {
-  int32_t count = 0;
-  for (uint32_t i = 0; i < text.length; i++) count += text[i] == byte;
-  return count;
 }
 
 // The last labels of the host, by which owners are told apart: two, or three

@@ -5,6 +5,7 @@
 
 #include <new>
 
+#include "content/count.h"
 #include "content/html_tag_facts.h"
 
 const char* const HtmlMetaTokens[hmCount] = {
@@ -36,31 +37,6 @@ const int16_t kMediumSize = 10;
 
 // Sizes of images stop here.
 const int32_t kMaxPixels = 1000000000;
-
-int32_t CountOf(TBLOCK text, uint32_t mask) {
-  int32_t count = 0;
-  for (uint32_t i = 0; i < text.length; i++) count += TBLOCK::Is(text[i], mask);
-  return count;
-}
-
-int32_t CountByte(TBLOCK text, unsigned char byte) {
-  int32_t count = 0;
-  for (int32_t at = text.findByte(byte); at >= 0;
-       at = text.findByte(byte, static_cast<uint32_t>(at) + 1))
-    count++;
-  return count;
-}
-
-int32_t CountWords(TBLOCK text) {
-  int32_t count = 0;
-  bool inWord = false;
-  for (uint32_t i = 0; i < text.length; i++) {
-    const bool separates = TBLOCK::Is(text[i], bitWordSep);
-    count += !separates && !inWord;
-    inWord = !separates;
-  }
-  return count;
-}
 
 // -1 for what is no number.
 int32_t ReadPixels(TBLOCK text) {
@@ -104,11 +80,11 @@ TBLOCK InsideOf(TBLOCK element) {
       .from(static_cast<uint32_t>(begin) + 1);
 }
 
+// Of the element only its open tag is asked: scripts hold all kinds of text.
 bool IsEncodedScript(TBLOCK element) {
-  const int32_t end = element.findByte('>');
   TBLOCK language;
-  return GetTagParamValue(element.head(static_cast<uint32_t>(end) + 1),
-                          "language", language) &&
+  return GetTagParamValue(element.head(HtmlTagLength(element)), "language",
+                          language) &&
          language.begins("jscript.encode");
 }
 

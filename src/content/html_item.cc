@@ -150,23 +150,6 @@ THTMLTAG ReadTagName(TBLOCK rest) {
 
 // ---- Parts of tags
 
-// Bytes of a tag that is no declaration: through its ">", up to the next "<",
-// or all. A quote inside a word opens nothing.
-uint32_t TagLength(TBLOCK text) {
-  const unsigned char* const p = text.pointer;
-  const uint32_t n = text.length;
-  for (uint32_t i = 2; i < n; i++) {
-    if (!IsOf(p[i], kTagBreak)) continue;
-    if (p[i] == '>') return i + 1;
-    if (p[i] == '<') return i;
-    if (!IsOf(p[i - 1], kBeforeQuote)) continue;
-    const int32_t close = text.findByte(p[i], i + 1);
-    if (close < 0) return n;
-    i = static_cast<uint32_t>(close);
-  }
-  return n;
-}
-
 // Bytes of a comment through its "-->", which may take the dashes that open
 // it; 0 when it has none.
 uint32_t CommentLength(TBLOCK text) {
@@ -319,6 +302,23 @@ void GetNextHtmlItem(TBLOCK& cursor, THITEM& item) {
   if (item.type == hitNone) ParseTextItem(cursor, item);
 }
 
+// Through the ">", up to the next "<", or all. A quote inside a word opens
+// nothing. Not for declarations.
+uint32_t HtmlTagLength(TBLOCK text) {
+  const unsigned char* const p = text.pointer;
+  const uint32_t n = text.length;
+  for (uint32_t i = 2; i < n; i++) {
+    if (!IsOf(p[i], kTagBreak)) continue;
+    if (p[i] == '>') return i + 1;
+    if (p[i] == '<') return i;
+    if (!IsOf(p[i - 1], kBeforeQuote)) continue;
+    const int32_t close = text.findByte(p[i], i + 1);
+    if (close < 0) return n;
+    i = static_cast<uint32_t>(close);
+  }
+  return n;
+}
+
 void ParseTagItem(TBLOCK& cursor, THITEM& item) {
   if (cursor.empty() || cursor.length < 3 || !IsOf(cursor[1], kTagStart))
     return;
@@ -327,7 +327,7 @@ void ParseTagItem(TBLOCK& cursor, THITEM& item) {
     return;
   }
   const bool close = cursor[1] == '/';
-  Take(cursor, TagLength(cursor), item);
+  Take(cursor, HtmlTagLength(cursor), item);
   item.tag = ReadTagName(item.block.from(close ? 2 : 1));
   if (close) {
     item.type = hitCloseTag;

@@ -81,6 +81,8 @@ void GetFirstHtmlItem(TBLOCK& cursor, THITEM& item);
 void GetNextHtmlItem(TBLOCK& cursor, THITEM& item);
 // At a "<": leaves hitNone, and the cursor where it is, when it is no tag.
 void ParseTagItem(TBLOCK& cursor, THITEM& item);
+// Bytes of the tag that the text begins with, "<" and ">" included.
+uint32_t HtmlTagLength(TBLOCK text);
 // At least one byte, whatever it is.
 void ParseTextItem(TBLOCK& cursor, THITEM& item);
 // Items of that type, tags also of that tag, in the rest of the text; hitNone

@@ -8,6 +8,7 @@
 #include <new>
 
 #include "content/contexts.h"
+#include "content/count.h"
 
 const int16_t FontSizes[kFontSizeCount] = {7, 10, 12, 14, 18, 24, 36};
 const char* const szFontSizesStr[kFontSizeCount] = {
@@ -131,17 +132,6 @@ THTMLTAG FindTag(TBLOCK name) {
       return row;
   }
   return htUnknown;
-}
-
-int32_t CountWords(TBLOCK text) {
-  int32_t count = 0;
-  bool inWord = false;
-  for (uint32_t i = 0; i < text.length; i++) {
-    const bool separates = TBLOCK::Is(text[i], bitWordSep);
-    count += !separates && !inWord;
-    inWord = !separates;
-  }
-  return count;
 }
 
 TBLOCK LettersInside(TBLOCK text) {

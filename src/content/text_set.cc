@@ -28,8 +28,11 @@ uint32_t ShortWord(const unsigned char* p, uint32_t n) {
   return word;
 }
 
-uint32_t Turn(uint32_t value) {
-  return value << 15 | value >> 17;
+// Every bit of either number reaches all bits of both.
+void Mix(uint32_t& a, uint32_t& b) {
+  const uint64_t product = uint64_t{a ^ kFactor1} * (b ^ kFactor2);
+  a = static_cast<uint32_t>(product);
+  b = static_cast<uint32_t>(product >> 32);
 }
 
 uint32_t PowerOfTwo(uint32_t least) {
@@ -58,26 +61,29 @@ int32_t TEXTSET::count() const {
   return static_cast<int32_t>(texts.length / sizeof(ENTRY));
 }
 
-// Two lanes, each of which takes every other word.
 uint32_t TEXTSET::hashOf(TBLOCK text) const {
   const uint32_t seed =
       static_cast<uint32_t>(reinterpret_cast<uintptr_t>(this) >> 4);
-  uint32_t a = seed * kFactor2 + text.length;
-  uint32_t b = seed ^ kFactor1;
+  uint32_t a = seed;
+  uint32_t b = seed ^ text.length;
+  Mix(a, b);
   const unsigned char* p = text.pointer;
   uint32_t n = text.length;
   for (; n >= 8; n -= 8, p += 8) {
-    a = Turn(a ^ Word(p) * kFactor1) * kFactor2;
-    b = Turn(b ^ Word(p + 4) * kFactor2) * kFactor1;
+    a ^= Word(p);
+    b ^= Word(p + 4);
+    Mix(a, b);
   }
   if (n >= 4) {
-    a = Turn(a ^ Word(p) * kFactor1) * kFactor2;
+    a ^= Word(p);
     n -= 4;
     p += 4;
   }
-  b = Turn(b ^ ShortWord(p, n) * kFactor2) * kFactor1;
-  a = (a ^ Turn(b)) * kFactor1;
-  return a ^ a >> 15;
+  b ^= ShortWord(p, n);
+  Mix(a, b);
+  a ^= seed;
+  Mix(a, b);
+  return a ^ b;
 }
 
 int32_t TEXTSET::find(TBLOCK text, uint32_t hash) const {

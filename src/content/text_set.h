@@ -18,7 +18,7 @@ class TEXTSET {
   explicit TEXTSET(uint32_t most);
 
   int32_t count() const;
-  // Differs from set to set, so that nobody can write texts that collide.
+  // Differs from set to set, by their addresses.
   uint32_t hashOf(TBLOCK text) const;
   // The text's number, in order of addition, or -1.
   int32_t find(TBLOCK text, uint32_t hash) const;

@@ -97,8 +97,7 @@ int32_t TQMMSG::checkLeaf(const TRULEPART& part, char op) {
 // one has matched.
 int32_t TQMMSG::testLeaf(const TQMEXPR& leaf, char op) {
   RULEWORK& work = ruleWork;
-  const bool narrowed =
-      op == '&' && leaf.field == work.field && !leaf.isRanged;
+  const bool narrowed = op == '&' && leaf.field == work.field && !leaf.isRanged;
   const TBLOCKVECT& elements =
       narrowed ? *work.matched : regexFields(leaf.field, leaf.fieldName);
   TBLOCKVECT& matched = work.spare();

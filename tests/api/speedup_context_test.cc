@@ -15,36 +15,31 @@
 namespace {
 
 TEST(ReadProfileFileTest, FirstLineTrimmed) {
-  struct Row {
-    std::string text;
-    std::string profile;
-  };
-  const Row rows[] = {{" a,b \r\nsecond\n", "a,b"},
-                      {"\nsecond\n", ""},
-                      {"", ""},
-                      {"no end", "no end"},
-                      {std::string(20000, 'x'), std::string(10239, 'x')}};
-  for (const Row& row : rows) {
+  const std::string rows[][2] = {
+      {" a,b \r\nsecond\n", "a,b"},
+      {"\nsecond\n", ""},
+      {"no end", "no end"},
+      {std::string(20000, 'x'), std::string(10239, 'x')}};
+  for (const auto& row : rows) {
     char path[] = "/tmp/quaymarsh-XXXXXX";
     FILE* file = fdopen(mkstemp(path), "wb");
-    fwrite(row.text.data(), 1, row.text.size(), file);
+    fwrite(row[0].data(), 1, row[0].size(), file);
     fclose(file);
     STR profile("old");
     ReadProfileFile(path, profile);
-    EXPECT_EQ(row.profile, profile.c_str());
+    EXPECT_EQ(row[1], profile.c_str());
     unlink(path);
   }
-  STR profile("old");
-  ReadProfileFile("/tmp", profile);
-  EXPECT_STREQ("", profile.c_str());
-  ReadProfileFile("/nonexistent", profile);
-  EXPECT_STREQ("", profile.c_str());
+  for (const char* path : {"/tmp", "/nonexistent"}) {
+    STR profile("old");
+    ReadProfileFile(path, profile);
+    EXPECT_STREQ("", profile.c_str());
+  }
 }
 
 TEST(SpeedupContextTest, ScansBorrowItsParts) {
   std::unique_ptr<SPEEDUPCONTEXT> context(CreateSpeedupContext(nullptr));
-  ASSERT_NE(nullptr, context);
-  ASSERT_NE(nullptr, context->stuff);
+  ASSERT_TRUE(context && context->stuff);
   REGEX regex(REGEXPOOL::_PDF_STUFF, context->pool);
   EXPECT_EQ(1, regex.pooled);
   // Nothing is left to be worked out by scans in parallel.
@@ -52,12 +47,10 @@ TEST(SpeedupContextTest, ScansBorrowItsParts) {
   EXPECT_GE(context->stuff->version.length, 0);
   context->stuff->version = "02.1";
   STR version;
-  for (int i = 0; i < 2; i++) {
-    TQMMSG m(context->pool, context->stuff, context->blacklist, 0, 0);
-    m.getQMVersion(version);
-    EXPECT_STREQ("Quay Marsh 02.1 AV+AS Profile: <none>; Bailout: 300",
-                 version.c_str());
-  }
+  TQMMSG m(context->pool, context->stuff, context->blacklist, 0, 0);
+  m.getQMVersion(version);
+  EXPECT_STREQ("Quay Marsh 02.1 AV+AS Profile: <none>; Bailout: 300",
+               version.c_str());
 }
 
 }  // namespace

@@ -42,13 +42,9 @@ TEST(BlockDawgTest, BuiltInGraphHoldsExactlyItsList) {
         << name;
     const size_t at = numbers.Below(static_cast<uint32_t>(name.size()));
     const char letter = "abcdefghijklmnopqrstuvwxyz.-0"[numbers.Below(29)];
-    std::string changed = name;
-    changed[at] = letter;
-    const std::string near[] = {
-        changed,        name.substr(0, at) + name.substr(at + 1),
-        name.substr(1), name.substr(0, at) + letter + name.substr(at),
-        name + letter,  name.substr(0, name.size() - 1),
-        name + name,    name.substr(0, name.find('.'))};
+    std::string near[] = {name, name.substr(0, at), name.substr(1),
+                          name.substr(0, at) + letter + name.substr(at)};
+    near[0][at] = letter;
     for (const std::string& text : near) {
       const HeapText word(text);
       misses += !names.count(text);
@@ -56,7 +52,7 @@ TEST(BlockDawgTest, BuiltInGraphHoldsExactlyItsList) {
           << text;
     }
   }
-  EXPECT_LT(20000u, misses);
+  EXPECT_LT(10000u, misses);
 }
 
 // Edges: child, ends, last, letter.
@@ -90,8 +86,7 @@ TEST(BlockDawgTest, ImagesMadeByHand) {
       // A node without a last edge ends where the edges do, or after 256.
       {Image(1, 3, cut), 1, "", "ab|x|b"},
       {Image(0, 301, Edge(1, 0, 1, 0) + runaway + Edge(0, 1, 1, 'a')), 1, "",
-       "a"},
-  };
+       "a"}};
   for (const auto& row : rows) {
     BLOCKDAWG graph, borrowed;
     graph.loadFromBlock(TBLOCK(kTldGraph, kTldGraphBytes));

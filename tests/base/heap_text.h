@@ -6,6 +6,7 @@
 
 #include <string.h>
 
+#include <memory>
 #include <string>
 
 #include "base/vectors.h"
@@ -15,21 +16,17 @@ class HeapText {
   explicit HeapText(const std::string& text)
       : size_(static_cast<uint32_t>(text.size())),
         bytes_(new unsigned char[size_]) {
-    if (size_) memcpy(bytes_, text.data(), size_);
+    if (size_) memcpy(bytes_.get(), text.data(), size_);
   }
-  ~HeapText() { delete[] bytes_; }
-  HeapText(const HeapText&) = delete;
-  HeapText& operator=(const HeapText&) = delete;
-
-  TBLOCK view() const { return TBLOCK(bytes_, size_); }
+  TBLOCK view() const { return TBLOCK(bytes_.get(), size_); }
   // The bytes as they are now.
   std::string str() const {
-    return std::string(reinterpret_cast<const char*>(bytes_), size_);
+    return std::string(bytes_.get(), bytes_.get() + size_);
   }
 
  private:
-  uint32_t size_;
-  unsigned char* bytes_;
+  const uint32_t size_;
+  const std::unique_ptr<unsigned char[]> bytes_;
 };
 
 inline std::string Str(TBLOCK view) {

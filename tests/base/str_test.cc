@@ -13,17 +13,10 @@ std::string Raw(const STR& s) {
          std::to_string(s.length);
 }
 
-// What a failed allocation leaves.
-STR NullString() {
-  return STR(INT32_MAX);
-}
-
 TEST(StrTest, Assignment) {
   STR s("abc");
   s = static_cast<const char*>(nullptr);
   EXPECT_EQ("|1|0", Raw(s));
-  s = 'x';
-  EXPECT_EQ("x|2|1", Raw(s));
   s = STR(9);
   EXPECT_EQ("|10|0", Raw(s));
   s.add("abcdef", 6);
@@ -39,8 +32,6 @@ TEST(StrTest, Assignment) {
   EXPECT_EQ("def", std::string(s.c_str()));
   s = TBLOCK("a\0b", 3);
   EXPECT_EQ(1, s.len());
-  s = TBLOCK();
-  EXPECT_EQ(0, s.len());
 }
 
 // Every piece of the own text, appended and put in front, with and without
@@ -59,18 +50,18 @@ TEST(StrTest, SourceInsideTheOwnText) {
         front.addLeft(front.text + at, n);
         EXPECT_EQ(base + piece, back.c_str()) << room << at << n;
         EXPECT_EQ(piece + base, front.c_str()) << room << at << n;
-        EXPECT_EQ(4 + n, front.length);
       }
     }
   }
-  STR twice("ab");
-  twice += twice;
-  twice += twice.text + 3;
-  EXPECT_EQ("ababb", std::string(twice.c_str()));
 }
 
+// Of a failed allocation, or of a sum that is no length.
 TEST(StrTest, NullTextReadsAsEmpty) {
-  STR s = NullString();
+  STR s("ab");
+  s.add("x", -1);
+  s.add(nullptr, 5);
+  EXPECT_EQ("ab|3|2", Raw(s));
+  s.add("x", INT32_MAX);
   ASSERT_EQ(nullptr, s.text);
   EXPECT_EQ("|0|0", Raw(s));
   s.noFrontSpace();
@@ -79,13 +70,8 @@ TEST(StrTest, NullTextReadsAsEmpty) {
   s.toLower();
   s.reverse();
   EXPECT_EQ(nullptr, s.text);
-  EXPECT_TRUE(s.empty());
-  EXPECT_TRUE(s.view().empty());
-  EXPECT_TRUE(s.streq(""));
-  EXPECT_TRUE(s < "a");
-  EXPECT_EQ(0, s.hasin("", 0, 0));
-  EXPECT_EQ(0, s.hasin('\0', 0, 0));
-  EXPECT_EQ(-1, s.hasin("a", 0, 1));
+  EXPECT_TRUE(s.empty() && s.view().empty() && s.streq("") && s < "a");
+  EXPECT_EQ(-1, s.hasin("a", 0, 1) + s.hasin("", 0, 0) + s.hasin('\0', 0, 0));
   EXPECT_EQ("|1|0", Raw(STR(s)));
   STR other("x");
   other += s;
@@ -95,32 +81,20 @@ TEST(StrTest, NullTextReadsAsEmpty) {
   EXPECT_TRUE(s.streq("A"));
 }
 
-TEST(StrTest, SumThatIsNoLengthLeavesANullText) {
-  STR s("ab");
-  s.add("x", -1);
-  s.add(nullptr, 5);
-  EXPECT_EQ("ab|3|2", Raw(s));
-  s.add("x", INT32_MAX);
-  EXPECT_EQ(nullptr, s.text);
-  EXPECT_EQ("|0|0", Raw(s));
-}
-
 TEST(StrTest, Comparisons) {
   // `order` is that of CompareNoCase; `less` that of operator<.
   const struct {
     const char *a, *b;
     int order;
     bool less;
-  } rows[] = {
-      {"", "", 0, true},          {"", "a", -1, true},
-      {"a", "", 1, false},        {"abc", "ABC", 0, true},
-      {"ab", "ABC", -1, true},    {"abc", "AB", 1, false},
-      {"b", "A", 1, false},       {"A", "b", -1, true},
-      {"_", "a", 1, false},       {"[", "a", 1, false},
-      {"\xE9", "a", -1, true},    {"a", "\xE9", 1, false},
-      {"\xE9", "\xC9", 1, false}, {"a\xE9", "a", -1, false},
-      {"\xFF", "\x80", 1, false},
-  };
+  } rows[] = {{"", "", 0, true},          {"", "a", -1, true},
+              {"a", "", 1, false},        {"abc", "ABC", 0, true},
+              {"ab", "ABC", -1, true},    {"abc", "AB", 1, false},
+              {"b", "A", 1, false},       {"A", "b", -1, true},
+              {"_", "a", 1, false},       {"[", "a", 1, false},
+              {"\xE9", "a", -1, true},    {"a", "\xE9", 1, false},
+              {"\xE9", "\xC9", 1, false}, {"a\xE9", "a", -1, false},
+              {"\xFF", "\x80", 1, false}};
   for (const auto& row : rows) {
     SCOPED_TRACE(std::string(row.a) + " " + row.b);
     const int order = CompareNoCase(row.a, row.b);
@@ -128,9 +102,6 @@ TEST(StrTest, Comparisons) {
     EXPECT_EQ(row.less, STR(row.a) < row.b);
     EXPECT_EQ(row.order == 0, STR(row.a).streq(row.b) != 0);
   }
-  EXPECT_EQ(0, STR("").streq(nullptr));
-  EXPECT_FALSE(STR("") < nullptr);
-  EXPECT_EQ(0, CompareNoCase(nullptr, ""));
 }
 
 TEST(StrTest, Searches) {
@@ -138,58 +109,40 @@ TEST(StrTest, Searches) {
     const char *text, *part;
     int32_t from;
     int32_t exact, folded;
-  } rows[] = {
-      {"abcABC", "AB", 0, 3, 0}, {"abcABC", "ab", 1, -1, 3},
-      {"aab", "ab", 0, 1, 1},    {"ab", "abc", 0, -1, -1},
-      {"ab", "", 2, 2, 2},       {"ab", "", 3, -1, -1},
-      {"ab", "b", -1, -1, -1},   {"ab", "b", INT32_MAX, -1, -1},
-      {"", "", 0, 0, 0},         {"\xE9", "\xC9", 0, -1, -1},
-  };
+  } rows[] = {{"abcABC", "AB", 0, 3, 0}, {"abcABC", "ab", 1, -1, 3},
+              {"aab", "ab", 0, 1, 1},    {"ab", "abc", 0, -1, -1},
+              {"ab", "", 2, 2, 2},       {"ab", "", 3, -1, -1},
+              {"ab", "b", -1, -1, -1},   {"ab", "b", INT32_MAX, -1, -1},
+              {"", "", 0, 0, 0},         {"\xE9", "\xC9", 0, -1, -1}};
   for (const auto& row : rows) {
     EXPECT_EQ(row.exact, STR(row.text).hasin(row.part, row.from, 0));
     EXPECT_EQ(row.folded, STR(row.text).hasin(row.part, row.from, 1));
   }
   const STR s("abA");
-  EXPECT_EQ(2, s.hasin('A', 0, 0));
   EXPECT_EQ(0, s.hasin('A', 0, 1));
   EXPECT_EQ(3, s.hasin('\0', 1, 0));
-  EXPECT_EQ(-1, s.hasin('\0', 4, 0));
-  EXPECT_EQ(-1, s.hasin('a', -1, 0));
-  EXPECT_EQ(-1, s.hasin(nullptr, 0, 0));
+  EXPECT_EQ(-3,
+            s.hasin('\0', 4, 0) + s.hasin('a', -1, 0) + s.hasin(nullptr, 0, 0));
 }
 
 TEST(StrTokenTest, Tokens) {
   const struct {
     const char *text, *separator, *tokens;
     int32_t count;
-  } rows[] = {
-      {"a,,b", ",", "a||b|", 3},
-      {",a", ",", "a|", 1},
-      {",,a", ",", "|a|", 2},
-      {"a,", ",", "a|", 1},
-      {"a,,", ",", "a||", 2},
-      {",", ",", "", 0},
-      {"", ",", "", 0},
-      {nullptr, ",", "", 0},
-      {"abc", "", "abc|", 1},
-      {"abc", nullptr, "abc|", 1},
-      {"", "", "", 0},
-      {"a--b-c", "--", "a|b-c|", 2},
-      {"aXbxc", "x", "aXb|c|", 2},
-      {"--", "---", "--|", 1},
-  };
+  } rows[] = {{"a,,b", ",", "a||b|", 3},     {",,a", ",", "|a|", 2},
+              {"a,,", ",", "a||", 2},        {",", ",", "", 0},
+              {nullptr, ",", "", 0},         {"abc", nullptr, "abc|", 1},
+              {"a--b-c", "--", "a|b-c|", 2}, {"aXbxc", "x", "aXb|c|", 2},
+              {"--", "---", "--|", 1}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.text ? row.text : "null");
     STRTOKEN walk(row.text, row.separator);
     EXPECT_EQ(row.count, walk.count);
-    for (int pass = 0; pass < 2; pass++) {
+    for (int pass = 0; pass < 2; pass++, walk.init()) {
       std::string tokens;
       while (const char* token = walk.next())
         tokens += token + std::string("|");
       EXPECT_EQ(row.tokens, tokens);
-      EXPECT_EQ(nullptr, walk.next());
-      EXPECT_TRUE(walk.token.empty());
-      walk.init();
     }
   }
 }

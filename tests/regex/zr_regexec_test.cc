@@ -1,5 +1,5 @@
 // The matcher's answers with and without captures, what it writes, its limits,
-// and what it allocates. That it agrees with the model is shown elsewhere.
+// and what it allocates.
 
 #include "regex/zr_regex.h"
 
@@ -10,6 +10,7 @@
 #include <string>
 
 #include "base/heap_text.h"
+#include "regex/regex_duel_util.h"
 #include "regex/zr_walk.h"
 
 // A second copy of the matcher, whose calls for memory are counted and can be
@@ -185,6 +186,12 @@ TEST(ZrRegexec, AnswersAndPairs) {
     EXPECT_EQ(row.plain, regex.match(row.subject));
     EXPECT_EQ(row.plain,
               zr_regexec(regex.record(), row.subject, 0, nullptr, 0));
+    // The model knows these, too.
+    const HeapText pattern(row.pattern), subject(row.subject);
+    RegexDuel duel({Compiled::Bytes(pattern), pattern.view().length}, 0);
+    EXPECT_EQ(
+        "", duel.compare({Compiled::Bytes(subject), subject.view().length}, 9));
+    EXPECT_EQ(0u, duel.unanswered);
   }
 }
 

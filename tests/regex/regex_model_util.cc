@@ -54,20 +54,14 @@ Set SetOf(const zr_regex& regex, uint32_t opcode, uint32_t a, uint32_t b) {
       return RangeOf(8, 8);
     case ZR_ALNUM:
       return alnum;
-    case ZR_NOTALNUM:
-      return ~alnum;
     case ZR_WORD:
       return alnum | RangeOf('_', '_');
-    case ZR_NOTWORD:
-      return ~(alnum | RangeOf('_', '_'));
     case ZR_SPACE:
       return RangeOf(9, 13) | RangeOf(' ', ' ');
-    case ZR_NOTSPACE:
-      return ~(RangeOf(9, 13) | RangeOf(' ', ' '));
     case ZR_DIGIT:
       return digits;
-    default:
-      return ~digits;
+    default:  // of these four the negated ones
+      return ~SetOf(regex, opcode - 1, a, b);
   }
 }
 

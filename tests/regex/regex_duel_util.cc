@@ -76,10 +76,8 @@ static std::string Text(int code, const std::vector<zr_pair>& pairs) {
 std::string RegexDuel::compareOnce(std::string_view subject, uint32_t nmatch,
                                    Wanted wanted) {
   Answer expected = regex_model::Match(model_, subject, wanted, budget);
-  const bool givesUp =
-      expected.code == regex_model::kNoAnswer || expected.code == 10;
-  if (givesUp) {
-    ++(expected.code == 10 ? endless : unanswered);
+  if (expected.code == regex_model::kNoAnswer) {
+    unanswered++;
     if (giveUps == 0) return "";
     giveUps--;
   }
@@ -94,12 +92,12 @@ std::string RegexDuel::compareOnce(std::string_view subject, uint32_t nmatch,
     return title(subject) + ": engine answers " + std::to_string(code);
   }
   // The model foresees no end of steps.
-  if (code == ZR_NOMEMORY && !givesUp) {
+  if (code == ZR_NOMEMORY) {
     unanswered++;
     capped++;
     return "";
   }
-  if (!givesUp) answered++;
+  answered++;
   matched += expected.code == 0;
   const std::string engine = Text(code, pairs);
   const std::string model =

@@ -36,10 +36,9 @@ class RegexDuel {
   uint64_t budget = 200000;
   // How often the engine may be seen giving up: each time is slow.
   uint32_t giveUps = 2;
-  // Calls with an answer, those of them with a match, those on which the
-  // engine must give up, and those that either has no answer for; of these,
-  // those on which it was the engine alone, being out of steps.
-  uint64_t answered = 0, matched = 0, endless = 0, unanswered = 0, capped = 0;
+  // Calls with an answer, those of them with a match, and those that either has
+  // no answer for; of these, those on which it was the engine alone.
+  uint64_t answered = 0, matched = 0, unanswered = 0, capped = 0;
 
  private:
   std::string compareOnce(std::string_view subject, uint32_t nmatch,

@@ -132,10 +132,7 @@ struct Run {
   const Alternative* outer;  // the alternative that the group stands in
   size_t index;              // its place there
   const Run* parent;         // the iteration of the enclosing group
-  const Run* previous;       // the iteration before this
   uint32_t count;            // iterations before this one
-  size_t begin;
-  std::vector<int32_t> state;  // see Matcher::snapshot; else empty
 };
 
 class Matcher {
@@ -170,22 +167,16 @@ class Matcher {
   int searchAll();
   int alternatives(const Tree& tree, size_t pos, const Run* run);
   int scan(const Alternative& one, size_t pos, const Run* run);
-  bool startsAt(const Alternative& one, size_t pos) const;
   void moveStarts(const Run* run, size_t pos);
 
   int walk(const Alternative& one, size_t i, size_t pos, const Run* run);
-  int walkSingle(const Alternative& one, size_t i, size_t pos, const Run* run);
-  int walkLitGroup(const Alternative& one, size_t i, size_t pos,
-                   const Run* run);
+  int walkMany(const Alternative& one, size_t i, size_t pos, const Run* run);
   int iterate(const Alternative& one, size_t i, const Run* parent,
-              uint32_t count, size_t pos, const Run* previous);
+              uint32_t count, size_t pos);
   int enter(const Alternative& one, size_t i, const Run* parent, uint32_t count,
-            size_t pos, const Run* previous);
+            size_t pos);
   int close(const Run* run, size_t pos);
-  bool goesRound(Run* run) const;
-  std::vector<int32_t> snapshot() const;
 
-  const std::string* literalAt(const Element& group, size_t pos) const;
   bool isSet(uint32_t slot) const {
     return starts_[slot] >= 0 && ends_[slot] >= starts_[slot];
   }
@@ -221,13 +212,6 @@ bool Matcher::literalMatches(const std::string& text, size_t pos) const {
   return true;
 }
 
-// The group's first literal that fits, or null.
-const std::string* Matcher::literalAt(const Element& group, size_t pos) const {
-  for (const Alternative& one : group.alternatives)
-    if (literalMatches(one.elements[0].text, pos)) return &one.elements[0].text;
-  return nullptr;
-}
-
 // One repetition of an element that is no group of alternatives.
 bool Matcher::matchesOnce(const Element& element, size_t pos,
                           size_t* width) const {
@@ -239,11 +223,10 @@ bool Matcher::matchesOnce(const Element& element, size_t pos,
     case ZR_CLASS:
       *width = 1;
       return pos < length() && element.set[byteAt(pos)];
-    case ZR_LITOPEN: {
-      const std::string* text = literalAt(element, pos);
-      if (text) *width = text->size();
-      return text != nullptr;
-    }
+    case ZR_LITOPEN:
+      for (const Alternative& literal : element.alternatives)
+        if (matchesOnce(literal.elements[0], pos, width)) return true;
+      return false;
     case ZR_EOS:
       return pos == length();
     case ZR_BOS:
@@ -390,21 +373,18 @@ int Matcher::alternatives(const Tree& tree, size_t pos, const Run* run) {
 
 // Tries each place where the first element fits once.
 int Matcher::scan(const Alternative& one, size_t pos, const Run* run) {
+  size_t width = 0;
   for (size_t place = base_; place < length(); place++) {
     if (!one.elements.empty() && one.elements[0].kind == ZR_BS) return 11;
     if (!spend()) return kNoAnswer;
-    if (!startsAt(one, place)) continue;
+    if (!one.elements.empty() && !matchesOnce(one.elements[0], place, &width))
+      continue;
     moveStarts(run, place);
     const int code = walk(one, 0, place, run);
     if (code != kFails) return code;
   }
   moveStarts(run, pos);
   return kFails;
-}
-
-bool Matcher::startsAt(const Alternative& one, size_t pos) const {
-  size_t width = 0;
-  return one.elements.empty() || matchesOnce(one.elements[0], pos, &width);
 }
 
 // All groups that are open here begin where the match begins.
@@ -435,10 +415,7 @@ int Matcher::walk(const Alternative& one, size_t i, size_t pos,
   size_t width = 0;
   switch (element.kind) {
     case ZR_OPEN:
-      code = iterate(one, i, run, 0, pos, nullptr);
-      break;
-    case ZR_LITOPEN:
-      code = walkLitGroup(one, i, pos, run);
+      code = iterate(one, i, run, 0, pos);
       break;
     case ZR_EOS:
     case ZR_BOS:
@@ -455,98 +432,73 @@ int Matcher::walk(const Alternative& one, size_t i, size_t pos,
       code = 11;
       break;
     default:
-      code = walkSingle(one, i, pos, run);
+      code = walkMany(one, i, pos, run);
   }
   depth_--;
   return code;
 }
 
-// Literals, single bytes and back references.
-int Matcher::walkSingle(const Alternative& one, size_t i, size_t pos,
-                        const Run* run) {
+// All but groups of alternatives. Of literals in a group the first that fits
+// at a place is taken there and no other.
+int Matcher::walkMany(const Alternative& one, size_t i, size_t pos,
+                      const Run* run) {
   const Element& element = one.elements[i];
-  size_t width = 0;
-  // As few as may be is one at least.
-  if (element.lazy && element.max == 0) return kFails;
+  const uint32_t slot = element.slot;
+  const bool group = element.kind == ZR_LITOPEN;
+  // What is lazy and no group: one at least, and never more than the least.
+  const bool exact = element.lazy && !group;
+  if (exact && element.max == 0) return kFails;
   if (element.kind == ZR_BACKREF) {
-    if (!isSet(element.slot)) return kFails;
+    if (!isSet(slot)) return kFails;
     // No text at all is had as often as one likes.
-    if (captured(element.slot).empty()) return walk(one, i + 1, pos, run);
+    if (captured(slot).empty()) return walk(one, i + 1, pos, run);
   }
-  if (element.lazy) {
-    // Never more than the least.
-    const uint32_t wanted = element.min == 0 ? 1 : element.min;
-    for (uint32_t n = 0; n < wanted; n++) {
-      if (!spend()) return kNoAnswer;
-      if (!matchesOnce(element, pos, &width)) return kFails;
-      pos += width;
-    }
-    return walk(one, i + 1, pos, run);
-  }
-  uint32_t count = 0;
-  while (count < element.max && matchesOnce(element, pos, &width)) {
-    if (!spend()) return kNoAnswer;
-    pos += width;
-    count++;
-  }
-  for (; count >= element.min; count--, pos -= width) {
-    const int code = walk(one, i + 1, pos, run);
-    if (code != kFails || count == 0) return code;
-  }
-  return kFails;
-}
-
-// At each place the first literal that fits is taken and no other.
-int Matcher::walkLitGroup(const Alternative& one, size_t i, size_t pos,
-                          const Run* run) {
-  const Element& group = one.elements[i];
+  const uint32_t least = exact ? std::max(element.min, 1u) : element.min;
   std::vector<size_t> places(1, pos);
-  while (places.size() - 1 < group.max) {
+  size_t width = 0;
+  while (places.size() - 1 < (exact ? least : element.max) &&
+         matchesOnce(element, places.back(), &width)) {
     if (!spend()) return kNoAnswer;
-    const std::string* text = literalAt(group, places.back());
-    if (!text) break;
-    places.push_back(places.back() + text->size());
+    places.push_back(places.back() + width);
   }
   const size_t most = places.size() - 1;
-  if (most < group.min) return kFails;
-  const int32_t start = starts_[group.slot], end = ends_[group.slot];
-  for (size_t n = 0; n <= most - group.min; n++) {
-    const size_t count = group.lazy ? group.min + n : most - n;
-    starts_[group.slot] = start;
-    ends_[group.slot] = end;
-    if (count > 0) {
-      starts_[group.slot] = static_cast<int32_t>(places[count - 1]);
-      ends_[group.slot] = static_cast<int32_t>(places[count]);
+  const int32_t start = starts_[slot], end = ends_[slot];
+  for (size_t n = 0; n + least <= most; n++) {
+    const size_t count = element.lazy ? least + n : most - n;
+    if (group) {
+      starts_[slot] = count ? static_cast<int32_t>(places[count - 1]) : start;
+      ends_[slot] = count ? static_cast<int32_t>(places[count]) : end;
     }
     const int code = walk(one, i + 1, places[count], run);
     if (code != kFails) return code;
   }
-  starts_[group.slot] = start;
-  ends_[group.slot] = end;
+  if (group) {
+    starts_[slot] = start;
+    ends_[slot] = end;
+  }
   return kFails;
 }
 
 // A group that `count` iterations of are done.
 int Matcher::iterate(const Alternative& one, size_t i, const Run* parent,
-                     uint32_t count, size_t pos, const Run* previous) {
+                     uint32_t count, size_t pos) {
   const Element& group = one.elements[i];
   const bool leave = count >= group.min, more = count < group.max;
   for (int turn = 0; turn < 2; turn++) {
     const bool leaving = (turn == 0) == group.lazy;
     int code = kFails;
     if (leaving && leave) code = walk(one, i + 1, pos, parent);
-    if (!leaving && more) code = enter(one, i, parent, count, pos, previous);
+    if (!leaving && more) code = enter(one, i, parent, count, pos);
     if (code != kFails) return code;
   }
   return kFails;
 }
 
 int Matcher::enter(const Alternative& one, size_t i, const Run* parent,
-                   uint32_t count, size_t pos, const Run* previous) {
+                   uint32_t count, size_t pos) {
   const Element& group = one.elements[i];
   if (!spend() || depth_ == kMaxDepth) return kNoAnswer;
-  Run run{&group, &one, i, parent, previous, count, pos, {}};
-  if (goesRound(&run)) return 10;
+  Run run{&group, &one, i, parent, count};
   depth_++;
   const int32_t start = starts_[group.slot];
   starts_[group.slot] = static_cast<int32_t>(pos);
@@ -562,34 +514,10 @@ int Matcher::close(const Run* run, size_t pos) {
   ends_[slot] = static_cast<int32_t>(pos);
   closed_++;
   const int code =
-      iterate(*run->outer, run->index, run->parent, run->count + 1, pos, run);
+      iterate(*run->outer, run->index, run->parent, run->count + 1, pos);
   if (code != 0) ends_[slot] = end;
   closed_--;
   return code;
-}
-
-// All that decides how the next iteration goes, besides the place.
-std::vector<int32_t> Matcher::snapshot() const {
-  std::vector<int32_t> state(starts_);
-  state.insert(state.end(), ends_.begin(), ends_.end());
-  state.push_back(mask_);
-  state.push_back(closed_ > 0);
-  return state;
-}
-
-// Whether an iteration without text brings the group back to where it was:
-// it does so again and again, until the engine gives up.
-bool Matcher::goesRound(Run* run) const {
-  if (run->group->max != ZR_UNBOUNDED || !run->previous ||
-      run->previous->begin != run->begin)
-    return false;
-  run->state = snapshot();
-  for (const Run* at = run->previous; at && at->begin == run->begin;
-       at = at->previous) {
-    const bool settled = !run->group->lazy || at->count >= run->group->min;
-    if (settled && at->state == run->state) return true;
-  }
-  return false;
 }
 
 }  // namespace

@@ -67,7 +67,7 @@ enum class Wanted {
   kCaptures
 };
 
-// Spends at most `budget` steps. 10 when the pattern goes round for ever.
+// Spends at most `budget` steps: no answer where the pattern goes round.
 Answer Match(const Pattern& pattern, std::string_view subject, Wanted wanted,
              uint64_t budget);
 

@@ -191,7 +191,7 @@ TEST(ZrRegexec, AnswersAndPairs) {
     RegexDuel duel({Compiled::Bytes(pattern), pattern.view().length}, 0);
     EXPECT_EQ(
         "", duel.compare({Compiled::Bytes(subject), subject.view().length}, 9));
-    EXPECT_EQ(0u, duel.unanswered);
+    EXPECT_EQ(row.plain == ZR_NOMEMORY, duel.unanswered > 0);
   }
 }
 

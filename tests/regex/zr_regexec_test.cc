@@ -176,8 +176,7 @@ TEST(ZrRegexec, AnswersAndPairs) {
       {"x(a*)*y", "xaay", "10 -1,-1", 10},
       {"x(a*)*y", "xaab", "10 -1,-1", 10},
       {"x(a*)*y", "aay", "1 -1,-1", 1},
-      {"x(a|b?)+$", "xa!", "10 -1,-1", 10},
-  };
+      {"x(a|b?)+$", "xa!", "10 -1,-1", 10}};
   for (const Row& row : kRows) {
     SCOPED_TRACE(std::string(row.pattern) + " on " + row.subject);
     const Compiled regex(row.pattern);
@@ -202,15 +201,13 @@ TEST(ZrRegexec, WritesNoMorePairsThanAskedFor) {
     uint32_t nmatch;
     const char* pairs;
   };
-  static const Row kRows[] = {
-      {"(a)(?:b)(c)", "abc", 1, "0 0,3"},
-      {"(a)(?:b)(c)", "abc", 2, "0 0,3 0,1"},
-      {"(a)(?:b)(c)", "abc", 3, "0 0,3 0,1 2,3"},
-      {"(a)(?:b)(c)", "abc", 4, "0 0,3 0,1 2,3"},
-      {"(a)(?:b)(c)", "abc", 5, "0 0,3 0,1 2,3 -1,-1"},
-      {"(a)?", "", 2, "0 0,0 -1,-1"},
-      {"(a)", "b", 3, "1 -1,-1"},
-  };
+  static const Row kRows[] = {{"(a)(?:b)(c)", "abc", 1, "0 0,3"},
+                              {"(a)(?:b)(c)", "abc", 2, "0 0,3 0,1"},
+                              {"(a)(?:b)(c)", "abc", 3, "0 0,3 0,1 2,3"},
+                              {"(a)(?:b)(c)", "abc", 4, "0 0,3 0,1 2,3"},
+                              {"(a)(?:b)(c)", "abc", 5, "0 0,3 0,1 2,3 -1,-1"},
+                              {"(a)?", "", 2, "0 0,0 -1,-1"},
+                              {"(a)", "b", 3, "1 -1,-1"}};
   for (const Row& row : kRows)
     EXPECT_EQ(row.pairs,
               Compiled(row.pattern).matchPairs(row.subject, row.nmatch))
@@ -241,8 +238,7 @@ TEST(ZrRegexec, AllocatesOnlyForManyGroupsAndMuchBacktracking) {
       // The most cells that there may be, and no more.
       {"x(a*)*y", "xy", ZR_NOMEMORY, 11},
       // Steps without end.
-      {"x(a+)+!", "x" + Times(40, "a") + "?!", ZR_NOMEMORY, 0},
-  };
+      {"x(a+)+!", "x" + Times(40, "a") + "?!", ZR_NOMEMORY, 0}};
   for (const Row& row : kRows) {
     SCOPED_TRACE(row.pattern);
     const Compiled regex(row.pattern);

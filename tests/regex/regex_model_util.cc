@@ -267,11 +267,17 @@ int Matcher::decide() {
   return tail >= 0 ? tail : searchAll();
 }
 
+// The byte that a match has to start with, where there is one.
 bool Matcher::findBase() {
-  const uint8_t first = pattern_.regex.startByte;
-  if (pattern_.regex.startKind == 2) return byteAt(0) == first;
-  if (pattern_.regex.startKind == 1)
-    while (base_ < length() && byteAt(base_) != first) base_++;
+  const std::vector<Element>& list = pattern_.full[0].elements;
+  const bool anchored = !list.empty() && list[0].kind == ZR_BOS;
+  if (pattern_.full.size() > 1 || list.size() <= anchored) return true;
+  const Element& element = list[anchored];
+  if (element.kind != ZR_STRING || element.min == 0) return true;
+  const uint8_t first = static_cast<uint8_t>(element.text[0]);
+  if (anchored) return byteAt(0) == first;
+  if (list.back().kind == ZR_EOS) return true;
+  while (base_ < length() && byteAt(base_) != first) base_++;
   return base_ < length();
 }
 

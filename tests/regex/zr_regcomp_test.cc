@@ -68,6 +68,7 @@ TEST(ZrRegcomp, BytesAndClasses) {
       // What looks like an escape and is none; NUL where \x has no digits left.
       {"\\b\\e\\.\\n\\r\\t\\w\\W\\s\\S", 0, 10, 1,
        "[10!] 'be.' lf cr tab word notword space notspace", nullptr},
+      {"\\0\\:", 0, 2, 1, "[2!] '0:'", nullptr},
       {"\\x41\\x4\\x", 0, 3, 1, "[3!] 'A@x'", nullptr},
       {"\\xZZa\\x", 0, 3, 1, "[3!] '\\x00a\\x00'", nullptr},
       {"\\x\xc1"
@@ -140,6 +141,7 @@ TEST(ZrRegcomp, AlternativesAndAnchors) {
       {"|", 0, 0, 0, "[0!] |[0!]", nullptr},
       {"^", 0, 0, 0, "[0!] ^", nullptr},
       {"^ab", 0, 2, 2, "[2!] ^ 'ab'", nullptr},
+      {"^a*b", 0, 1, 0, "[1!] ^ 'a'{0,} 'b'", nullptr},
       {"^ab$", 0, 2, 2, "[2!] ^ 'ab' $3", nullptr},
       {"^ab|c", 0, 1, 0, "[2!] ^ 'ab' |[1!] 'c'", nullptr},
       {"^(ab)", 0, 2, 0, "[2!] ^ (1[2] 'ab' )", "[2!] ^ 'ab'"},
@@ -252,7 +254,7 @@ TEST(ZrRegcomp, ErrorsTellWhatWasUnderstood) {
       {4, "Caractere d'echappement invalide", {{"a\\", "a"}, {"[\\", ""}}},
       {5,
        "Reference arriere invalide",
-       {{"\\1", ""}, {"(a\\1)", "(a"}, {"(a)\\2", "(a)"}}},
+       {{"\\1", ""}, {"\\9", ""}, {"(a\\1)", "(a"}, {"(a)\\2", "(a)"}}},
       {6,
        "Accolade manquante }",
        {{"xa{", "xa"}, {"xa{2", "xa"}, {"xa+{2,", "xa"}}},

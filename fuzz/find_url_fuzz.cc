@@ -1,5 +1,5 @@
 // Plain text: what FindUrl finds lies ahead of its cursor, which always moves;
-// what it rewrites stays within the text and loses only bytes of no URL; and
+// what it rewrites stays within the text and loses no letter, digit or dot; and
 // a text parsed into any room keeps to it and finds the same links.
 //
 // Input: a byte for the room, then the text.
@@ -15,16 +15,16 @@
 
 namespace {
 
-uint32_t CountUrlBytes(TBLOCK text) {
+uint32_t CountNameBytes(TBLOCK text) {
   uint32_t found = 0;
   for (uint32_t i = 0; i < text.length; i++)
-    found += TBLOCK::Is(text[i], bitUrl | bitAccent);
+    found += TBLOCK::Is(text[i], bitLetter | bitDigit | bitDot);
   return found;
 }
 
 void CheckFinding(TBLOCK text, const TQMDICO& dico) {
   TBLOCK cursor = text;
-  const uint32_t urlBytes = CountUrlBytes(text);
+  const uint32_t nameBytes = CountNameBytes(text);
   for (;;) {
     const TBLOCK before = cursor;
     const TBLOCK url = TBLOCKURL::FindUrl(cursor, &dico);
@@ -33,7 +33,7 @@ void CheckFinding(TBLOCK text, const TQMDICO& dico) {
     if (url.pointer < before.pointer || url.end() > cursor.pointer)
       __builtin_trap();
   }
-  if (cursor.length != 0 || CountUrlBytes(text) != urlBytes) __builtin_trap();
+  if (cursor.length != 0 || CountNameBytes(text) != nameBytes) __builtin_trap();
 }
 
 }  // namespace

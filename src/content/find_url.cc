@@ -214,8 +214,8 @@ bool FINDER::isDomain(const DOMAIN_NAME& domain) {
     if (label.empty() || !isSuffix(label)) break;
     name.cut(dot < 0 ? 0 : static_cast<uint32_t>(dot));
   }
-  if (label.empty() || label.length < 2 || name[0] == '.' || name[0] == '-' ||
-      label[0] == '-' || label[label.length - 1] == '-')
+  if (label.length < 2 || name[0] == '.' || label[0] == '-' ||
+      label[label.length - 1] == '-')
     return false;
   for (uint32_t i = 0; i < label.length; i++)
     if (TBLOCK::Is(label[i], bitLetter)) return true;
@@ -258,13 +258,25 @@ unsigned char* FINDER::protocolStart(unsigned char* domain) const {
   return p;
 }
 
-// Joins what is left of [start, stop) without the bytes of no URL; blanks fill
-// the room behind it.
-TBLOCK Squeeze(unsigned char* start, unsigned char* stop) {
+void Append(unsigned char*& out, TBLOCK text) {
+  if (text.length) memmove(out, text.pointer, text.length);
+  out += text.length;
+}
+
+// Joins the protocol without its blanks, the name and its suffix as they were
+// gathered, and the path as it stands; blanks fill the room behind them. What
+// pulls a name apart goes even where a URL may hold it: it is no byte of the
+// host that the name stands for.
+TBLOCK PutTogether(unsigned char* start, const DOMAIN_NAME& domain,
+                   const SUFFIX& suffix, unsigned char* behind) {
   unsigned char* out = start;
-  for (const unsigned char* p = start; p < stop; p++)
-    if (TBLOCK::Is(*p, bitUrl | bitAccent)) *out++ = *p;
-  memset(out, ' ', static_cast<size_t>(stop - out));
+  for (const unsigned char* p = start; p < domain.start; p++)
+    if (TBLOCK::Is(*p, bitUrl)) *out++ = *p;
+  Append(out, domain.view());
+  *out++ = '.';
+  Append(out, suffix.view());
+  Append(out, TBLOCK(suffix.end, static_cast<uint32_t>(behind - suffix.end)));
+  memset(out, ' ', static_cast<size_t>(behind - out));
   return TBLOCK(start, static_cast<uint32_t>(out - start));
 }
 
@@ -291,7 +303,7 @@ TBLOCK FINDER::domainAt(unsigned char* dot, unsigned char*& behind) {
   } else if (!isBareDomain(dot, suffix, domain)) {
     return TBLOCK();
   }
-  return Squeeze(protocolStart(domain.start), behind);
+  return PutTogether(protocolStart(domain.start), domain, suffix, behind);
 }
 
 }  // namespace

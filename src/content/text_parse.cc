@@ -1,6 +1,6 @@
 // Plain-text bodies: a copy without what is no text of the writer's own, and
-// the URLs. Mail addresses in angle brackets look like tags and are kept;
-// HTML that a mailer sent as plain text goes. Entry: QmTextParse. Tested by
+// the URLs. Mail addresses in angle brackets look like tags and are kept; tags
+// that a mailer sent as plain text go. Entry: QmTextParse. Tested by
 // text_parse_test.cc.
 
 #include "content/text_parse.h"
@@ -24,11 +24,14 @@ struct TEXTCOPIER {
   THITEM tag;
   const unsigned char* bracketEnd;  // first ">" or blank at or behind where
                                     // it was looked for
+  const unsigned char* tagBound;    // where a tag that begins ahead of it ends
+                                    // at the latest: behind the first ">"
   bool lineStart;
 
   void write(TBLOCK text);
   bool takeMark();
   bool takeAddress();
+  TBLOCK tagRoom();
   bool takeTag();
   void takeByte();
 };
@@ -68,17 +71,32 @@ bool TEXTCOPIER::takeAddress() {
   return true;
 }
 
-// A known tag goes, and so does the content of a script and its like. The name
-// is looked at first: a tag that is not known is read again from each "<" in
-// it, and so it must not be searched for its end.
+// What a tag that begins here may take: through the next ">", all when there
+// is none. A reader of plain text sees whatever stands behind it, and so
+// neither an element nor an open quote may reach further. What is known to be
+// absent is so as far as the bound.
+TBLOCK TEXTCOPIER::tagRoom() {
+  if (rest.pointer >= tagBound) {
+    const int32_t at = rest.findByte('>');
+    tagBound = at < 0 ? rest.end() : rest.pointer + at + 1;
+    tag.flags = 0;
+  }
+  return rest.head(static_cast<uint32_t>(tagBound - rest.pointer));
+}
+
+// A known tag goes, and never the text that it encloses. The name is looked at
+// first: a tag that is not known is read again from each "<" in it, and so it
+// must not be searched for its end.
 bool TEXTCOPIER::takeTag() {
   TBLOCK head = rest.head(kTagHead);
   THITEM probe;
   ClearHtmlItem(probe, 0);
   ParseTagItem(head, probe);
   if (probe.tag == htUnknown || probe.tag == htOColon) return false;
+  TBLOCK room = tagRoom();
   ClearHtmlItem(tag, tag.flags);
-  ParseTagItem(rest, tag);
+  ParseTagItem(room, tag);
+  rest.skip(tag.block.length);
   context.tagCount++;
   if (tag.type == hitOpenTag && tag.tag == htHTML) context.isHtml = true;
   return true;
@@ -121,8 +139,8 @@ uint32_t QmTextParse(TBLOCK src, TBLOCK dest, TTEXTCONTEXT& context,
   context.clear();
   context.output = dest;
   if (src.empty()) return 0;
-  TEXTCOPIER copier = {src,      dest.pointer, dest.end(), context,
-                       THITEM(), src.pointer,  true};
+  TEXTCOPIER copier = {src,      dest.pointer, dest.end(),  context,
+                       THITEM(), src.pointer,  src.pointer, true};
   ClearHtmlItem(copier.tag, 0);
   while (!copier.rest.empty()) {
     const bool bracket = copier.rest[0] == '<';

@@ -27,12 +27,13 @@ bool HoldsAny(TBLOCK line, const char* const* words, uint32_t count) {
   return false;
 }
 
-// Bytes of the line through a first "ps:"; 0 without one. That of "https:" is
-// none.
+// Bytes of the line through a first "ps:", which may end a word; 0 without one.
+// On purpose that of "https:" is none: it would make an offer of each line with
+// such a URL, and cut the URL in two.
 uint32_t PostscriptLength(TBLOCK line) {
   const uint32_t n = sizeof kPostscript - 1;
   int32_t at = line.find(kPostscript);
-  while (at > 0 && TBLOCK::Is(line[static_cast<uint32_t>(at) - 1], bitLetter))
+  while (at >= 3 && line.from(static_cast<uint32_t>(at) - 3).begins("htt"))
     at = line.find(kPostscript, static_cast<uint32_t>(at) + n);
   return at < 0 ? 0 : static_cast<uint32_t>(at) + n;
 }
@@ -68,18 +69,26 @@ TBLOCK LastWord(TBLOCK text) {
   return text.from(at);
 }
 
-// A run of bytes of an address, with one "@" and a dot behind it.
-bool IsMailWord(TBLOCK run) {
+// The address in a run of bytes of one, without the quotes ahead of it, what
+// can't stand in its domain, and the full stop behind it. Empty when its domain
+// has no dot inside.
+TBLOCK MailWord(TBLOCK run) {
+  while (!run.empty() && (run[0] == '"' || run[0] == '\'')) run.skip(1);
   const int32_t at = run.findByte('@');
-  return at >= 0 && at == run.findLastByte('@') &&
-         run.findByte('.', static_cast<uint32_t>(at)) >= 0;
+  if (at < 0) return TBLOCK();
+  const uint32_t start = static_cast<uint32_t>(at) + 1;
+  uint32_t n = start;
+  while (n < run.length && TBLOCK::Is(run[n], bitDomain)) n++;
+  while (n > start && run[n - 1] == '.') n--;
+  run.cut(n);
+  return run.findByte('.', start + 1) < 0 ? TBLOCK() : run;
 }
 
 void AddMailWords(TBLOCK text, STRVECT& list) {
   while (!text.empty()) {
     uint32_t n = 0;
     while (n < text.length && TBLOCK::Is(text[n], bitEmail)) n++;
-    if (IsMailWord(text.head(n))) AddText(text.head(n), kMinAddress, list);
+    AddText(MailWord(text.head(n)), kMinAddress, list);
     text.skip(n + 1);
   }
 }

@@ -5,6 +5,8 @@
 //   section_lookup.cc  one text against a section, by its type
 //   hashed_lookup.cc   sections with an index, and sorted digests
 //   keyword_search.cc  the words of a text against pattern lines
+//   special_words.cc   pattern words that are no text
+//   pattern_index.h    what the search of words has prepared
 //
 // A section that is absent reads as "no match" everywhere, and so does a name
 // of 2,048 bytes or more. Names compare through TBLOCK::LowerConvTable.

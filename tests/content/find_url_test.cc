@@ -95,7 +95,7 @@ TEST(FindUrlTest, Domains) {
       // What stands ahead of the suffixes.
       {"x.com 12.com -ab.com ab-.com .ab.com", ""},
       {"me-.x.com in.com co.uk x.co.uk a.in.com", ""},
-      {"1a.in.com", "1a.in.com|"},
+      {"1a.in.com -a.bc.com", "1a.in.com|-a.bc.com|"},
       {"ab@cd.com ab.in@c ab.com/a@b a@b c . com", ""},
       {"ab.com:ab.com:ab.com@b cd.com", "cd.com|"},
       // How far a piece may be away.
@@ -106,8 +106,8 @@ TEST(FindUrlTest, Domains) {
       {"pills.\ncom pills\r.com", ""},
       {"pills..com pills. .com pills./com pills.?com", ""},
       {"a b : c d . com", "cd.com|"},
-      {"p*i*l*l*s.com", "p*i*l*l*s.com|"},
-      {"p(i)l(l)s . [c]o|m", "pills.com|"},
+      {"p*i*l*l*s . com", "pills.com|"},
+      {"p(i)l(l)s . [c]o-m/a*b", "pills.com/a*b|"},
       // The protocol belongs to it, if it is one.
       {"h t t p : / / p i l l s . c o m / x", "http://pills.com|"},
       {"Htt P s :   /\t/ pills . com", "HttPs://pills.com|"},

@@ -68,6 +68,7 @@ TEST(ZrRegcomp, BytesAndClasses) {
       // What looks like an escape and is none; NUL where \x has no digits left.
       {"\\b\\e\\.\\n\\r\\t\\w\\W\\s\\S", 0, 10, 1,
        "[10!] 'be.' lf cr tab word notword space notspace", nullptr},
+      {"\\0\\:", 0, 2, 1, "[2!] '0:'", nullptr},
       {"\\x41\\x4\\x", 0, 3, 1, "[3!] 'A@x'", nullptr},
       {"\\xZZa\\x", 0, 3, 1, "[3!] '\\x00a\\x00'", nullptr},
       {"\\x\xc1"
@@ -92,8 +93,7 @@ TEST(ZrRegcomp, BytesAndClasses) {
       {"[\\b][\\b\\x08]", 0, 2, 0, "[2!] bs class{bs '\\x08'}", nullptr},
       // Folded as they are read: the named classes are not seen any more.
       {"[a-zA-Z0-9][y-z]x", 1, 3, 0,
-       "[3!] class{'A'-'Z' 'A'-'Z' '0'-'9'} range'Y'-'Z' 'X'", nullptr},
-  };
+       "[3!] class{'A'-'Z' 'A'-'Z' '0'-'9'} range'Y'-'Z' 'X'", nullptr}};
   for (const ListRow& row : kRows) CheckLists(row);
   // The length counts: a NUL is a byte as any other.
   EXPECT_EQ("[3!] 'a\\x00b'",
@@ -132,8 +132,7 @@ TEST(ZrRegcomp, JoiningAndCounting) {
        "[262142!] (?:1[2!] 'ab' ){131071}", "[262142!] 'ab'{131071}"},
       {"((ab){65536}){65536}", 0, 0xFFFFFFFF, 0,
        "[4294967295!] (1[131072!] (2[2!] 'ab' ){65536} ){65536}",
-       "[4294967295!] (1[131072!] 'ab'{65536} ){65536}"},
-  };
+       "[4294967295!] (1[131072!] 'ab'{65536} ){65536}"}};
   for (const ListRow& row : kRows) CheckLists(row);
 }
 
@@ -142,6 +141,7 @@ TEST(ZrRegcomp, AlternativesAndAnchors) {
       {"|", 0, 0, 0, "[0!] |[0!]", nullptr},
       {"^", 0, 0, 0, "[0!] ^", nullptr},
       {"^ab", 0, 2, 2, "[2!] ^ 'ab'", nullptr},
+      {"^a*b", 0, 1, 0, "[1!] ^ 'a'{0,} 'b'", nullptr},
       {"^ab$", 0, 2, 2, "[2!] ^ 'ab' $3", nullptr},
       {"^ab|c", 0, 1, 0, "[2!] ^ 'ab' |[1!] 'c'", nullptr},
       {"^(ab)", 0, 2, 0, "[2!] ^ (1[2] 'ab' )", "[2!] ^ 'ab'"},
@@ -168,8 +168,7 @@ TEST(ZrRegcomp, AlternativesAndAnchors) {
       {"|(?i)x", 0, 0, 0, "[0] |[1] fold 'X'", nullptr},
       {"a(?i)b$|c", 0, 1, 0, "[2!] 'a' fold 'B' $1/DF |[1!] 'C'", nullptr},
       {"(?i)ab(?-i)c", 0, 3, 1, "[3!] 'AB' exact 'c'", nullptr},
-      {"((?i)a)b", 0, 2, 0, "[2] (1[1] fold 'A' ) 'B'", nullptr},
-  };
+      {"((?i)a)b", 0, 2, 0, "[2] (1[1] fold 'A' ) 'B'", nullptr}};
   for (const ListRow& row : kRows) CheckLists(row);
 }
 
@@ -211,8 +210,7 @@ TEST(ZrRegcomp, OptionalStartsAndReducedLists) {
       {"x((a|b))+", 0, 2, 1, "[2!] 'x' (1[1] <2[1] 'a' |[1] 'b' > ){1,}",
        "[2!] 'x' (1[1] <2[1] 'a' |[1] 'b' > ){1,}"},
       {"(?:x)(a)\\1", 0, 2, 0, "[2!] (?:1[1!] 'x' ) (2[1] 'a' ) \\1",
-       "[2!] 'x' 'a' \\1"},
-  };
+       "[2!] 'x' 'a' \\1"}};
   for (const ListRow& row : kRows) CheckLists(row);
 }
 
@@ -256,7 +254,7 @@ TEST(ZrRegcomp, ErrorsTellWhatWasUnderstood) {
       {4, "Caractere d'echappement invalide", {{"a\\", "a"}, {"[\\", ""}}},
       {5,
        "Reference arriere invalide",
-       {{"\\1", ""}, {"(a\\1)", "(a"}, {"(a)\\2", "(a)"}}},
+       {{"\\1", ""}, {"\\9", ""}, {"(a\\1)", "(a"}, {"(a)\\2", "(a)"}}},
       {6,
        "Accolade manquante }",
        {{"xa{", "xa"}, {"xa{2", "xa"}, {"xa+{2,", "xa"}}},
@@ -274,8 +272,7 @@ TEST(ZrRegcomp, ErrorsTellWhatWasUnderstood) {
        {{"()", "("}, {"(?:)", "(?:"}, {")", ""}, {"(a))", "(a)"}}},
       {13,
        "Charactere interdit",
-       {{"a]", "a"}, {"}", ""}, {"(?x)", ""}, {"(?", ""}, {"(?-", ""}}},
-  };
+       {{"a]", "a"}, {"}", ""}, {"(?x)", ""}, {"(?", ""}, {"(?-", ""}}}};
   for (const Row& row : kRows) {
     for (const auto& entry : row.rows) {
       if (!entry[0]) break;
@@ -291,20 +288,18 @@ TEST(ZrRegcomp, PrintedBack) {
   static const struct {
     const char* pattern;
     const char* text;
-  } kRows[] = {
-      {"\\.\\$\\x07\\]\\{a\\^\\|", "\\.\\$\\x07]{a\\^\\|"},
-      {"[-a][^b-]x-", "[\\-a][^b\\-]x-"},
-      {"\\d\\D\\w\\W\\s\\S\\n\\r\\t.",
-       "[0-9][^0-9][0-9A-Za-z_][^0-9A-Za-z_][ \\t\\n\\r\\f]"
-       "[^ \\t\\n\\r\\f]\\n\\r\\t."},
-      {"[a-zA-Z0-9][^a-zA-Z0-9][\\b][\\dx-z][^x]",
-       "[0-9A-Za-z][^0-9A-Za-z][\\b][\\dx-z][^x]"},
-      {"x(?:a|b+)*?c{2}d{2,}e{2,3}f??g{1}?",
-       "x(?:a|b+)*?c{2}d{2,}e{2,3}f??g{1}?"},
-      {"^(a)(?i)\\1(?-i)$", "^(a)(?i)\\1(?-i)$"},
-      {"a?^b", "a^b|^b"},
-      {"(com|info)", "(info|com)"},
-  };
+  } kRows[] = {{"\\.\\$\\x07\\]\\{a\\^\\|", "\\.\\$\\x07]{a\\^\\|"},
+               {"[-a][^b-]x-", "[\\-a][^b\\-]x-"},
+               {"\\d\\D\\w\\W\\s\\S\\n\\r\\t.",
+                "[0-9][^0-9][0-9A-Za-z_][^0-9A-Za-z_][ \\t\\n\\r\\f]"
+                "[^ \\t\\n\\r\\f]\\n\\r\\t."},
+               {"[a-zA-Z0-9][^a-zA-Z0-9][\\b][\\dx-z][^x]",
+                "[0-9A-Za-z][^0-9A-Za-z][\\b][\\dx-z][^x]"},
+               {"x(?:a|b+)*?c{2}d{2,}e{2,3}f??g{1}?",
+                "x(?:a|b+)*?c{2}d{2,}e{2,3}f??g{1}?"},
+               {"^(a)(?i)\\1(?-i)$", "^(a)(?i)\\1(?-i)$"},
+               {"a?^b", "a^b|^b"},
+               {"(com|info)", "(info|com)"}};
   for (const auto& row : kRows)
     EXPECT_EQ(std::string("Succes apres ") + row.text,
               Compiled(row.pattern, 0).error());
@@ -341,8 +336,7 @@ TEST(ZrRegcomp, HostilePatterns) {
       {"starts of alternatives", Repeat("a?b|", 10000) + "c", ZR_OK},
       {"classes", Repeat("[a\\d]", 30000), ZR_OK},
       {"tails", Repeat("(a|b)$", 9000), ZR_OK},
-      {"literal", Repeat("ab", 500000), ZR_OK},
-  };
+      {"literal", Repeat("ab", 500000), ZR_OK}};
   for (const auto& row : kRows)
     EXPECT_EQ(row.code, Compiled(row.pattern, 0).code) << row.name;
 }

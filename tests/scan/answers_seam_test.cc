@@ -42,22 +42,20 @@ TEST(AnswersTest, Cuts) {
   const struct {
     std::string text;  // with "|" where it is cut
     int count;
-  } rows[] = {
-      {"a ---- b", 0},
-      {"a\n|----- \r\n\tAnswers5", 1},
-      {"----\r\n|-----Answers5", 1},
-      {"a|----Answers5\n----Answers6", 3},
-      {"a----Answers6\n----Answers1", -1},
-      {"---- ----Answers5\n", 0},
-      // A ruler is seven runs, two bytes apart.
-      {"----Answers5" + Times(6, "\r\n----"), 1},
-      {Times(6, "----\r\n") + "x|Comment----Answers5", 1},
-      // As many as are looked at, and one more.
-      {Times(199, "----\n") + "|----Answers5", 1},
-      {Times(200, "----\n") + "----Answers5", 0},
-      {"a\n|---Useless\n----Answers5", 1},
-      {"a|----Answers5\n---Useless Comment", 1},
-  };
+  } rows[] = {{"a ---- b", 0},
+              {"a\n|----- \r\n\tAnswers5", 1},
+              {"----\r\n|-----Answers5", 1},
+              {"a|----Answers5\n----Answers6", 3},
+              {"a----Answers6\n----Answers1", -1},
+              {"---- ----Answers5\n", 0},
+              // A ruler is seven runs, two bytes apart.
+              {"----Answers5" + Times(6, "\r\n----"), 1},
+              {Times(6, "----\r\n") + "x|Comment----Answers5", 1},
+              // As many as are looked at, and one more.
+              {Times(199, "----\n") + "|----Answers5", 1},
+              {Times(200, "----\n") + "----Answers5", 0},
+              {"a\n|---Useless\n----Answers5", 1},
+              {"a|----Answers5\n---Useless Comment", 1}};
   TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
   for (const auto& row : rows) {
     std::string whole = row.text;
@@ -81,8 +79,7 @@ TEST(AnswersTest, Bodies) {
   } rows[] = {
       {"\n \xABt\xBB\n----Answers5", "01\"t\""},
       {both, "<p>|01"},
-      {both + "----Answers6\n", "<p>|<p>----Answers6|13<p>----Answers6"},
-  };
+      {both + "----Answers6\n", "<p>|<p>----Answers6|13<p>----Answers6"}};
   for (const auto& row : rows) {
     trace = "";
     TQMMSG m(nullptr, nullptr, nullptr, 0, 0);

@@ -68,8 +68,7 @@ TEST(AttachmentAdnTest, FingerprintsOfWholeAndDamagedFiles) {
       {akHtml, html, "", 8192},
       {akHtml, "<sCRIPT http-equiv='refresh'", "", 0},
       {akHtml, "http-equiv=''refresh''", "Html::Javascript", 0},
-      {akArchive, kPdf, "", 0},
-  };
+      {akArchive, kPdf, "", 0}};
   for (const auto& row : rows)
     EXPECT_EQ(row.adn, Adn(row.kind, row.text, row.rawLength)) << row.text;
   EXPECT_EQ("PDF:Exploit", Adn(akPdf, kExploit, 0, 0));

@@ -8,6 +8,7 @@
 #include <map>
 #include <string>
 
+#include "base/heap_text.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -40,60 +41,31 @@ std::function<void(TQMMSG*)> State(int state) {
 
 }  // namespace
 
-void TQMMSG::checkHeaderFilter() {
-  script->call(this, "hdr");
-}
-int TQMMSG::checkFilter(int n, const QMGLOBALSETUP*, const QMUSERSETUP*, int) {
-  return script->call(this, "f" + std::to_string(n));
-}
-void TQMMSG::checkBlack(const QMGLOBALSETUP*, const QMUSERSETUP*) {
-  script->call(this, "black");
-}
-int TQMMSG::checkRuleSection(const char* name, int) {
-  return script->call(this, name);
-}
-int TQMMSG::testRuleSection(const char* name) {
-  return script->call(this, name);
-}
-int TQMMSG::matchRuleSection(const char* name, STR&) {
-  return script->call(this, name);
-}
-int TQMMSG::checkRuleLine(const TQKLINE*, TBLOCK&, int) {
-  return 0;
-}
-void TQMMSG::checkEmails(int white) {
-  script->call(this, "emails" + std::to_string(white) +
-                         (ledger.whiteScoring ? "w" : ""));
-}
-int TQMMSG::checkVirus(const QMGLOBALSETUP*, const QMUSERSETUP*) {
-  return script->call(this, "virus");
-}
-bool TQMMSG::checkNotification(const QMGLOBALSETUP*, const QMUSERSETUP*) {
-  return script->call(this, "notif") != 0;
-}
-void TQMMSG::checkTld() {
-  script->call(this, "tld");
-}
-int TQMMSG::listFilter(TBLOCK list) {
-  return script->call(
-      this, "list:" + std::string(reinterpret_cast<char*>(list.pointer),
-                                  list.length));
-}
-void TQMMSG::checkWhite() {
-  script->call(this, "white");
-}
-void TQMMSG::checkBlackWords() {
-  script->call(this, "words");
-}
-void TQMMSG::checkResit() {
-  script->call(this, ledger.whiteScoring ? "resitw" : "resit");
-}
-int TQMMSG::checkSuspect(const QMGLOBALSETUP*, const QMUSERSETUP*) {
-  return script->call(this, "suspect");
-}
-int TQMMSG::checkCommercial(const QMGLOBALSETUP*, const QMUSERSETUP*) {
-  return script->call(this, "commercial");
-}
+#define CALLED(type, name, parameters, trace) \
+  type TQMMSG::name parameters {              \
+    return type(script->call(this, trace));   \
+  }
+#define SETUPS const QMGLOBALSETUP*, const QMUSERSETUP*
+// clang-format off
+CALLED(void, checkHeaderFilter, (), "hdr")
+CALLED(int, checkFilter, (int n, SETUPS, int), "f" + std::to_string(n))
+CALLED(void, checkBlack, (SETUPS), "black")
+CALLED(int, checkRuleSection, (const char* name, int), name)
+CALLED(int, testRuleSection, (const char* name), name)
+CALLED(int, matchRuleSection, (const char* name, STR&), name)
+CALLED(void, checkEmails, (int white), "emails" + std::to_string(white) +
+                                       (ledger.whiteScoring ? "w" : ""))
+CALLED(int, checkVirus, (SETUPS), "virus")
+CALLED(bool, checkNotification, (SETUPS), "notif")
+CALLED(void, checkTld, (), "tld")
+CALLED(int, listFilter, (TBLOCK list), "list:" + Str(list))
+CALLED(void, checkWhite, (), "white")
+CALLED(void, checkBlackWords, (), "words")
+CALLED(void, checkResit, (), ledger.whiteScoring ? "resitw" : "resit")
+CALLED(int, checkSuspect, (SETUPS), "suspect")
+CALLED(int, checkCommercial, (SETUPS), "commercial")
+int TQMMSG::checkRuleLine(const TQKLINE*, TBLOCK&, int) { return 0; }
+// clang-format on
 
 namespace {
 
@@ -105,8 +77,7 @@ const std::string kStart = "hdr f43 virus list:G list:U notif ";
 const std::string kFull = kStart + kSpamBranch + " suspect commercial";
 
 std::string Cause(const TQMMSG& m) {
-  const TBLOCK c = m.ledger.cause.view();
-  return std::string(reinterpret_cast<const char*>(c.pointer), c.length);
+  return Str(m.ledger.cause.view());
 }
 
 class DriverTest : public ::testing::Test {
@@ -172,8 +143,7 @@ TEST_F(DriverTest, EarlyExits) {
       {"black", Points(99), 0, kFull, 99, 0},
       {"black", Points(100), 0, noResit, 100, 1},
       // The second chance goes by what stood before the words.
-      {"words", Points(150), 0, kStart + kSpamBranch, 150, 1},
-  };
+      {"words", Points(150), 0, kStart + kSpamBranch, 150, 1}};
   for (const Row& row : rows) {
     SCOPED_TRACE(std::string(row.call) + " " + std::to_string(row.score) +
                  (row.noBailout ? " no bailout" : ""));
@@ -350,8 +320,7 @@ TEST_F(DriverTest, SpamInNotification) {
       {"clean", copy.c_str(), 99, 5, 3, "outer (5)"},
       {"no copy", "Sorry.\n", 120, 5, 3, "outer (5)"},
       {"first row wins", both.c_str(), 120, 120, 1,
-       "inner early@x.example (120)"},
-  };
+       "inner early@x.example (120)"}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     s = Script();
@@ -361,9 +330,7 @@ TEST_F(DriverTest, SpamInNotification) {
     };
     const int points = row.innerPoints;
     s.effects["words"] = [points](TQMMSG* m) {
-      std::string label = "inner ";
-      label.append(reinterpret_cast<char*>(m->fromBox.email.pointer),
-                   m->fromBox.email.length);
+      const std::string label = "inner " + Str(m->fromBox.email);
       m->addToSpamScore(points, label.c_str(), 1);
     };
     TQMMSG m(nullptr, nullptr, nullptr, 0, 0);

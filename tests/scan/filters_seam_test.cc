@@ -172,8 +172,7 @@ TEST_F(FiltersTest, SectionsThatSpare) {
       {"No-Fall Only-Fall", {"Only-Fall"}, "?No-Fall ?Only-Fall checkFall"},
       {"No-Fall Only-Fall", {"No-Fall", "Only-Fall"}, "?No-Fall"},
       {"No-Fall Only-Fall", {}, "?No-Fall ?Only-Fall"},
-      {"No-Tld Only-Falls Only", {"No-Tld"}, "checkFall"},
-  };
+      {"No-Tld Only-Falls Only", {"No-Tld"}, "checkFall"}};
   points["checkFall"] = 30;
   for (const auto& row : rows) {
     load(row.sections);
@@ -225,14 +224,12 @@ TEST_F(FiltersTest, HeaderFiltersOnce) {
     const char* scoring;
     int noBailout;
     std::string trace;
-  } rows[] = {
-      {"", 0, head + " checkMessageId =HeaderRegex(1)"},
-      {"", 1, head + " checkMessageId =HeaderRegex(0)"},
-      {"checkReceived", 0, head},
-      {"checkReceived", 1, head + " checkMessageId =HeaderRegex(0)"},
-      {"checkWhiteRecip", 0, "?No-Spam checkWhiteRecip"},
-      {"No-Spam", 0, "?No-Spam"},
-  };
+  } rows[] = {{"", 0, head + " checkMessageId =HeaderRegex(1)"},
+              {"", 1, head + " checkMessageId =HeaderRegex(0)"},
+              {"checkReceived", 0, head},
+              {"checkReceived", 1, head + " checkMessageId =HeaderRegex(0)"},
+              {"checkWhiteRecip", 0, "?No-Spam checkWhiteRecip"},
+              {"No-Spam", 0, "?No-Spam"}};
   for (const auto& row : rows) {
     points = {{row.scoring, 300}};
     fulfilled = {row.scoring};

@@ -116,8 +116,7 @@ TEST_F(RuleFiltersTest, NonLatin) {
       {"", "", czControl, 0, 29, 0, 0, 0, ""},
       {"", "", czControl, 0, 30, 0, 0, 0, "Too many extended chars (150)"},
       {"", "", czLetter, 0, 0, 0, 0, 0, ""},
-      {"", "", czLetter, 9, 0, 1, 1, 1, "Latin text (forbidden) (200)"},
-  };
+      {"", "", czLetter, 9, 0, 1, 1, 1, "Latin text (forbidden) (200)"}};
   for (const auto& row : rows) {
     // What was seen may stand in either.
     for (int other = 0; other < 2; other++) {
@@ -185,11 +184,9 @@ TEST_F(RuleFiltersTest, PatternsWithTheirPlace) {
     const char* text;
     bool found;
     int count, offset;
-  } rows[] = {
-      {"Lines", "xxabb", true, 7, 3}, {"lines", "a", true, -3, 0},
-      {"lines", "xx", false, 0, -1},  {"lines", "", false, 0, -1},
-      {"strings", "cc", true, 9, 1},  {"none", "abc", false, 0, -1},
-  };
+  } rows[] = {{"Lines", "xxabb", true, 7, 3}, {"lines", "a", true, -3, 0},
+              {"lines", "xx", false, 0, -1},  {"lines", "", false, 0, -1},
+              {"strings", "cc", true, 9, 1},  {"none", "abc", false, 0, -1}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.text);
     const HeapText text(row.text);

@@ -2,13 +2,10 @@
 
 #include <string>
 
+#include "base/heap_text.h"
 #include "scan/tqmmsg.h"
 
 namespace {
-
-std::string Text(TBLOCK view) {
-  return std::string(reinterpret_cast<const char*>(view.pointer), view.length);
-}
 
 class HeaderFieldsTest : public ::testing::Test {
  protected:
@@ -32,20 +29,18 @@ TEST_F(HeaderFieldsTest, ReadHeaderField) {
     int found;
     const char* value;
   };
-  const Row rows[] = {
-      {"one", 0, 1, "first"},    {"One", 1, 1, ""},
-      {"quoted", 0, 1, "inner"}, {"half", 0, 1, "\""},
-      {"folded", 0, 1, "a b"},   {"sete", 0, 1, "accents"},
-      {"body", 0, 0, ""},        {"on", 0, 0, ""},
-      {"one ", 0, 1, "third"},   {"missing", 1, 0, ""},
-  };
+  const Row rows[] = {{"one", 0, 1, "first"},    {"One", 1, 1, ""},
+                      {"quoted", 0, 1, "inner"}, {"half", 0, 1, "\""},
+                      {"folded", 0, 1, "a b"},   {"sete", 0, 1, "accents"},
+                      {"body", 0, 0, ""},        {"on", 0, 0, ""},
+                      {"one ", 0, 1, "third"},   {"missing", 1, 0, ""}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     TBLOCK value("before");
     const int32_t before = m.fieldsRead;
     EXPECT_EQ(row.found, row.last ? m.readLastHeaderField(row.name, value, 1)
                                   : m.readHeaderField(row.name, value, 1));
-    EXPECT_EQ(row.value, Text(value));
+    EXPECT_EQ(row.value, Str(value));
     EXPECT_EQ(before + row.found, m.fieldsRead);
   }
 }
@@ -57,20 +52,20 @@ TEST_F(HeaderFieldsTest, WhichFieldWins) {
       "Message-Id: <first@a>\r\nMessage-Id: <last@a>\r\n"
       "Date: early\r\nDate: late\r\nX-QMSPAM-TYPE: old\r\n"
       "In-Reply-To: < r@a >\r\nX-Original-Message-ID: <o@a\r\n\r\n");
-  EXPECT_EQ("plain", Text(m.subject));
-  EXPECT_EQ("xs@a.example", Text(m.sender));
-  EXPECT_EQ("xs@a.example", Text(m.senderBox.email));
-  EXPECT_EQ("<last@a>", Text(m.rawMessageId));
-  EXPECT_EQ("last@a", Text(m.messageId));
-  EXPECT_EQ("late", Text(m.date));
-  EXPECT_EQ("old", Text(m.xSpamType));
-  EXPECT_EQ(" r@a ", Text(m.inReplyTo));
-  EXPECT_EQ("<o@a", Text(m.originalMessageId));
+  EXPECT_EQ("plain", Str(m.subject));
+  EXPECT_EQ("xs@a.example", Str(m.sender));
+  EXPECT_EQ("xs@a.example", Str(m.senderBox.email));
+  EXPECT_EQ("<last@a>", Str(m.rawMessageId));
+  EXPECT_EQ("last@a", Str(m.messageId));
+  EXPECT_EQ("late", Str(m.date));
+  EXPECT_EQ("old", Str(m.xSpamType));
+  EXPECT_EQ(" r@a ", Str(m.inReplyTo));
+  EXPECT_EQ("<o@a", Str(m.originalMessageId));
 
   load("Message-Id: <raw@a>\r\nX-Message-Id: <x@a>\r\nSender: s@a\r\n\r\n");
-  EXPECT_EQ("raw@a", Text(m.rawMessageId).substr(1, 5));
-  EXPECT_EQ("x@a", Text(m.messageId));
-  EXPECT_EQ("s@a", Text(m.sender));
+  EXPECT_EQ("raw@a", Str(m.rawMessageId).substr(1, 5));
+  EXPECT_EQ("x@a", Str(m.messageId));
+  EXPECT_EQ("s@a", Str(m.sender));
 }
 
 TEST_F(HeaderFieldsTest, HeaderEndIsTheBodysOffset) {
@@ -78,18 +73,16 @@ TEST_F(HeaderFieldsTest, HeaderEndIsTheBodysOffset) {
     std::string text;
     uint32_t end;
   };
-  const Row rows[] = {
-      {"From: a\r\n\r\nbody", 11},
-      {"From: a\n\nbody", 9},
-      {"From: a\r\n b\r\n\r\nbody", 15},
-      {"From: a", 7},
-      {"  Received: x\n\nbody", 15},
-      {"\r\nbody", 2},
-      {"", 0},
-      {"From: a\n--x\nbody", 8},
-      {"Received: a\r\n\r\n\r\n", 15},
-      {"Received: a\n", 12},
-  };
+  const Row rows[] = {{"From: a\r\n\r\nbody", 11},
+                      {"From: a\n\nbody", 9},
+                      {"From: a\r\n b\r\n\r\nbody", 15},
+                      {"From: a", 7},
+                      {"  Received: x\n\nbody", 15},
+                      {"\r\nbody", 2},
+                      {"", 0},
+                      {"From: a\n--x\nbody", 8},
+                      {"Received: a\r\n\r\n\r\n", 15},
+                      {"Received: a\n", 12}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.text);
     load(row.text);
@@ -104,14 +97,14 @@ TEST_F(HeaderFieldsTest, EncodedWords) {
       "From: =?koi8-r?q?a=3Db?= <f@a.example>\r\nTo: =?utf-8?b?eA==?=\r\n"
       "Subject: =?utf-8?q?[SPAM]_=C3=A9t=C3=A9?=\r\n"
       "X-Mailer: =?iso-8859-2?q?M?=\r\n\r\n");
-  EXPECT_EQ("a=b <f@a.example>", Text(m.from));
-  EXPECT_EQ("f@a.example", Text(m.fromBox.email));
-  EXPECT_EQ("x", Text(m.to));
-  EXPECT_EQ("\xE9t\xE9", Text(m.subject));
-  EXPECT_EQ("M", Text(m.mailer));
-  EXPECT_EQ("koi8-r", Text(m.fromCharset.name));
-  EXPECT_EQ("iso-8859-2", Text(m.headerCharset.name));
-  EXPECT_EQ("utf-8", Text(m.subjectCharset.name));
+  EXPECT_EQ("a=b <f@a.example>", Str(m.from));
+  EXPECT_EQ("f@a.example", Str(m.fromBox.email));
+  EXPECT_EQ("x", Str(m.to));
+  EXPECT_EQ("\xE9t\xE9", Str(m.subject));
+  EXPECT_EQ("M", Str(m.mailer));
+  EXPECT_EQ("koi8-r", Str(m.fromCharset.name));
+  EXPECT_EQ("iso-8859-2", Str(m.headerCharset.name));
+  EXPECT_EQ("utf-8", Str(m.subjectCharset.name));
   load("To: =?utf-8?q?x?=\r\nReturn-Path: <p@a.example>\r\n\r\n");
   EXPECT_TRUE(m.headerCharset.name.empty());
 }
@@ -123,12 +116,12 @@ TEST_F(HeaderFieldsTest, RelaysBoundaryMailer) {
       "\"b;c\"\r\n"
       "X-Mailer: (Super) Mailer 2.0\r\n\r\n");
   EXPECT_EQ(3, m.receivedFields.count());
-  EXPECT_EQ(" from b", Text(m.lastRelay));
-  EXPECT_EQ("b;c", Text(m.boundary));
-  EXPECT_EQ("Mailer 2.0", Text(m.mailerName));
+  EXPECT_EQ(" from b", Str(m.lastRelay));
+  EXPECT_EQ("b;c", Str(m.boundary));
+  EXPECT_EQ("Mailer 2.0", Str(m.mailerName));
   for (const char* mailer : {"Mailer 2.0.1.12", "One five", "Single", ""}) {
     load("X-Mailer: " + std::string(mailer) + "\r\n\r\n");
-    EXPECT_EQ("", Text(m.mailerName)) << mailer;
+    EXPECT_EQ("", Str(m.mailerName)) << mailer;
   }
 }
 
@@ -157,8 +150,7 @@ TEST_F(HeaderFieldsTest, EditableCopyCoversTheHeaderOnly) {
       {"From: a\r\n--x\r\nTo: c\r\n\r\nX: y\r\n", "From: a\r\n"},
       {"From: a\nTo: c", "From: a\r\nTo: c\r\n"},
       {"\r\nFrom: a\r\n\r\n", ""},
-      {" \n\nReceived: a\n\nb", "Received: a\r\n"},
-  };
+      {" \n\nReceived: a\n\nb", "Received: a\r\n"}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.text);
     m.wantHeader = 1;
@@ -173,7 +165,7 @@ TEST_F(HeaderFieldsTest, EditableCopyCoversTheHeaderOnly) {
   m.setParams("mode=proxy");
   load(stuffed + "..x\r\n.\r\n");
   EXPECT_EQ(stuffed.size(), m.headerLength());
-  EXPECT_EQ(".x\r\n", Text(m.message.content));
+  EXPECT_EQ(".x\r\n", Str(m.message.content));
   char out[64];
   ASSERT_EQ(1, m.header->copyTo(out, sizeof out));
   EXPECT_EQ(stuffed, out);
@@ -184,13 +176,13 @@ TEST_F(HeaderFieldsTest, ChangeHeader) {
   std::string text = "From: b@b.example\r\n--end\r\n";
   const TBLOCK lines(&text[0], static_cast<uint32_t>(text.size()));
   m.changeHeader(lines);
-  EXPECT_EQ("old", Text(m.subject)) << "nothing is parsed yet";
+  EXPECT_EQ("old", Str(m.subject)) << "nothing is parsed yet";
   m.parseBody();
   m.changeHeader(TBLOCK());
-  EXPECT_EQ("old", Text(m.subject));
+  EXPECT_EQ("old", Str(m.subject));
   m.changeHeader(lines);
-  EXPECT_EQ("b@b.example", Text(m.fromBox.email));
-  EXPECT_EQ("", Text(m.subject));
+  EXPECT_EQ("b@b.example", Str(m.fromBox.email));
+  EXPECT_EQ("", Str(m.subject));
   EXPECT_EQ(1, m.fieldsRead);
   EXPECT_TRUE(m.message.flags & pfBadStructure);
 }

@@ -6,23 +6,9 @@
 #include <memory>
 #include <string>
 
+#include "base/heap_text.h"
+
 namespace {
-
-// A heap copy of exactly these bytes.
-class Exact {
- public:
-  explicit Exact(const std::string& text)
-      : bytes_(new char[text.size()]), size_(text.size()) {
-    memcpy(bytes_.get(), text.data(), size_);
-  }
-  TBLOCK view() const {
-    return TBLOCK(bytes_.get(), static_cast<uint32_t>(size_));
-  }
-
- private:
-  std::unique_ptr<char[]> bytes_;
-  size_t size_;
-};
 
 // Lines joined by "|", each entry's first line marked by "*".
 std::string Dump(const HEADER& header) {
@@ -61,11 +47,10 @@ TEST(HeaderTest, Lines) {
       {" x\n\ty\nA: 1\n 2\n\t3\nB: 4\n ", " x|\ty|*A: 1| 2|\t3|*B: 4| "},
       {"no colon\n:\n", "*no colon|*:"},
       {std::string("A: 1\0 2\r\n\0B: 3\r\n \0C: 4\r\nD: 5", 28),
-       "*A: 1| |*D: 5"},
-  };
+       "*A: 1| |*D: 5"}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.lines);
-    EXPECT_EQ(row.lines, Dump(HEADER(Exact(row.block).view())));
+    EXPECT_EQ(row.lines, Dump(HEADER(HeapText(row.block).view())));
   }
   EXPECT_EQ("", Dump(HEADER(TBLOCK())));
   EXPECT_EQ("", Dump(HEADER(TBLOCK(nullptr, 5))));
@@ -88,11 +73,10 @@ TEST(HeaderTest, Remove) {
       {"X-", all},
       {"", all},
       {":", all},
-      {nullptr, all},
-  };
+      {nullptr, all}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name ? row.name : "null");
-    HEADER header(Exact(block).view());
+    HEADER header(HeapText(block).view());
     header.removeEntry(row.name);
     EXPECT_EQ(row.lines, Dump(header));
     // What was moved is still whole.
@@ -117,12 +101,11 @@ TEST(HeaderTest, GetAndSet) {
       {"Sub", "", all},
       {"Missing", "", all},
       {"", "", all},
-      {nullptr, "", all},
-  };
+      {nullptr, "", all}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name ? row.name : "null");
     HEADER header(
-        Exact("Subject:    Hello \n  there\nsubject: 2\nEmpty:\n x").view());
+        HeapText("Subject:    Hello \n  there\nsubject: 2\nEmpty:\n x").view());
     STR value("left over");
     EXPECT_STREQ(row.value, header.getEntryValue(row.name, value));
     EXPECT_STREQ(row.value, value.c_str());
@@ -143,7 +126,7 @@ TEST(HeaderTest, CopyNeedsRoomForTheNul) {
                       {"A: 1\rB: 2", "A: 1\rB: 2\r\n\r\n"}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.text);
-    const HEADER header(Exact(row.block).view());
+    const HEADER header(HeapText(row.block).view());
     const int32_t n = static_cast<int32_t>(strlen(row.text));
     ASSERT_EQ(n, header.length());
     for (const int32_t size : {-1, 0, 1, n - 1, n}) {
@@ -169,21 +152,21 @@ TEST(HeaderTest, LongHeaders) {
     mixed += i % 2 ? "X-SPAM-SCORE: 1\n" : "A: 1\n 2\n";
     lines += "a\na\na\na\na\n";
   }
-  HEADER all(Exact(same).view());
+  HEADER all(HeapText(same).view());
   EXPECT_EQ(2 * kFields, all.count());
   all.removeEntry("X-Spam-Score");
   EXPECT_EQ("", Dump(all));
   EXPECT_EQ(2, all.length());
 
-  HEADER half(Exact(mixed).view());
+  HEADER half(HeapText(mixed).view());
   half.removeEntry("X-SPAM-SCORE");
   EXPECT_EQ(kFields, half.count());
   EXPECT_EQ(kFields / 2, half.entries.count());
   EXPECT_EQ(kFields - 2, half.entries.get(kFields / 2 - 1));
   EXPECT_STREQ("A: 1", half.text(kFields - 2));
 
-  EXPECT_EQ(5 * kFields, HEADER(Exact(lines).view()).entries.count());
-  HEADER one(Exact("A: " + std::string(5000000, 'a')).view());
+  EXPECT_EQ(5 * kFields, HEADER(HeapText(lines).view()).entries.count());
+  HEADER one(HeapText("A: " + std::string(5000000, 'a')).view());
   STR value;
   one.getEntryValue("A", value);
   one.setEntryValue("A", value.c_str());

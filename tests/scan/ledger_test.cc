@@ -2,13 +2,10 @@
 
 #include <string>
 
+#include "base/heap_text.h"
 #include "scan/tqmmsg.h"
 
 namespace {
-
-std::string Text(const BLOCK& block) {
-  return std::string(reinterpret_cast<const char*>(block.data), block.length);
-}
 
 TEST(LedgerTest, OneEntry) {
   struct Row {
@@ -19,27 +16,25 @@ TEST(LedgerTest, OneEntry) {
     const char* cause;
     int32_t state;
   };
-  const Row rows[] = {
-      {100, "x", 1, 100, "x (100)", 1},
-      {99, "x", 1, 99, "x (99)", 0},
-      {50, "x", 6, 200, "x4x (200)", 1},
-      {49, "x", 6, 294, "x6x (294)", 1},
-      {-50, "x", 6, -200, "x4x (-200)", 0},
-      {-49, "x", 6, -294, "x6x (-294)", 0},
-      {7, "a;b", 0, 0, "a;b (0)", 0},
-      {7, "", 2, 14, "2x (14)", 0},
-      {0, "x", 3, 0, "", 0},
-      {1, "x", 65535, 65535, "x65535x (65535)", 1},
-      // Sums stay within their bounds whatever a rule says.
-      {INT32_MAX, "x", 4, kMaxScore, "x4x (1000000000)", 1},
-      {INT32_MIN, "x", 9, -kMaxScore, "x4x (-1000000000)", 0},
-  };
+  const Row rows[] = {{100, "x", 1, 100, "x (100)", 1},
+                      {99, "x", 1, 99, "x (99)", 0},
+                      {50, "x", 6, 200, "x4x (200)", 1},
+                      {49, "x", 6, 294, "x6x (294)", 1},
+                      {-50, "x", 6, -200, "x4x (-200)", 0},
+                      {-49, "x", 6, -294, "x6x (-294)", 0},
+                      {7, "a;b", 0, 0, "a;b (0)", 0},
+                      {7, "", 2, 14, "2x (14)", 0},
+                      {0, "x", 3, 0, "", 0},
+                      {1, "x", 65535, 65535, "x65535x (65535)", 1},
+                      // Sums stay within their bounds whatever a rule says.
+                      {INT32_MAX, "x", 4, kMaxScore, "x4x (1000000000)", 1},
+                      {INT32_MIN, "x", 9, -kMaxScore, "x4x (-1000000000)", 0}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.cause);
     LEDGER ledger;
     EXPECT_EQ(row.total, ledger.add(row.points, row.label, row.factor));
     EXPECT_EQ(row.total, ledger.score);
-    EXPECT_EQ(row.cause, Text(ledger.cause));
+    EXPECT_EQ(row.cause, Str(ledger.cause.view()));
     EXPECT_EQ(row.state, ledger.state);
   }
 }
@@ -53,7 +48,7 @@ TEST(LedgerTest, AVerdictIsNotTakenBack) {
   ledger.add(-1000, "z", 1);
   EXPECT_EQ(1, ledger.state);
   EXPECT_EQ(-900, ledger.score);
-  EXPECT_EQ("x (99);y (1);z (-1000)", Text(ledger.cause));
+  EXPECT_EQ("x (99);y (1);z (-1000)", Str(ledger.cause.view()));
   // Nor is another one overwritten.
   ledger.reset();
   ledger.state = ssNotification;
@@ -72,8 +67,8 @@ TEST(LedgerTest, AssignAndReset) {
   EXPECT_EQ(115, to.score);
   EXPECT_EQ(1, to.state);
   EXPECT_EQ(1, to.whiteScoring);
-  EXPECT_EQ("b (120);w (-5)", Text(to.cause));
-  EXPECT_EQ("details", Text(to.scoreDetails));
+  EXPECT_EQ("b (120);w (-5)", Str(to.cause.view()));
+  EXPECT_EQ("details", Str(to.scoreDetails.view()));
   EXPECT_STREQ("0115;-0005;0120", to.scoreLine);
   EXPECT_STREQ("", from.scoreLine);
 
@@ -95,16 +90,11 @@ TEST(LedgerTest, TheCauseTextIsBoundedAndThePointsAreNot) {
   EXPECT_LE(ledger.cause.length, kMaxCauseBytes + 1100);
   EXPECT_GT(ledger.cause.length, kMaxCauseBytes - 2000);
   // No entry is cut in the middle.
-  EXPECT_EQ("x (1)", Text(ledger.cause).substr(ledger.cause.length - 5));
+  EXPECT_EQ("x (1)", Str(ledger.cause.view()).substr(ledger.cause.length - 5));
 }
 
-class CheckCondTest : public ::testing::Test {
- protected:
-  CheckCondTest() : m(nullptr, nullptr, nullptr, 0, 0) {}
-  TQMMSG m;
-};
-
-TEST_F(CheckCondTest, LabelsOfTheFourForms) {
+TEST(CheckCondTest, LabelsOfTheFourForms) {
+  TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
   const char bytes[] = {'a', ';', static_cast<char>(0xE9)};
   EXPECT_EQ(7, m.checkCond(7, 1, "one"));
   EXPECT_EQ(1, m.checkCond(7, 2, "two", -12));
@@ -113,11 +103,8 @@ TEST_F(CheckCondTest, LabelsOfTheFourForms) {
   EXPECT_EQ(1, m.checkCond(7, 5, "five", 55, "", TBLOCK()));
   EXPECT_EQ(
       "one (1);two-12 (2);three detail (3);four44and a;\xE9 (4);five55 (5)",
-      Text(m.ledger.cause));
-  EXPECT_EQ(15, m.ledger.score);
-}
-
-TEST_F(CheckCondTest, NothingWithoutTheCondition) {
+      Str(m.ledger.cause.view()));
+  m.ledger.reset();
   EXPECT_EQ(0, m.checkCond(0, 1, "x"));
   EXPECT_EQ(0, m.checkCond(0, 1, "x", 1));
   EXPECT_EQ(0, m.checkCond(0, 1, "x", "y"));

@@ -42,23 +42,21 @@ TEST_F(ReadDirTest, Wildcards) {
   const struct {
     const char* wildcard;
     const char* found;
-  } rows[] = {
-      {"a?c", "a+c a.c abc abcd abclink "},
-      {"a.c", "a.c "},
-      {"*c", "a+c a.c abc abcd abclink ac xabc "},
-      {"abc", "abc abcd abclink "},
-      {"a*d", "abcd "},
-      {"?????", "abclink "},
-      {"", "\xe9t\xe9 a+c a.c aab abc abcd abclink ac xabc "},
-      {"*", "\xe9t\xe9 a+c a.c aab abc abcd abclink ac xabc "},
-      {"\xe9", "\xe9t\xe9 "},
-      // What stands for itself may mean something to the engine.
-      {"a+", "a+c a.c aab abc abcd abclink ac "},
-      {"a(", ""},
-      {"a[", ""},
-      {"a{", ""},
-      {"+", "\xe9t\xe9 a+c a.c aab abc abcd abclink ac xabc "},
-  };
+  } rows[] = {{"a?c", "a+c a.c abc abcd abclink "},
+              {"a.c", "a.c "},
+              {"*c", "a+c a.c abc abcd abclink ac xabc "},
+              {"abc", "abc abcd abclink "},
+              {"a*d", "abcd "},
+              {"?????", "abclink "},
+              {"", "\xe9t\xe9 a+c a.c aab abc abcd abclink ac xabc "},
+              {"*", "\xe9t\xe9 a+c a.c aab abc abcd abclink ac xabc "},
+              {"\xe9", "\xe9t\xe9 "},
+              // What stands for itself may mean something to the engine.
+              {"a+", "a+c a.c aab abc abcd abclink ac "},
+              {"a(", ""},
+              {"a[", ""},
+              {"a{", ""},
+              {"+", "\xe9t\xe9 a+c a.c aab abc abcd abclink ac xabc "}};
   for (const auto& row : rows) {
     PURGER purger(nullptr);
     READDIR walk(&purger, (root_ + "/").c_str(), row.wildcard);

@@ -5,17 +5,10 @@
 
 #include <string>
 
+#include "base/heap_text.h"
 #include "scan/tqmmsg.h"
 
 namespace {
-
-std::string Text(TBLOCK view) {
-  return std::string(reinterpret_cast<const char*>(view.pointer), view.length);
-}
-
-TBLOCK View(const std::string& text) {
-  return TBLOCK(text.data(), static_cast<uint32_t>(text.size()));
-}
 
 class TempFile {
  public:
@@ -53,14 +46,14 @@ TEST_F(TqmmsgTest, LoadLimits) {
     SCOPED_TRACE(row.bytes);
     std::string text = "From: a@b.example\r\n\r\n";
     text.resize(row.bytes, 'x');
-    m.loadFromBlock(View(text), "", 0);
+    m.loadFromBlock(HeapText(text).view(), "", 0);
     EXPECT_EQ(row.kept, m.msgView.length);
     EXPECT_EQ(row.fromBlock, m.truncated);
     TempFile file(text);
     EXPECT_EQ(1, m.loadFromFile(file.path, "", 1));
     EXPECT_EQ(row.kept, m.msgView.length);
     EXPECT_EQ(row.fromFile, m.truncated);
-    EXPECT_EQ("a@b.example", Text(m.fromBox.email));
+    EXPECT_EQ("a@b.example", Str(m.fromBox.email));
   }
 }
 
@@ -85,13 +78,13 @@ TEST_F(TqmmsgTest, ASecondLoadStartsAfresh) {
   EXPECT_TRUE(m.from.empty());
   EXPECT_TRUE(m.fromBox.email.empty());
   EXPECT_TRUE(m.subject.empty());
-  EXPECT_EQ("c@d.example", Text(m.to));
+  EXPECT_EQ("c@d.example", Str(m.to));
   EXPECT_EQ(0, m.ledger.score);
   EXPECT_EQ(0u, m.ledger.cause.length);
   EXPECT_EQ("", std::string(m.user.c_str()));
   EXPECT_EQ(150, m.bailout);
   EXPECT_EQ("Quay Marsh 01.333.21 AV+AS Profile: p; Bailout: 150",
-            Text(m.ledger.scoreDetails.view()));
+            Str(m.ledger.scoreDetails.view()));
 }
 
 TEST_F(TqmmsgTest, VersionText) {
@@ -140,30 +133,28 @@ TEST_F(TqmmsgTest, ProxyMode) {
     const char* text;
     const char* view;
   };
-  const Row rows[] = {
-      {"a\r\n..b\r\n...\r\n.\r\n", "a\r\n.b\r\n..\r\n"},
-      {"..a\r\n.\r\n", "..a\r\n"},  // only behind a line end
-      {"\r\n..\r\n..\r\n.\r\n", "\r\n.\r\n.\r\n"},
-      {"\r\n.\r\n", "\r\n"},
-      {"a\r\n..b\r\n", "a\r\n..b\r\n"},
-      {"a\n..b\n.\n", "a\n..b\n.\n"},
-      {"a\r\n..b\r\n.\r\n\r\n", "a\r\n..b\r\n.\r\n\r\n"},
-      {"", ""},
-  };
+  const Row rows[] = {{"a\r\n..b\r\n...\r\n.\r\n", "a\r\n.b\r\n..\r\n"},
+                      {"..a\r\n.\r\n", "..a\r\n"},  // only behind a line end
+                      {"\r\n..\r\n..\r\n.\r\n", "\r\n.\r\n.\r\n"},
+                      {"\r\n.\r\n", "\r\n"},
+                      {"a\r\n..b\r\n", "a\r\n..b\r\n"},
+                      {"a\n..b\n.\n", "a\n..b\n.\n"},
+                      {"a\r\n..b\r\n.\r\n\r\n", "a\r\n..b\r\n.\r\n\r\n"},
+                      {"", ""}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.text);
     m.setParams("mode=proxy");
     m.loadFromBlock(TBLOCK(row.text), "", 0);
-    EXPECT_EQ(row.view, Text(m.msgView));
+    EXPECT_EQ(row.view, Str(m.msgView));
     m.setParams("mode=gateway");
     m.loadFromBlock(TBLOCK(row.text), "", 0);
-    EXPECT_EQ(row.text, Text(m.msgView));
+    EXPECT_EQ(row.text, Str(m.msgView));
   }
   // A file comes from a spool, not from the wire.
   m.setParams("mode=proxy");
   TempFile file("a\r\n..b\r\n.\r\n");
   m.loadFromFile(file.path, "", 0);
-  EXPECT_EQ("a\r\n..b\r\n.\r\n", Text(m.msgView));
+  EXPECT_EQ("a\r\n..b\r\n.\r\n", Str(m.msgView));
 }
 
 TEST_F(TqmmsgTest, HeaderOnly) {
@@ -181,10 +172,10 @@ TEST_F(TqmmsgTest, HeaderOnly) {
     SCOPED_TRACE(row.text);
     TQMMSG h(nullptr, nullptr, nullptr, 1, 0);
     h.loadFromBlock(TBLOCK(row.text), "", 0);
-    EXPECT_EQ(row.view, Text(h.msgView));
+    EXPECT_EQ(row.view, Str(h.msgView));
     TempFile file(row.text);
     EXPECT_EQ(1, h.loadFromFile(file.path, "", 0));
-    EXPECT_EQ(row.view, Text(h.msgView));
+    EXPECT_EQ(row.view, Str(h.msgView));
   }
 }
 

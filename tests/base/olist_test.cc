@@ -45,10 +45,13 @@ TEST(OlistTest, InsertRemoveAndPurge) {
   EXPECT_EQ(0, few.remove(&kItems[1]) + few.remove(&kItems[3]));
   EXPECT_EQ(0, Append(few, 'e'));
   EXPECT_EQ("e", Dump(few));
-  const char* const rows[][4] = {
-      {"abcd", "abcd", "a0b0c0d0", ""}, {"abcd", "bcd", "a0b1c1d1", "a"},
-      {"abcd", "", "a0b1c2d3", "abcd"}, {"abcd", "ad", "a0b0c1d2", "bc"},
-      {"abca", "a", "a0b0c1a2", "bc"},  {"", "a", "", ""}};
+  const char* const rows[][4] = {{"abcd", "abcd", "a0b0c0d0", ""},
+                                 {"abcd", "a", "a0b0c1d2", "bcd"},
+                                 {"abcd", "bcd", "a0b1c1d1", "a"},
+                                 {"abcd", "", "a0b1c2d3", "abcd"},
+                                 {"abcd", "ad", "a0b0c1d2", "bc"},
+                                 {"abca", "a", "a0b0c1a2", "bc"},
+                                 {"", "a", "", ""}};
   for (const auto& row : rows) {
     OLIST list;
     for (const char* c = row[0]; *c; c++) Append(list, *c);

@@ -1,14 +1,17 @@
-// Lines of the body: cutting it, taking the footers off that virus scanners
-// append, and the names of what looks like a form or a header at its start.
-// Entries: TQMMSG::buildBodyLines, removeAntiVirusFooter, parseBodyTokens.
-// Tested by body_preparation_test.cc.
+// Lines of the body: cutting it, taking off what virus scanners append, to the
+// text and to the HTML, and the names of what looks like a form or a header at
+// its start. Entries: TQMMSG::buildBodyLines, removeAntiVirusFooter,
+// removeAntiVirusHtml, parseBodyTokens. Tested by body_preparation_test.cc.
 
+#include "regex/regex.h"
 #include "scan/tqmmsg.h"
 
 namespace {
 
 // Lines at the end of the body among which a footer begins.
 const int32_t kFooterLines = 8;
+// Rounds over the patterns of HTML footers: more than a mail has of them.
+const int32_t kMaxHtmlFooters = 32;
 // A body of fewer lines has no footer.
 const int32_t kMinFooterBody = 2;
 // Lines at its start that are searched for names.
@@ -111,6 +114,29 @@ void TQMMSG::removeAntiVirusFooter() {
     body.cut(left ? static_cast<uint32_t>(bodyLines.get(left - 1).end() -
                                           body.pointer)
                   : 0);
+  }
+}
+
+// The first group of each pattern is cut out of the outline of the HTML, as
+// long as there is one.
+void TQMMSG::removeAntiVirusHtml() {
+  const TQKSECTION* section = dico.findSection("AntiVirusAdnHtml");
+  const uint32_t n = dico.image().lineCountOf(section);
+  STR& outline = htmlContext.htmlPattern;
+  bool cut = !outline.empty();
+  for (int32_t round = 0; cut && round < kMaxHtmlFooters; round++) {
+    cut = false;
+    for (uint32_t i = 0; i < n; i++) {
+      REGEX regex(dico.lineBlock(dico.image().sectionLine(section, i)), pool);
+      int32_t start, end;
+      regex.matchWithDetails(outline.view());
+      if (!regex.getDetail(1, start, end) || end <= start) continue;
+      STR left;
+      left = outline.view().head(static_cast<uint32_t>(start));
+      left += outline.view().from(static_cast<uint32_t>(end));
+      outline = left;
+      cut = true;
+    }
   }
 }
 

@@ -97,8 +97,8 @@ void TQMMSG::parseBody() {
   prepareImages();
   buildBodyLines();
   removeAntiVirusFooter();
-  // What virus scanners wrote into the HTML is cut out of its fingerprint
-  // here, and the body's fingerprint of characters is taken.
+  removeAntiVirusHtml();
+  // The body's fingerprint of characters is taken here.
   TakeOuterLines(bodyLines, firstLine, lastLine, lastButOneLine);
   parseBodyTokens();
   prepareCharsets();

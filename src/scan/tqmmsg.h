@@ -277,9 +277,11 @@ class TQMMSG : public OLISTGURU {
   bool _dicoRegexAndOffset(TBLOCK block, int32_t& count, int32_t& offset,
                            const char* section);
   // scan/body_lines.cc: cuts `body` into bodyLines; takes the footers of virus
-  // scanners off; names of "Name: value" lines at its head into fieldTokens.
+  // scanners off, and what they leave in the outline of the HTML; names of
+  // "Name: value" lines at its head into fieldTokens.
   void buildBodyLines();
   void removeAntiVirusFooter();
+  void removeAntiVirusHtml();
   void parseBodyTokens();
   // scan/body_parts.cc: what the parts besides the bodies tell.
   void describeParts();

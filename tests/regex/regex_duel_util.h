@@ -24,21 +24,25 @@ class RegexDuel {
   RegexDuel(const RegexDuel&) = delete;
   RegexDuel& operator=(const RegexDuel&) = delete;
 
+  // What differs once the pattern is compiled; "" when nothing does.
+  std::string compareCompiled() const;
+
   // Compares the match without captures, with `nmatch` pairs, and with pairs
   // counted but not given; "" when nothing differs. Where the model has no
   // answer within its budget, only that the engine returns is seen.
   std::string compare(std::string_view subject, uint32_t nmatch);
 
-  bool compiled() const { return engineCode_ == ZR_OK; }
+  bool compiled() const { return engineCode_ == 0 && model_.error == 0; }
   const regex_model::Pattern& model() const { return model_; }
+  const zr_regex* engine() const { return engine_; }
 
   // For the model, on one call.
   uint64_t budget = 200000;
   // How often the engine may be seen giving up: each time is slow.
   uint32_t giveUps = 2;
-  // Calls with an answer, those of them with a match, and those that either has
-  // no answer for; of these, those on which it was the engine alone.
-  uint64_t answered = 0, matched = 0, unanswered = 0, capped = 0;
+  // Calls with an answer, those of them with a match, those on which the
+  // engine must give up, and those that the model has no answer for.
+  uint64_t answered = 0, matched = 0, endless = 0, unanswered = 0;
 
  private:
   std::string compareOnce(std::string_view subject, uint32_t nmatch,
@@ -47,9 +51,9 @@ class RegexDuel {
 
   const std::string_view pattern_;
   const int flags_;
-  int engineCode_;
   zr_regex* engine_;
-  const regex_model::Pattern model_;
+  int engineCode_;
+  regex_model::Pattern model_;
 };
 
 #endif  // TESTS_REGEX_REGEX_DUEL_UTIL_H_

@@ -1,8 +1,11 @@
-// A slow, obvious matcher: the oracle that the engine's walk and searches are
-// compared with. It takes the compiler's list as a tree and tries all ways by
-// plain recursion; of the engine it shares the record alone, neither code nor
-// tables nor what is derived for a search. That the list is right is shown by
-// zr_regcomp_test.cc.
+// A slow, obvious model of the pattern dialect: the oracle that the engine is
+// compared with. It keeps a pattern as a tree, does to the tree what the
+// dialect says is done to a pattern, and matches by plain recursion over all
+// ways. It shares no code and no table with the engine.
+//
+//   regex_model_parse_util.cc   text to tree, and what is done to the tree
+//   regex_model_match_util.cc   subjects
+//   regex_duel_util.cc          engine and model on the same pair
 
 #ifndef TESTS_REGEX_REGEX_MODEL_UTIL_H_
 #define TESTS_REGEX_REGEX_MODEL_UTIL_H_
@@ -15,9 +18,9 @@
 #include <utility>
 #include <vector>
 
-#include "regex/zr_regex.h"
-
 namespace regex_model {
+
+const uint32_t kUnbounded = 0xFFFFFFFFu;
 
 // Answers besides the engine's own codes: the budget ran out.
 const int kNoAnswer = -1;
@@ -30,30 +33,51 @@ struct Alternative {
   bool skip = false;
 };
 
-typedef std::vector<Alternative> Tree;
+enum class Kind {
+  kLiteral,   // one byte or a run
+  kOneByte,   // a class, an escape, a dot
+  kFault,     // a class of \b alone
+  kGroup,     // alternatives
+  kLitGroup,  // alternatives of one literal each, the longest first
+  kEnd,       // $
+  kBegin,     // ^
+  kCase,      // (?i) or (?-i) behind the pattern's start
+  kBackref,   // \1 to \9
+};
 
 struct Element {
-  // What is not named by an opcode of its own: ZR_STRING, for one byte or more;
-  // ZR_CLASS, for all that is one byte of a set; ZR_CASEON for both switches.
-  uint32_t kind = ZR_STRING;
-  std::string text;      // ZR_STRING, folded
-  std::bitset<256> set;  // ZR_CLASS: the subject's bytes, folded
-  uint8_t mask = 0xFF;   // a case switch: the new one; ZR_EOS: that in force
-  uint32_t tail = 0;     // ZR_EOS: elements ahead that a check may look at
-  uint32_t slot = 0;     // a group or a back reference
-  Tree alternatives;     // ZR_OPEN, ZR_LITOPEN
+  Kind kind = Kind::kLiteral;
+  std::string text;       // a literal, folded
+  std::bitset<256> set;   // one byte: the subject's bytes, folded
+  std::string name;       // equal neighbours fuse; "" never does
+  uint8_t mask = 0xFF;    // a case switch: the new one; $: that in force
+  uint32_t slot = 0;      // a group or a back reference
+  bool capturing = true;  // a group
+  std::vector<Alternative> alternatives;
   uint32_t min = 1, max = 1;
   bool lazy = false;
+
+  bool once() const { return min == 1 && max == 1; }
+  bool isGroup() const { return kind == Kind::kGroup; }
 };
+
+typedef std::vector<Alternative> Tree;
 
 struct Pattern {
-  explicit Pattern(const zr_regex& compiled);
-
-  const zr_regex& regex;
-  Tree full, reduced;
-  uint32_t slots;               // the match itself and all groups
+  int error = 0;
+  Tree full;
+  Tree reduced;
+  uint32_t slots = 1;           // the match itself and all groups
   std::vector<bool> capturing;  // of each slot
+  bool hasBackref = false;
+  uint32_t caseNodes = 0;
+  uint8_t caseMask = 0xFF;
+  uint32_t minLength = 0;
+  uint32_t startKind = 0;
 };
+
+// The pattern compiled; error is the engine's code.
+Pattern Compile(std::string_view text, bool fold);
 
 struct Answer {
   int code = kNoAnswer;
@@ -67,7 +91,7 @@ enum class Wanted {
   kCaptures
 };
 
-// Spends at most `budget` steps: no answer where the pattern goes round.
+// Spends at most `budget` steps. 10 when the pattern goes round for ever.
 Answer Match(const Pattern& pattern, std::string_view subject, Wanted wanted,
              uint64_t budget);
 

@@ -1,5 +1,5 @@
 // The matcher's answers with and without captures, what it writes, its limits,
-// and what it allocates.
+// and what it allocates. That it agrees with the model is shown elsewhere.
 
 #include "regex/zr_regex.h"
 
@@ -10,7 +10,6 @@
 #include <string>
 
 #include "base/heap_text.h"
-#include "regex/regex_duel_util.h"
 #include "regex/zr_walk.h"
 
 // A second copy of the matcher, whose calls for memory are counted and can be
@@ -176,7 +175,8 @@ TEST(ZrRegexec, AnswersAndPairs) {
       {"x(a*)*y", "xaay", "10 -1,-1", 10},
       {"x(a*)*y", "xaab", "10 -1,-1", 10},
       {"x(a*)*y", "aay", "1 -1,-1", 1},
-      {"x(a|b?)+$", "xa!", "10 -1,-1", 10}};
+      {"x(a|b?)+$", "xa!", "10 -1,-1", 10},
+  };
   for (const Row& row : kRows) {
     SCOPED_TRACE(std::string(row.pattern) + " on " + row.subject);
     const Compiled regex(row.pattern);
@@ -185,12 +185,6 @@ TEST(ZrRegexec, AnswersAndPairs) {
     EXPECT_EQ(row.plain, regex.match(row.subject));
     EXPECT_EQ(row.plain,
               zr_regexec(regex.record(), row.subject, 0, nullptr, 0));
-    // The model knows these, too.
-    const HeapText pattern(row.pattern), subject(row.subject);
-    RegexDuel duel({Compiled::Bytes(pattern), pattern.view().length}, 0);
-    EXPECT_EQ(
-        "", duel.compare({Compiled::Bytes(subject), subject.view().length}, 9));
-    EXPECT_EQ(row.plain == ZR_NOMEMORY, duel.unanswered > 0);
   }
 }
 
@@ -201,13 +195,15 @@ TEST(ZrRegexec, WritesNoMorePairsThanAskedFor) {
     uint32_t nmatch;
     const char* pairs;
   };
-  static const Row kRows[] = {{"(a)(?:b)(c)", "abc", 1, "0 0,3"},
-                              {"(a)(?:b)(c)", "abc", 2, "0 0,3 0,1"},
-                              {"(a)(?:b)(c)", "abc", 3, "0 0,3 0,1 2,3"},
-                              {"(a)(?:b)(c)", "abc", 4, "0 0,3 0,1 2,3"},
-                              {"(a)(?:b)(c)", "abc", 5, "0 0,3 0,1 2,3 -1,-1"},
-                              {"(a)?", "", 2, "0 0,0 -1,-1"},
-                              {"(a)", "b", 3, "1 -1,-1"}};
+  static const Row kRows[] = {
+      {"(a)(?:b)(c)", "abc", 1, "0 0,3"},
+      {"(a)(?:b)(c)", "abc", 2, "0 0,3 0,1"},
+      {"(a)(?:b)(c)", "abc", 3, "0 0,3 0,1 2,3"},
+      {"(a)(?:b)(c)", "abc", 4, "0 0,3 0,1 2,3"},
+      {"(a)(?:b)(c)", "abc", 5, "0 0,3 0,1 2,3 -1,-1"},
+      {"(a)?", "", 2, "0 0,0 -1,-1"},
+      {"(a)", "b", 3, "1 -1,-1"},
+  };
   for (const Row& row : kRows)
     EXPECT_EQ(row.pairs,
               Compiled(row.pattern).matchPairs(row.subject, row.nmatch))
@@ -238,7 +234,8 @@ TEST(ZrRegexec, AllocatesOnlyForManyGroupsAndMuchBacktracking) {
       // The most cells that there may be, and no more.
       {"x(a*)*y", "xy", ZR_NOMEMORY, 11},
       // Steps without end.
-      {"x(a+)+!", "x" + Times(40, "a") + "?!", ZR_NOMEMORY, 0}};
+      {"x(a+)+!", "x" + Times(40, "a") + "?!", ZR_NOMEMORY, 0},
+  };
   for (const Row& row : kRows) {
     SCOPED_TRACE(row.pattern);
     const Compiled regex(row.pattern);

@@ -5,6 +5,7 @@
 
 #include "base/heap_text.h"
 #include "base/md5.h"
+#include "rules/source_util.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -45,6 +46,20 @@ TEST(BodyPreparationTest, Lines) {
     EXPECT_EQ(row.lines + row.tokens, Join(m.bodyLines) + Join(tokens));
     EXPECT_EQ(row.nonBlank, m.nonBlankLines);
     EXPECT_EQ(row.left, m.body.length);
+  }
+}
+
+TEST(BodyPreparationTest, OutlineWithoutVirusScanners) {
+  TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
+  ASSERT_TRUE(LoadSource(m.dico,
+                         "[!AntiVirusAdnHtml]\n(/HR/P)$\n/BO(/AV)/\n"
+                         "(x?)\nno group\n"));
+  const char* const rows[][2] = {
+      {"/BO/AV/AV/P/HR/P/HR/P", "/BO/P"}, {"/HR/P/", "/HR/P/"}, {"", ""}};
+  for (const auto& row : rows) {
+    m.htmlContext.htmlPattern = row[0];
+    m.removeAntiVirusHtml();
+    EXPECT_STREQ(row[1], m.htmlContext.htmlPattern.c_str());
   }
 }
 

@@ -1,126 +1,14 @@
-// The model's reader and matcher. What comes behind an element is tried by
-// calling for it, so that a call that comes back has failed, and has put the
-// state back. Entry points: Pattern, Match. Tested by regex_model_test.cc, and
-// against what is known by zr_regexec_test.cc.
-
-#include "regex/regex_model_util.h"
+// The model's matcher: plain recursion. What comes behind an element is tried
+// by calling for it, so that a call that comes back has failed, and has put
+// the state back. Entry point: Match. Tested by regex_model_test.cc.
 
 #include <algorithm>
+
+#include "regex/regex_model_util.h"
 
 namespace regex_model {
 
 namespace {
-
-typedef std::bitset<256> Set;
-
-Set RangeOf(uint32_t low, uint32_t high) {
-  Set set;
-  for (uint32_t c = low; c <= high; c++) set.set(c);
-  return set;
-}
-
-// The set of a node or of a member of a class.
-Set SetOf(const zr_regex& regex, uint32_t opcode, uint32_t a, uint32_t b) {
-  const Set digits = RangeOf('0', '9');
-  const Set alnum = digits | RangeOf('A', 'Z') | RangeOf('a', 'z');
-  Set set;
-  switch (opcode) {
-    case ZR_ANY:
-      return RangeOf(0x0D, 0xFF);
-    case ZR_NOTCHAR:
-    case ZR_SET:
-    case ZR_NOTSET:
-      for (; a <= b; a++) set.set(regex.pool[a]);
-      return opcode == ZR_SET ? set : ~set;
-    case ZR_CLASS:
-    case ZR_NOTCLASS:
-      for (; a < b; a++) {
-        const zr_member& one = regex.members[a];
-        const bool bytes = one.kind <= ZR_MEMBER_RUN;
-        set |= SetOf(regex, bytes ? uint32_t{ZR_SET} : one.kind, one.a, one.b);
-      }
-      return opcode == ZR_CLASS ? set : ~set;
-    case ZR_RANGE:
-      return RangeOf(regex.pool[a], regex.pool[b]);
-    case ZR_NOTRANGE:
-      return ~RangeOf(regex.pool[a], regex.pool[b]);
-    case ZR_TAB:
-      return RangeOf('\t', '\t');
-    case ZR_LF:
-      return RangeOf('\n', '\n');
-    case ZR_CR:
-      return RangeOf('\r', '\r');
-    case ZR_BS:
-      return RangeOf(8, 8);
-    case ZR_ALNUM:
-      return alnum;
-    case ZR_WORD:
-      return alnum | RangeOf('_', '_');
-    case ZR_SPACE:
-      return RangeOf(9, 13) | RangeOf(' ', ' ');
-    case ZR_DIGIT:
-      return digits;
-    default:  // of these four the negated ones
-      return ~SetOf(regex, opcode - 1, a, b);
-  }
-}
-
-// Reads what stands behind the node *i, which opens alternatives; leaves *i at
-// the node that closes them.
-Tree ReadTree(const zr_regex& regex, const zr_node* nodes,
-              const zr_group* groups, uint32_t* i) {
-  Tree tree(1);
-  tree[0].skip = groups[nodes[*i].a].skip != 0;
-  for (++*i;; ++*i) {
-    const zr_node& node = nodes[*i];
-    Element element;
-    element.kind = node.opcode;
-    switch (node.opcode) {
-      case ZR_END:
-      case ZR_CLOSE:
-      case ZR_LITCLOSE:
-        return tree;
-      case ZR_ALT:
-        tree.emplace_back();
-        tree.back().skip = groups[node.a].skip != 0;
-        continue;
-      case ZR_OPEN:
-      case ZR_LITOPEN:
-        element.slot = groups[node.a].capture;
-        element.alternatives = ReadTree(regex, nodes, groups, i);
-        break;
-      case ZR_CHAR:
-      case ZR_STRING:
-        element.kind = ZR_STRING;
-        for (uint32_t at = node.a; at <= node.b; at++)
-          element.text += static_cast<char>(regex.pool[at]);
-        break;
-      case ZR_EOS:
-        element.tail = node.a;
-        element.mask = static_cast<uint8_t>(node.b);
-        break;
-      case ZR_CASEON:
-      case ZR_CASEOFF:
-        element.kind = ZR_CASEON;
-        element.mask = node.opcode == ZR_CASEON ? 0xFF : 0xDF;
-        break;
-      case ZR_BACKREF:
-        element.slot = node.a;
-        break;
-      case ZR_BOS:
-      case ZR_BS:  // faulty by itself
-        break;
-      default:
-        element.kind = ZR_CLASS;
-        element.set = SetOf(regex, node.opcode, node.a, node.b);
-    }
-    // Of a group it is the close that has the quantifier.
-    element.min = nodes[*i].min;
-    element.max = nodes[*i].max;
-    element.lazy = nodes[*i].lazy != 0;
-    tree.back().elements.push_back(element);
-  }
-}
 
 // Besides the codes of an answer: this way fails, go on with the next.
 const int kFails = 1;
@@ -132,7 +20,10 @@ struct Run {
   const Alternative* outer;  // the alternative that the group stands in
   size_t index;              // its place there
   const Run* parent;         // the iteration of the enclosing group
+  const Run* previous;       // the iteration before this
   uint32_t count;            // iterations before this one
+  size_t begin;
+  std::vector<int32_t> state;  // see Matcher::snapshot; else empty
 };
 
 class Matcher {
@@ -140,19 +31,24 @@ class Matcher {
   Matcher(const Pattern& pattern, std::string_view subject, Wanted wanted,
           uint64_t budget)
       : pattern_(pattern),
-        tree_(wanted == Wanted::kNothing && !pattern.regex.hasBackref
+        tree_(wanted == Wanted::kNothing && !pattern.hasBackref
                   ? pattern.reduced
                   : pattern.full),
         subject_(subject),
         captures_(wanted == Wanted::kCaptures),
         budget_(budget),
-        mask_(pattern.regex.caseMask),
+        mask_(pattern.caseMask),
         starts_(pattern.slots, -1),
         ends_(pattern.slots, -1) {}
 
   Answer run();
 
  private:
+  struct Tail {
+    enum { kElement, kParenthesis, kStart } kind;
+    const Element* element;
+  };
+
   size_t length() const { return subject_.size(); }
   uint8_t byteAt(size_t pos) const {
     return Fold(static_cast<uint8_t>(subject_[pos]), mask_);
@@ -162,21 +58,28 @@ class Matcher {
   int decide();
   bool findBase();
   int checkTail();
+  void listTail(const Alternative& one, std::vector<Tail>* tail) const;
   bool matchesBackwards(const Element& element, size_t* pos) const;
 
   int searchAll();
   int alternatives(const Tree& tree, size_t pos, const Run* run);
   int scan(const Alternative& one, size_t pos, const Run* run);
+  bool startsAt(const Alternative& one, size_t pos) const;
   void moveStarts(const Run* run, size_t pos);
 
   int walk(const Alternative& one, size_t i, size_t pos, const Run* run);
-  int walkMany(const Alternative& one, size_t i, size_t pos, const Run* run);
+  int walkSingle(const Alternative& one, size_t i, size_t pos, const Run* run);
+  int walkLitGroup(const Alternative& one, size_t i, size_t pos,
+                   const Run* run);
   int iterate(const Alternative& one, size_t i, const Run* parent,
-              uint32_t count, size_t pos);
+              uint32_t count, size_t pos, const Run* previous);
   int enter(const Alternative& one, size_t i, const Run* parent, uint32_t count,
-            size_t pos);
+            size_t pos, const Run* previous);
   int close(const Run* run, size_t pos);
+  bool goesRound(Run* run) const;
+  std::vector<int32_t> snapshot() const;
 
+  const std::string* literalAt(const Element& group, size_t pos) const;
   bool isSet(uint32_t slot) const {
     return starts_[slot] >= 0 && ends_[slot] >= starts_[slot];
   }
@@ -212,26 +115,34 @@ bool Matcher::literalMatches(const std::string& text, size_t pos) const {
   return true;
 }
 
+// The group's first literal that fits, or null.
+const std::string* Matcher::literalAt(const Element& group, size_t pos) const {
+  for (const Alternative& one : group.alternatives)
+    if (literalMatches(one.elements[0].text, pos)) return &one.elements[0].text;
+  return nullptr;
+}
+
 // One repetition of an element that is no group of alternatives.
 bool Matcher::matchesOnce(const Element& element, size_t pos,
                           size_t* width) const {
   *width = 0;
   switch (element.kind) {
-    case ZR_STRING:
+    case Kind::kLiteral:
       *width = element.text.size();
       return literalMatches(element.text, pos);
-    case ZR_CLASS:
+    case Kind::kOneByte:
       *width = 1;
       return pos < length() && element.set[byteAt(pos)];
-    case ZR_LITOPEN:
-      for (const Alternative& literal : element.alternatives)
-        if (matchesOnce(literal.elements[0], pos, width)) return true;
-      return false;
-    case ZR_EOS:
+    case Kind::kLitGroup: {
+      const std::string* text = literalAt(element, pos);
+      if (text) *width = text->size();
+      return text != nullptr;
+    }
+    case Kind::kEnd:
       return pos == length();
-    case ZR_BOS:
+    case Kind::kBegin:
       return pos == 0;
-    case ZR_BACKREF: {
+    case Kind::kBackref: {
       if (!isSet(element.slot)) return false;
       // As the bytes stand: no case is folded.
       const std::string_view text = captured(element.slot);
@@ -260,49 +171,58 @@ Answer Matcher::run() {
 int Matcher::decide() {
   if (length() == 0) {
     starts_[0] = ends_[0] = 0;
-    return pattern_.regex.minLength == 0 ? 0 : kFails;
+    return pattern_.minLength == 0 ? 0 : kFails;
   }
-  if (!findBase() || length() - base_ < pattern_.regex.minLength) return kFails;
+  if (!findBase() || length() - base_ < pattern_.minLength) return kFails;
   const int tail = checkTail();
   return tail >= 0 ? tail : searchAll();
 }
 
-// The byte that a match has to start with, where there is one.
 bool Matcher::findBase() {
+  if (pattern_.startKind == 0) return true;
   const std::vector<Element>& list = pattern_.full[0].elements;
-  const bool anchored = !list.empty() && list[0].kind == ZR_BOS;
-  if (pattern_.full.size() > 1 || list.size() <= anchored) return true;
-  const Element& element = list[anchored];
-  if (element.kind != ZR_STRING || element.min == 0) return true;
-  const uint8_t first = static_cast<uint8_t>(element.text[0]);
-  if (anchored) return byteAt(0) == first;
-  if (list.back().kind == ZR_EOS) return true;
-  while (base_ < length() && byteAt(base_) != first) base_++;
+  if (pattern_.startKind == 2)
+    return byteAt(0) == static_cast<uint8_t>(list[1].text[0]);
+  while (base_ < length() &&
+         byteAt(base_) != static_cast<uint8_t>(list[0].text[0]))
+    base_++;
   return base_ < length();
 }
 
-// The elements of an alternative in their order, brackets as null.
-void Flatten(const Alternative& one, std::vector<const Element*>* out) {
-  for (const Element& element : one.elements) {
-    const bool group = element.kind == ZR_OPEN;
-    out->push_back(group ? nullptr : &element);
-    if (!group) continue;
-    Flatten(element.alternatives[0], out);
-    out->push_back(nullptr);
+// The nodes of an alternative, the last first, up to one that the tail does
+// not go past.
+void Matcher::listTail(const Alternative& one, std::vector<Tail>* tail) const {
+  for (size_t i = one.elements.size(); i-- > 0;) {
+    const Element& element = one.elements[i];
+    const bool counts = element.once() && element.kind != Kind::kCase &&
+                        element.kind != Kind::kBackref &&
+                        !(element.isGroup() && element.alternatives.size() > 1);
+    if (!counts) {
+      tail->push_back({Tail::kElement, nullptr});
+      return;
+    }
+    if (!element.isGroup()) {
+      tail->push_back({Tail::kElement, &element});
+      continue;
+    }
+    tail->push_back({Tail::kParenthesis, nullptr});
+    listTail(element.alternatives[0], tail);
+    if (tail->back().kind == Tail::kElement && !tail->back().element) return;
+    tail->push_back({Tail::kParenthesis, nullptr});
   }
 }
 
 bool Matcher::matchesBackwards(const Element& element, size_t* pos) const {
   std::vector<std::string> texts;
   switch (element.kind) {
-    case ZR_STRING:
+    case Kind::kLiteral:
       texts.push_back(element.text);
       break;
-    case ZR_LITOPEN:
+    case Kind::kLitGroup:
       for (const Alternative& one : element.alternatives)
         texts.push_back(one.elements[0].text);
       break;
-    case ZR_CLASS: {
+    case Kind::kOneByte: {
       size_t width = 0;
       if (*pos == 0 || !matchesOnce(element, *pos - 1, &width)) return false;
       --*pos;
@@ -326,24 +246,29 @@ bool Matcher::matchesBackwards(const Element& element, size_t* pos) const {
 // The elements right before a closing $, from the subject's end backwards:
 // the answer, or -1 to go on.
 int Matcher::checkTail() {
+  const size_t kMaxTail = 10;
   if (tree_.size() != 1 || tree_[0].elements.empty()) return -1;
   const Element& last = tree_[0].elements.back();
-  if (last.kind != ZR_EOS) return -1;
-  std::vector<const Element*> list(1, nullptr);  // the start
-  Flatten(tree_[0], &list);
-  list.pop_back();
-  size_t pos = length(), left = list.size();
+  if (last.kind != Kind::kEnd) return -1;
+  Alternative ahead = tree_[0];
+  ahead.elements.pop_back();
+  std::vector<Tail> tail;
+  listTail(ahead, &tail);
+  tail.push_back({Tail::kStart, nullptr});
+  size_t pos = length();
   const uint8_t mask = mask_;
   mask_ = last.mask;
   int answer = -1;
-  for (uint32_t n = 0; n < last.tail && answer < 0; n++) {
-    const Element* element = list[--left];
-    if (left == 0 && !captures_) answer = 0;
-    if (!element) continue;
-    if (element->kind == ZR_BS)
-      answer = 11;
-    else if (!matchesBackwards(*element, &pos))
-      answer = kFails;
+  for (size_t i = 0; i < tail.size() && i < kMaxTail && answer < 0; i++) {
+    if (tail[i].kind == Tail::kStart) {
+      if (!captures_) answer = 0;
+    } else if (tail[i].kind == Tail::kElement) {
+      if (!tail[i].element) break;
+      if (tail[i].element->kind == Kind::kFault)
+        answer = 11;
+      else if (!matchesBackwards(*tail[i].element, &pos))
+        answer = kFails;
+    }
   }
   mask_ = mask;
   return answer;
@@ -357,7 +282,7 @@ int Matcher::searchAll() {
     return alternatives(tree_, base_, nullptr);
   }
   for (size_t pos = base_; pos < length(); pos++) {
-    if (length() - pos < pattern_.regex.minLength) break;
+    if (length() - pos < pattern_.minLength) break;
     starts_[0] = static_cast<int32_t>(pos);
     const int code = alternatives(tree_, pos, nullptr);
     if (code != kFails) return code;
@@ -368,9 +293,8 @@ int Matcher::searchAll() {
 int Matcher::alternatives(const Tree& tree, size_t pos, const Run* run) {
   for (const Alternative& one : tree) {
     // Ahead of a group it is the group's own alternatives that look.
-    const bool looks =
-        one.skip && closed_ == 0 &&
-        (one.elements.empty() || one.elements[0].kind != ZR_OPEN);
+    const bool looks = one.skip && closed_ == 0 &&
+                       (one.elements.empty() || !one.elements[0].isGroup());
     const int code = looks ? scan(one, pos, run) : walk(one, 0, pos, run);
     if (code != kFails) return code;
   }
@@ -379,18 +303,22 @@ int Matcher::alternatives(const Tree& tree, size_t pos, const Run* run) {
 
 // Tries each place where the first element fits once.
 int Matcher::scan(const Alternative& one, size_t pos, const Run* run) {
-  size_t width = 0;
   for (size_t place = base_; place < length(); place++) {
-    if (!one.elements.empty() && one.elements[0].kind == ZR_BS) return 11;
+    if (!one.elements.empty() && one.elements[0].kind == Kind::kFault)
+      return 11;
     if (!spend()) return kNoAnswer;
-    if (!one.elements.empty() && !matchesOnce(one.elements[0], place, &width))
-      continue;
+    if (!startsAt(one, place)) continue;
     moveStarts(run, place);
     const int code = walk(one, 0, place, run);
     if (code != kFails) return code;
   }
   moveStarts(run, pos);
   return kFails;
+}
+
+bool Matcher::startsAt(const Alternative& one, size_t pos) const {
+  size_t width = 0;
+  return one.elements.empty() || matchesOnce(one.elements[0], pos, &width);
 }
 
 // All groups that are open here begin where the match begins.
@@ -420,91 +348,119 @@ int Matcher::walk(const Alternative& one, size_t i, size_t pos,
   const Element& element = one.elements[i];
   size_t width = 0;
   switch (element.kind) {
-    case ZR_OPEN:
-      code = iterate(one, i, run, 0, pos);
+    case Kind::kGroup:
+      code = iterate(one, i, run, 0, pos, nullptr);
       break;
-    case ZR_EOS:
-    case ZR_BOS:
+    case Kind::kLitGroup:
+      code = walkLitGroup(one, i, pos, run);
+      break;
+    case Kind::kEnd:
+    case Kind::kBegin:
       if (matchesOnce(element, pos, &width)) code = walk(one, i + 1, pos, run);
       break;
-    case ZR_CASEON: {
+    case Kind::kCase: {
       const uint8_t mask = mask_;
       mask_ = element.mask;
       code = walk(one, i + 1, pos, run);
       mask_ = mask;
       break;
     }
-    case ZR_BS:
+    case Kind::kFault:
       code = 11;
       break;
     default:
-      code = walkMany(one, i, pos, run);
+      code = walkSingle(one, i, pos, run);
   }
   depth_--;
   return code;
 }
 
-// All but groups of alternatives. Of literals in a group the first that fits
-// at a place is taken there and no other.
-int Matcher::walkMany(const Alternative& one, size_t i, size_t pos,
-                      const Run* run) {
+// Literals, single bytes and back references.
+int Matcher::walkSingle(const Alternative& one, size_t i, size_t pos,
+                        const Run* run) {
   const Element& element = one.elements[i];
-  const uint32_t slot = element.slot;
-  const bool group = element.kind == ZR_LITOPEN;
-  // What is lazy and no group: one at least, and never more than the least.
-  const bool exact = element.lazy && !group;
-  if (exact && element.max == 0) return kFails;
-  if (element.kind == ZR_BACKREF) {
-    if (!isSet(slot)) return kFails;
-    // No text at all is had as often as one likes.
-    if (captured(slot).empty()) return walk(one, i + 1, pos, run);
-  }
-  const uint32_t least = exact ? std::max(element.min, 1u) : element.min;
-  std::vector<size_t> places(1, pos);
   size_t width = 0;
-  while (places.size() - 1 < (exact ? least : element.max) &&
-         matchesOnce(element, places.back(), &width)) {
+  // As few as may be is one at least.
+  if (element.lazy && element.max == 0) return kFails;
+  if (element.kind == Kind::kBackref) {
+    if (!isSet(element.slot)) return kFails;
+    // No text at all is had as often as one likes.
+    if (captured(element.slot).empty()) return walk(one, i + 1, pos, run);
+  }
+  if (element.lazy) {
+    // Never more than the least.
+    const uint32_t wanted = element.min == 0 ? 1 : element.min;
+    for (uint32_t n = 0; n < wanted; n++) {
+      if (!spend()) return kNoAnswer;
+      if (!matchesOnce(element, pos, &width)) return kFails;
+      pos += width;
+    }
+    return walk(one, i + 1, pos, run);
+  }
+  uint32_t count = 0;
+  while (count < element.max && matchesOnce(element, pos, &width)) {
     if (!spend()) return kNoAnswer;
-    places.push_back(places.back() + width);
+    pos += width;
+    count++;
+  }
+  for (; count >= element.min; count--, pos -= width) {
+    const int code = walk(one, i + 1, pos, run);
+    if (code != kFails || count == 0) return code;
+  }
+  return kFails;
+}
+
+// At each place the first literal that fits is taken and no other.
+int Matcher::walkLitGroup(const Alternative& one, size_t i, size_t pos,
+                          const Run* run) {
+  const Element& group = one.elements[i];
+  std::vector<size_t> places(1, pos);
+  while (places.size() - 1 < group.max) {
+    if (!spend()) return kNoAnswer;
+    const std::string* text = literalAt(group, places.back());
+    if (!text) break;
+    places.push_back(places.back() + text->size());
   }
   const size_t most = places.size() - 1;
-  const int32_t start = starts_[slot], end = ends_[slot];
-  for (size_t n = 0; n + least <= most; n++) {
-    const size_t count = element.lazy ? least + n : most - n;
-    if (group) {
-      starts_[slot] = count ? static_cast<int32_t>(places[count - 1]) : start;
-      ends_[slot] = count ? static_cast<int32_t>(places[count]) : end;
+  if (most < group.min) return kFails;
+  const int32_t start = starts_[group.slot], end = ends_[group.slot];
+  for (size_t n = 0; n <= most - group.min; n++) {
+    const size_t count = group.lazy ? group.min + n : most - n;
+    starts_[group.slot] = start;
+    ends_[group.slot] = end;
+    if (count > 0) {
+      starts_[group.slot] = static_cast<int32_t>(places[count - 1]);
+      ends_[group.slot] = static_cast<int32_t>(places[count]);
     }
     const int code = walk(one, i + 1, places[count], run);
     if (code != kFails) return code;
   }
-  if (group) {
-    starts_[slot] = start;
-    ends_[slot] = end;
-  }
+  starts_[group.slot] = start;
+  ends_[group.slot] = end;
   return kFails;
 }
 
 // A group that `count` iterations of are done.
 int Matcher::iterate(const Alternative& one, size_t i, const Run* parent,
-                     uint32_t count, size_t pos) {
+                     uint32_t count, size_t pos, const Run* previous) {
   const Element& group = one.elements[i];
   const bool leave = count >= group.min, more = count < group.max;
   for (int turn = 0; turn < 2; turn++) {
     const bool leaving = (turn == 0) == group.lazy;
     int code = kFails;
     if (leaving && leave) code = walk(one, i + 1, pos, parent);
-    if (!leaving && more) code = enter(one, i, parent, count, pos);
+    if (!leaving && more) code = enter(one, i, parent, count, pos, previous);
     if (code != kFails) return code;
   }
   return kFails;
 }
 
 int Matcher::enter(const Alternative& one, size_t i, const Run* parent,
-                   uint32_t count, size_t pos) {
+                   uint32_t count, size_t pos, const Run* previous) {
   const Element& group = one.elements[i];
   if (!spend() || depth_ == kMaxDepth) return kNoAnswer;
-  Run run{&group, &one, i, parent, count};
+  Run run{&group, &one, i, parent, previous, count, pos, {}};
+  if (goesRound(&run)) return 10;
   depth_++;
   const int32_t start = starts_[group.slot];
   starts_[group.slot] = static_cast<int32_t>(pos);
@@ -520,32 +476,37 @@ int Matcher::close(const Run* run, size_t pos) {
   ends_[slot] = static_cast<int32_t>(pos);
   closed_++;
   const int code =
-      iterate(*run->outer, run->index, run->parent, run->count + 1, pos);
+      iterate(*run->outer, run->index, run->parent, run->count + 1, pos, run);
   if (code != 0) ends_[slot] = end;
   closed_--;
   return code;
 }
 
+// All that decides how the next iteration goes, besides the place.
+std::vector<int32_t> Matcher::snapshot() const {
+  std::vector<int32_t> state(starts_);
+  state.insert(state.end(), ends_.begin(), ends_.end());
+  state.push_back(mask_);
+  state.push_back(closed_ > 0);
+  return state;
+}
+
+// Whether an iteration without text brings the group back to where it was:
+// it does so again and again, until the engine gives up.
+bool Matcher::goesRound(Run* run) const {
+  if (run->group->max != kUnbounded || !run->previous ||
+      run->previous->begin != run->begin)
+    return false;
+  run->state = snapshot();
+  for (const Run* at = run->previous; at && at->begin == run->begin;
+       at = at->previous) {
+    const bool settled = !run->group->lazy || at->count >= run->group->min;
+    if (settled && at->state == run->state) return true;
+  }
+  return false;
+}
+
 }  // namespace
-
-uint8_t Fold(uint8_t c, uint8_t mask) {
-  const bool folds =
-      (c >= 'a' && c <= 'z') || (c >= 0xE0 && c <= 0xFE && c != 0xF7);
-  return folds ? c & mask : c;
-}
-
-Pattern::Pattern(const zr_regex& compiled)
-    : regex(compiled), slots(compiled.captureCount) {
-  if (compiled.nodeCount == 0) return;
-  uint32_t at = 0;
-  full = ReadTree(regex, regex.nodes, regex.groups, &at);
-  at = 0;
-  reduced = ReadTree(regex, regex.fastNodes, regex.fastGroups, &at);
-  slots = std::max(slots, regex.fastCaptureCount);
-  capturing.resize(slots);
-  for (uint32_t i = 0; i < regex.groupCount; i++)
-    capturing[regex.groups[i].capture] = !regex.groups[i].noCapture;
-}
 
 Answer Match(const Pattern& pattern, std::string_view subject, Wanted wanted,
              uint64_t budget) {

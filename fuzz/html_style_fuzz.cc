@@ -36,11 +36,11 @@ static void CheckValues(const uint8_t* bytes, uint32_t n) {
   ParseHtmlFontSize(text.view, size);
   Check(size == kStyleUnset || (size >= FontSizes[0] && size <= FontSizes[6]));
   size = kStyleUnset;
-  GetStyleFontSize(text.view, size);
+  TSTYLEPROPS(text.view).getFontSize(size);
   Check(size >= kStyleUnset && size <= 72);
   int32_t set = kStyleUnset, background = kStyleUnset;
-  GetStyleColor(text.view, set);
-  GetStyleBackgroundColor(text.view, background);
+  TSTYLEPROPS(text.view).getColor(set);
+  TSTYLEPROPS(text.view).getBackground(background);
   Check(IsColor(set) && IsColor(background));
 }
 

@@ -210,24 +210,6 @@ void ParseHtmlFontSize(TBLOCK value, int16_t& size) {
   size = FontSizes[(number < 1 ? 1 : (number > last ? last : number)) - 1];
 }
 
-void GetTagFontSize(TBLOCK tag, const char* attribute, int16_t& size) {
-  TBLOCK value;
-  if (GetTagParamValue(tag, attribute, value)) ParseHtmlFontSize(value, size);
-}
-
-void GetTagColor(TBLOCK tag, int32_t& color) {
-  TBLOCK value;
-  if (GetTagParamValue(tag, "color", value)) GetHtmlColor(value, color);
-}
-
-void GetTagBackgroundColor(TBLOCK tag, int32_t& background) {
-  TBLOCK value;
-  if (GetTagParamValue(tag, "background", value))
-    background = kStyleUnknown;
-  else if (GetTagParamValue(tag, "bgcolor", value))
-    GetHtmlColor(value, background);
-}
-
 // ---- Style properties
 
 int GetFirstStyleProp(TBLOCK& cursor, TBLOCK& name, TBLOCK& value) {
@@ -245,26 +227,6 @@ int GetNextStyleProp(TBLOCK& cursor, TBLOCK& name, TBLOCK& value) {
     value.trim();
     return 1;
   }
-  return 0;
-}
-
-int GetStylePropValue(TBLOCK style, TBLOCK name, TBLOCK& value) {
-  TBLOCK found;
-  while (GetNextStyleProp(style, found, value))
-    if (found.equals(name)) return 1;
-  value.clear();
-  return 0;
-}
-
-int GetStyleProp(TBLOCK style, const char* name, TBLOCK& value) {
-  return GetStylePropValue(style, TBLOCK(name), value);
-}
-
-int GetInlineStyleProp(TBLOCK tag, const char* name, TBLOCK& value) {
-  TBLOCK style;
-  if (GetTagParamValue(tag, "style", style))
-    return GetStyleProp(style, name, value);
-  value.clear();
   return 0;
 }
 
@@ -314,18 +276,6 @@ void TSTYLEPROPS::getFontSize(int16_t& size) const {
   }
   if (!DropEnd(text, "px")) DropEnd(text, "pt");
   ParsePixels(text, DropEnd(text, "em") ? kEmSize : 1, size);
-}
-
-void GetStyleColor(TBLOCK style, int32_t& color) {
-  TSTYLEPROPS(style).getColor(color);
-}
-
-void GetStyleBackgroundColor(TBLOCK style, int32_t& background) {
-  TSTYLEPROPS(style).getBackground(background);
-}
-
-void GetStyleFontSize(TBLOCK style, int16_t& size) {
-  TSTYLEPROPS(style).getFontSize(size);
 }
 
 // ---- Selectors

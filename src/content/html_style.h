@@ -52,10 +52,6 @@ extern const char* const szFontSizesStr[kFontSizeCount];
 
 // Of an attribute: "3" is a size, "+1" and "-1" count from 3.
 void ParseHtmlFontSize(TBLOCK value, int16_t& size);
-void GetTagFontSize(TBLOCK tag, const char* attribute, int16_t& size);
-void GetTagColor(TBLOCK tag, int32_t& color);
-// Any "background" is a picture.
-void GetTagBackgroundColor(TBLOCK tag, int32_t& background);
 
 // ==== Style properties: html_style.cc
 
@@ -63,11 +59,6 @@ void GetTagBackgroundColor(TBLOCK tag, int32_t& background);
 // at the end. What has no ":" is passed over.
 int GetFirstStyleProp(TBLOCK& cursor, TBLOCK& name, TBLOCK& value);
 int GetNextStyleProp(TBLOCK& cursor, TBLOCK& name, TBLOCK& value);
-// The first property of that name: 1, or 0 with no value.
-int GetStylePropValue(TBLOCK style, TBLOCK name, TBLOCK& value);
-int GetStyleProp(TBLOCK style, const char* name, TBLOCK& value);
-// The same of a tag's "style".
-int GetInlineStyleProp(TBLOCK tag, const char* name, TBLOCK& value);
 
 // Those properties that say what can be seen, from one walk.
 struct TSTYLEPROPS {
@@ -85,14 +76,11 @@ struct TSTYLEPROPS {
 
   explicit TSTYLEPROPS(TBLOCK style);
   bool has(uint32_t property) const { return found >> property & 1; }
+  // What they say; unchanged when they say nothing.
   void getColor(int32_t& color) const;
   void getBackground(int32_t& background) const;
   void getFontSize(int16_t& size) const;
 };
-
-void GetStyleColor(TBLOCK style, int32_t& color);
-void GetStyleBackgroundColor(TBLOCK style, int32_t& background);
-void GetStyleFontSize(TBLOCK style, int16_t& size);
 
 // ==== Rules of style elements: html_style.cc
 

@@ -133,7 +133,7 @@ TEST(HtmlStyleTest, Sizes) {
             "font-size:9px;display:None => 0 ~ display:none !important => -7 ~ "
             "display:block;display:none => -7 ~ nodisplay:none => -7")) {
     int16_t size = kNothingSet;
-    GetStyleFontSize(row.text.view(), size);
+    TSTYLEPROPS(row.text.view()).getFontSize(size);
     EXPECT_EQ(row.result, std::to_string(size)) << row.text.str();
   }
 }
@@ -150,28 +150,10 @@ TEST(HtmlStyleTest, ColorsOfStyles) {
             "background-image:none;background:blue => - FF ~ "
             "background-image:blue => - -")) {
     int32_t color = kNothingSet, background = kNothingSet;
-    GetStyleColor(row.text.view(), color);
-    GetStyleBackgroundColor(row.text.view(), background);
+    TSTYLEPROPS(row.text.view()).getColor(color);
+    TSTYLEPROPS(row.text.view()).getBackground(background);
     EXPECT_EQ(row.result, Hex(color) + " " + Hex(background)) << row.text.str();
   }
-}
-
-TEST(HtmlStyleTest, AttributesOfTags) {
-  const HeapText tag(
-      "<td background='' bgcolor=red color=#0000FF size=+1"
-      " style='float: right; Float:left'>");
-  int32_t color = kNone, background = 0;
-  int16_t size = 0;
-  TBLOCK value;
-  GetTagColor(tag.view(), color);
-  GetTagBackgroundColor(tag.view(), background);
-  GetTagFontSize(tag.view(), "size", size);
-  EXPECT_EQ("FF -2 14",
-            Hex(color) + " " + Hex(background) + " " + std::to_string(size));
-  EXPECT_EQ(1, GetInlineStyleProp(tag.view(), "float", value));
-  EXPECT_EQ("right", Str(value));
-  EXPECT_EQ(0, GetInlineStyleProp(tag.view(), "color", value));
-  EXPECT_TRUE(value.empty());
 }
 
 // ---- Rules

@@ -12,3 +12,15 @@ int TQMMSG::checkForgedMailer() {
 int TQMMSG::checkDuplicateLetter() {
   return 0;
 }
+
+int TQMMSG::checkForgedAppleMail() {
+  return 0;
+}
+
+int TQMMSG::checkForgedMimeTools() {
+  return 0;
+}
+
+int TQMMSG::checkMailerSylpheed() {
+  return 0;
+}

@@ -21,3 +21,15 @@ int TQMMSG::checkMailSpring() {
 }
 
 void TQMMSG::checkSubst() {}
+
+int TQMMSG::getHeaderScore(const char*, const BLOCKPART*) {
+  return 0;
+}
+
+int TQMMSG::checkHeaderFields(const char*, const BLOCKPART*) {
+  return 0;
+}
+
+int TQMMSG::checkAttach() {
+  return 0;
+}

@@ -16,3 +16,7 @@ void TQMMSG::checkLinkText() {}
 void TQMMSG::checkPhone() {}
 
 void TQMMSG::checkUnsub() {}
+
+TBLOCK TQMMSG::extractUrlTld(const TBLOCKURL& /*url*/) const {
+  return TBLOCK();
+}

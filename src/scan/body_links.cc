@@ -4,6 +4,8 @@
 
 #include <string.h>
 
+#include <new>
+
 #include "base/md5.h"
 #include "scan/tqmmsg.h"
 
@@ -78,7 +80,9 @@ void TQMMSG::prepareLinks() {
     const char letters[] = {LetterOf(dico, "AdnUrlText", shown),
                             LetterOf(dico, "AdnUrlTextBefore", link.prevText)};
     urlTextAdns.add(TBLOCK(letters, sizeof letters));
-    // The link's own fingerprint joins urlAdns here.
+    STR adn;
+    getAdnFromUrl(link.url, adn);
+    urlAdns.add(adn.view());
   }
 }
 
@@ -106,10 +110,18 @@ void TQMMSG::prepareImages() {
   }
 }
 
+void TQMMSG::keepOleId(TBLOCK key) {
+  TMIMEOLEID* id = new (std::nothrow) TMIMEOLEID(pool);
+  if (!id) return;
+  id->parse(key, &headerDate, presentTime());
+  if (!id->isOle || id->errors != 0 || oleIds.insert(id, 1) < 0) delete id;
+}
+
 void TQMMSG::prepareIds() {
   STR adn;
   for (int32_t slot = hiddenIds.first(); slot >= 0; hiddenIds.next(slot)) {
     getAdnFromBlock(kFieldAdnCid, hiddenIds.getBlock(slot), adn);
     if (!adn.empty()) idAdns.add(adn.view());
+    keepOleId(hiddenIds.getBlock(slot));
   }
 }

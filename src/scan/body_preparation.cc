@@ -3,14 +3,16 @@
 // the steps is part of their meaning: each works on what the ones before it
 // left of the text. Tested by body_preparation_test.cc and
 // answers_seam_test.cc.
-//
-// Where something is not built yet a comment stands in its place.
 
 #include <string.h>
 
+#include "content/adn.h"
 #include "content/html_parse.h"
+#include "content/phone.h"
+#include "content/random_string.h"
 #include "content/text_parse.h"
 #include "content/unsub_text.h"
+#include "content/words.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -98,7 +100,7 @@ void TQMMSG::parseBody() {
   buildBodyLines();
   removeAntiVirusFooter();
   removeAntiVirusHtml();
-  // The body's fingerprint of characters is taken here.
+  GetBlockCharAdn(body, charCounts, charPresence);
   TakeOuterLines(bodyLines, firstLine, lastLine, lastButOneLine);
   parseBodyTokens();
   prepareCharsets();
@@ -109,9 +111,9 @@ void TQMMSG::parseBody() {
   prepareUnsub();
   getAdnFromBlock(kFieldAdnText, body, bodyAdn);
   setTags();
-  // Phone numbers of the body are collected here.
+  BlockParsePhones(body, phones, PO_DEFAULTOPTIONS);
   getAdnCounts();
-  // The fingerprint of the HTML is taken here.
+  getAdnFromBlock(kFieldAdnHtml, htmlContext.htmlPattern.view(), htmlAdn);
   getDatesAdn(datesAdn);
   dropRegexFields();
 }
@@ -168,7 +170,8 @@ void TQMMSG::prepareCharsets() {
   } else if (message.textPart) {
     messageCharset = message.textPart->charset;
   }
-  // highChars, the share of distinct high bytes, is taken here.
+  const int32_t shares[] = {HighCharCount(text), HighCharCount(html)};
+  highChars = shares[0] > shares[1] ? shares[0] : shares[1];
   messageCharset.zoneUpdate(body);
   subjectCharset.zoneUpdate(subject);
   addCharsetToHdr();
@@ -195,8 +198,9 @@ void TQMMSG::prepareUnsub() {
 }
 
 void TQMMSG::parseWords() {
-  // The words of the subject, of the sender's display name and of the body's
-  // lines are taken here; with the latter lineAdn gets a letter for each line.
+  ParseBlockWords(pool, subject, subjectWords, nullptr);
+  ParseBlockWords(pool, fromBox.name, aliasWords, nullptr);
+  ParseLinesWords(lineAdn, pool, bodyLines, bodyWords, &emails);
   lineAdnDetail = lineAdn;
   for (int32_t i = 0; i < lineAdnDetail.len(); i++) {
     if (!IsDividedLine(lineAdnDetail.text[i])) continue;

@@ -19,23 +19,24 @@ char LetterOf(TQMDICO& dico, const char* section, TBLOCK value) {
 
 }  // namespace
 
-void TQMMSG::getAdnFromBlock(int /*field*/, TBLOCK /*value*/, STR& adn) {
+void TQMMSG::getAdnFromBlock(int /*field*/, TBLOCK /*value*/, STR& adn,
+                             TBLOCKVECT* /*known*/) {
   adn = "";
 }
 
-void TQMMSG::buildHeaderAdn(STR& adn) {
+void TQMMSG::getAdnFromUrl(const TBLOCKURL& /*url*/, STR& adn) {
   adn = "";
 }
 
-void TQMMSG::getTabAdn(STR& adn) {
-  adn = "";
-}
-
-void TQMMSG::getDatesAdn(STR& adn) {
+void TQMMSG::getMailBoxAdn(TBLOCK /*mailbox*/, STR& adn) {
   adn = "";
 }
 
 void TQMMSG::getAdnCounts() {}
+
+char TQMMSG::getCountChar(int32_t /*count*/) {
+  return '0';
+}
 
 void TQMMSG::buildRecipAdn() {}
 

@@ -1,14 +1,10 @@
 // Header fields: from the header lines of the root to typed values. Entry:
 // TQMMSG::parseHeader. Tested by header_fields_test.cc.
-//
-// Relay lines are not taken apart yet, so their dates are missing, and no
-// fingerprint has a body (see fingerprints.cc).
 
 #include "scan/tqmmsg.h"
 
 #include <new>
 
-#include "content/block_url.h"
 #include "message/field_piece.h"
 
 namespace {
@@ -75,16 +71,22 @@ void TQMMSG::clearHeader() {
   headerCharset.clear();
   subjectCharset.clear();
   receivedFields.clear();
-  firstReceived = nullptr;
-  secondReceived = nullptr;
+  freeReceived();
   deliveredTo.clear();
+  sourceIpBlock.clear();
+  sourceIp.clear();
   addressWords.clear();
+  toList.clear();
+  ccList.clear();
+  mimeOleId.clear();
+  inReplyId.clear();
+  mimeOleBound.clear();
+  threadInfo.clear();
   clearDates();
-  STR* const texts[] = {&recipientDomain64, &hdrAdn,         &tabAdn,
-                        &subjectAdn,        &threadIndexAdn, &boundaryAdn,
-                        &messageIdAdn,      &fromAdn,        &senderIp,
-                        &byIdAdn,           &rcvdFromAdn,    &rcvdByAdn,
-                        &rcvdWithAdn,       &recipAdn};
+  STR* const texts[] = {
+      &recipientDomain64, &hdrAdn,       &tabAdn,  &subjectAdn, &threadIndexAdn,
+      &boundaryAdn,       &messageIdAdn, &fromAdn, &byIdAdn,    &rcvdFromAdn,
+      &rcvdByAdn,         &rcvdWithAdn,  &recipAdn};
   for (STR* value : texts) *value = "";
 }
 
@@ -288,7 +290,9 @@ void TQMMSG::readReceivedAndLists() {
 }
 
 // The relay chain.
-void TQMMSG::_parseHeaderTwo() {}
+void TQMMSG::_parseHeaderTwo() {
+  parseReceivedFields();
+}
 
 // Values that are made of several fields.
 void TQMMSG::_parseHeaderThree() {
@@ -297,31 +301,30 @@ void TQMMSG::_parseHeaderThree() {
   replyToBox = ParseMailBox(replyTo);
   returnPathBox = ParseMailBox(returnPath);
   senderBox = ParseMailBox(sender);
-  TMAILBOX* const boxes[] = {&fromBox, &replyToBox, &returnPathBox, &senderBox};
-  for (TMAILBOX* box : boxes) {
-    TBLOCK suffix;
-    TBLOCKURL::HostToDomain(box->host, box->domain, suffix);
-    addressWords.addUnique(box->email, 0, 1);
-  }
+  const TMAILBOX* const boxes[] = {&fromBox, &replyToBox, &returnPathBox,
+                                   &senderBox};
+  for (const TMAILBOX* box : boxes) addressWords.addUnique(box->email, 0, 1);
   if (!readBareField("x-message-id", messageId)) {
     messageId = rawMessageId;
     StripAngleBrackets(messageId);
   }
-  // The identifier's generator is read here.
+  const int64_t now = presentTime();
+  mimeOleId.parse(messageId, &headerDate, now);
   idFromMta = checkIdFromMTA();
   getAdnFromBlock(kFieldAdnId, messageId, messageIdAdn);
   readBareField("X-Original-Message-ID", originalMessageId);
   readHeaderField("x-mimeole", mimeOle, 1);
   readHeaderField("x-msmail-priority", msMailPriority, 1);
-  // The generator of the boundary is read here.
-  readBareField("in-Reply-To", inReplyTo);
-  // The generators of that identifier and of the thread index are read here.
+  mimeOleBound.parse(boundary, &headerDate, headerDate.zoneSeconds, now);
+  if (readBareField("in-Reply-To", inReplyTo))
+    inReplyId.parse(inReplyTo, &headerDate, now);
+  threadInfo.parse(threadIndex, headerDate, now);
   buildHeaderAdn(hdrAdn);
   getTabAdn(tabAdn);
   parseMailer();
   buildRecipAdn();
   getAdnFromBlock(kFieldAdnFrom, from, fromAdn);
-  // The first recipient becomes the recipient's mailbox here.
+  recipientBox = toList.get(0);
   encodeRecipientDomain();
   buildProfils();
 }

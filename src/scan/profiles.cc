@@ -33,7 +33,7 @@ void TQMMSG::buildProfils() {
   addRuleProfiles();
 
   char hour[32] = "";
-  const time_t now = fixedTime ? static_cast<time_t>(fixedTime) : time(nullptr);
+  const time_t now = static_cast<time_t>(presentTime());
   struct tm parts;
   if (gmtime_r(&now, &parts)) strftime(hour, sizeof hour, "%H:%a", &parts);
   timeProfile = hour;

@@ -12,8 +12,8 @@
 
 #include <new>
 
-#include "content/block_phone.h"
-#include "message/block_received.h"
+#include "content/phone.h"
+#include "message/received.h"
 #include "regex/regex.h"
 #include "scan/tqmmsg.h"
 
@@ -511,7 +511,7 @@ void TQMMSG::buildRegexField(int32_t field, TBLOCK name, RULEFIELD& f) {
     case 83:  // ImgPath
       return AddImages(*this, f, &TBLOCKURL::path, true, kAnyProto);
     case 84:  // Ip
-      return f.add(senderIp);
+      return f.add(sourceIpBlock);
     case 85:  // RcvdFrom
       return f.addAny(ClauseOf(firstReceived, &BLOCKRECEIVED::from));
     case 86:  // AdnRcvdFrom

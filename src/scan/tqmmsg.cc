@@ -4,8 +4,11 @@
 #include "scan/tqmmsg.h"
 
 #include <string.h>
+#include <time.h>
 
 #include <new>
+
+#include "content/phone.h"
 
 // Hosts call from threads with small stacks.
 static_assert(sizeof(TQMMSG) < 32 * 1024, "too large for a host's stack");
@@ -72,9 +75,16 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
       senderStore(0, kDecodedStep),
       receivedFields(16),
       mailingListScore(0),
+      receivedWare(poolToUse),
       firstReceived(nullptr),
       secondReceived(nullptr),
+      lastReceived(nullptr),
       addressWords(4),
+      toList(0),
+      ccList(0),
+      mimeOleId(poolToUse),
+      inReplyId(poolToUse),
+      mimeOleBound(poolToUse),
       idFromMta(0),
       textStore(0, kDecodedStep),
       htmlStore(0, kDecodedStep),
@@ -101,6 +111,7 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
       aliasWords(0),
       emails(0),
       profiles(0),
+      attachScored(0),
       ruleFields(),
       noElements(0) {
   domains.setRecSize(kDigestBytes);
@@ -109,7 +120,35 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
 
 TQMMSG::~TQMMSG() {
   freeRegexFields();
+  freeReceived();
+  freeBodyRecords();
   delete header;
+}
+
+void TQMMSG::freeReceived() {
+  while (received.first) {
+    const BLOCKRECEIVED* line =
+        static_cast<const BLOCKRECEIVED*>(received.first->item);
+    received.remove(line);
+    delete line;
+  }
+  firstReceived = nullptr;
+  secondReceived = nullptr;
+  lastReceived = nullptr;
+}
+
+void TQMMSG::freeBodyRecords() {
+  while (phones.first) {
+    const BLOCKPHONE* phone =
+        static_cast<const BLOCKPHONE*>(phones.first->item);
+    phones.remove(phone);
+    delete phone;
+  }
+  while (oleIds.first) {
+    const TMIMEOLEID* id = static_cast<const TMIMEOLEID*>(oleIds.first->item);
+    oleIds.remove(id);
+    delete id;
+  }
 }
 
 int TQMMSG::yes2Remove(OLIST* /*list*/, const void* /*item*/, int /*index*/) {
@@ -141,6 +180,7 @@ void TQMMSG::clear() {
 void TQMMSG::clearBody() {
   bodyParsed = 0;
   links = nullptr;
+  freeBodyRecords();
   domains.clear();
   hiddenIds.clear();
   msgContext.clear();
@@ -150,9 +190,9 @@ void TQMMSG::clearBody() {
   messageCharset.clear();
   TBLOCK* const values[] = {&text, &html, &body};
   for (TBLOCK* value : values) value->clear();
-  int32_t* const numbers[] = {&bodyIsHtml, &answerCount,    &answersRemoved,
-                              &linkCount,  &imageCount,     &nonBlankLines,
-                              &highChars,  &attachmentCount};
+  int32_t* const numbers[] = {&bodyIsHtml, &answerCount,     &answersRemoved,
+                              &linkCount,  &imageCount,      &nonBlankLines,
+                              &highChars,  &attachmentCount, &attachScored};
   for (int32_t* number : numbers) *number = 0;
   STR* const texts[] = {
       &firstLine, &lastLine,      &lastButOneLine, &imageSizes,  &imageWeights,
@@ -167,6 +207,10 @@ void TQMMSG::clearBody() {
                               &urlAdns,     &urlTextAdns, &imageAdns,
                               &idAdns,      &unsubLines};
   for (STRVECT* list : strings) list->clear();
+}
+
+int64_t TQMMSG::presentTime() const {
+  return fixedTime ? fixedTime : int64_t{time(nullptr)};
 }
 
 void TQMMSG::setProfileInfo(int32_t bailoutScore, const char* profileText) {

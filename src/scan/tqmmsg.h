@@ -9,13 +9,15 @@
 //   Contents                                   bodies in
 //   life, loading, parameters                  scan/tqmmsg.cc
 //   header fields                              scan/header_fields.cc,
-//                                              scan/subject.cc
+//                                              scan/subject.cc,
+//                                              scan/received_fields.cc
 //   body preparation                           scan/body_preparation.cc,
 //                                              scan/answers.cc,
 //                                              scan/body_lines.cc,
 //                                              scan/body_parts.cc,
 //                                              scan/attachment_adn.cc
-//   fingerprints                               scan/fingerprints.cc
+//   fingerprints                               scan/fingerprints.cc,
+//                                              scan/header_adn.cc
 //   the order of a scan, the three branches    scan/driver.cc
 //   the recipient's white lists                scan/white_lists.cc
 //   ledger                                     scan/ledger.cc
@@ -41,10 +43,13 @@
 #include "base/tblock.h"
 #include "base/vectors.h"
 #include "content/contexts.h"
+#include "content/mailbox.h"
 #include "message/block_date.h"
 #include "message/block_part.h"
 #include "message/charset.h"
-#include "message/mailbox.h"
+#include "message/mime_ole.h"
+#include "message/received.h"
+#include "message/tip.h"
 #include "rules/qm_dico.h"
 #include "rules/rule_expression.h"
 #include "scan/header.h"
@@ -53,7 +58,6 @@
 class HSTUFF;
 class REGEXPOOL;
 class UrlBlacklist;
-struct BLOCKRECEIVED;
 struct RULEFIELD;
 
 // Bytes of a message that are looked at. Bounds the cost of a scan.
@@ -72,16 +76,25 @@ const int32_t kDecisiveScore = 999;
 enum : int {
   kFieldAdnFrom = 0x0E,
   kFieldHdr = 0x14,
+  kFieldAdnRec = 0x24,
+  kFieldAdnRcvd = 0x26,
+  kFieldAdnLabo = 0x28,
   kFieldAdnId = 0x29,
   kFieldAdnCid = 0x2A,
   kFieldAdnBound = 0x2B,
   kFieldAdnHtml = 0x2C,
+  kFieldAdnTable = 0x2D,
   kFieldAdnText = 0x2E,
   kFieldAdnThid = 0x32,
+  kFieldAdnById = 0x34,
+  kFieldAddrWords = 0x41,
   kFieldAdnUrl = 0x4B,
   kFieldAdnFilename = 0x4C,
   kFieldAdnTagParam = 0x4E,
-  kFieldAdnSubject = 0x50
+  kFieldAdnSubject = 0x50,
+  kFieldAdnRcvdFrom = 0x56,
+  kFieldAdnRcvdBy = 0x58,
+  kFieldAdnRcvdWith = 0x5A
 };
 // All rule fields, from 1 to this.
 const int32_t kRuleFieldCount = 121;
@@ -234,22 +247,31 @@ class TQMMSG : public OLISTGURU {
   TBLOCK lastRelay;           // of them the one that names the last relay
   int32_t mailingListScore;   // sum of the section "HdrMailingList"
 
-  // Empty until relay lines are taken apart.
+  // scan/received_fields.cc: takes the relay lines apart.
+  void parseReceivedFields();
+
+  RECEIVEDWARE receivedWare;
   OLIST received;  // of BLOCKRECEIVED, the oldest first; owned
-  // Of them the oldest ones that tell of a relay; null when there are not so
-  // many.
-  BLOCKRECEIVED *firstReceived, *secondReceived;
-  TBLOCK deliveredTo;  // the address that the newest of them was for
-  STR senderIp;        // address of the sender's machine, dotted
+  // Of those that tell of a relay the oldest, the next one, and the newest
+  // from the third on, or else the oldest; null when there are not so many.
+  BLOCKRECEIVED *firstReceived, *secondReceived, *lastReceived;
+  TBLOCK deliveredTo;    // the address that the newest of them was for
+  TBLOCK sourceIpBlock;  // address of the oldest of them that has one
+  TIP sourceIp;          // the same
 
   TMAILBOX fromBox, replyToBox, returnPathBox, senderBox;
-  TMAILBOX recipientBox;    // first address of To; empty until lists are
-                            // parsed
+  TMAILBOX recipientBox;    // first address of To
   STR recipientDomain64;    // its domain in base64
   TBLOCKVECT addressWords;  // the addresses of the four boxes, unique
+  TMAILBOXVECT toList, ccList;
 
-  // Dates. A cleared record stands for "not there". Of the relay lines they
-  // are empty until these are parsed.
+  // What programs write into identifiers.
+  TMIMEOLEID mimeOleId;        // of messageId
+  TMIMEOLEID inReplyId;        // of inReplyTo
+  TMIMEOLEBOUND mimeOleBound;  // of boundary
+  TTHREADINDEX threadInfo;     // of threadIndex
+
+  // Dates. A cleared record stands for "not there".
   BLOCKDATE headerDate;  // the last "date" field
   BLOCKDATE firstReceivedDate, secondReceivedDate, lastReceivedDate;
   BLOCKDATE lastRecordDate;  // of the last Received record
@@ -311,6 +333,7 @@ class TQMMSG : public OLISTGURU {
   STRVECT imageAdns;     // fingerprints of where pictures are
   HASHTAB hiddenIds;     // identifiers of parts, also as pictures name them
   STRVECT idAdns;        // their fingerprints
+  OLIST oleIds;          // of TMIMEOLEID: those of them with a clock; owned
   STRVECT unsubLines;    // texts that offer to unsubscribe
   OLIST phones;          // of BLOCKPHONE; owned
   TBLOCKVECT bodyLines;  // of body, without blank lines at both ends
@@ -334,16 +357,23 @@ class TQMMSG : public OLISTGURU {
   STR countryProfile;   // "US" or empty, by the host's time zone
   STR timeProfile;      // hour and day of the week in UTC: "17:Sat"
 
-  // ==== Fingerprints: scan/fingerprints.cc. Empty until it has bodies: a
-  // result is the empty text.
+  // ==== Fingerprints: scan/fingerprints.cc, scan/header_adn.cc. The alphabet
+  // is told in doc/signatures.md. Texts are replaced.
 
   // The fingerprint of a value as the rule field of that number (kField...)
-  // shows it.
-  void getAdnFromBlock(int field, TBLOCK value, STR& adn);
+  // shows it. `known` is read by file names only: see AdnFromBlock.
+  void getAdnFromBlock(int field, TBLOCK value, STR& adn,
+                       TBLOCKVECT* known = nullptr);
+  void getAdnFromUrl(const TBLOCKURL& url, STR& adn);
+  void getMailBoxAdn(TBLOCK mailbox, STR& adn);
+  // Of the header's fields, of those that begin with a tab, of the dates.
   void buildHeaderAdn(STR& adn);
   void getTabAdn(STR& adn);
   void getDatesAdn(STR& adn);
+  // Fills countsAdn.
   void getAdnCounts();
+  static char getCountChar(int32_t count);
+  // Fills toList, ccList and recipAdn.
   void buildRecipAdn();
   // Appends the letter of the message's character set to hdrAdn: "0" without
   // one, "?" for one that the dictionary has no letter for.
@@ -443,8 +473,9 @@ class TQMMSG : public OLISTGURU {
                    int mode);
   // scan/profiles.cc: fills `profiles`, the last step of the header.
   void buildProfils();
-  // Seconds since 1970; 0: the host's clock. For tools and tests, set before
-  // a load.
+  // Seconds since 1970: the host's clock, or a fixed time when that is not 0.
+  // For tools and tests, set before a load.
+  int64_t presentTime() const;
   int64_t fixedTime = 0;
 
   // ==== Filter dispatch: scan/filters.cc
@@ -525,14 +556,39 @@ class TQMMSG : public OLISTGURU {
 
   // checks/received.cc
   void checkReceived();
+  int checkForgedReceivedLabo(const BLOCKRECEIVED* first,
+                              const BLOCKRECEIVED* second);
+  // True for an identifier that the server it claims does not write; `cause`
+  // gets the server's name.
+  bool checkForgedReceived(const BLOCKRECEIVED* line, STR& cause);
+  // 0 to 2: how a line of one server lacks what a real one has.
+  int checkSmtpSrv(const BLOCKRECEIVED* line);
+  // How many marks of a web-mail service are missing; whether that scored.
+  int checkHotmail();
+  int checkWebMail();
 
   // checks/senders.cc
   void checkFrom();
   void checkEmails(int white);
+  // Drops an address that holds the user's own; nothing calls it, since it
+  // would cost all mail to oneself 50 points.
+  void checkSenderAddr(TMAILBOX& box);
+  // For the user's lists: 1 when the pattern fits the mailbox, any sender, or
+  // any recipient.
+  int _mbFilter(TBLOCK pattern, const TMAILBOX& box, int score,
+                const char* label);
+  int _fromFilter(TBLOCK pattern, int score);
+  int _ccFilter(TBLOCK pattern, int score);
+  // Each becomes 1 when that address does not hold the recipient's.
+  void _checkValidSender(int& fromValid, int& replyToValid,
+                         int& returnPathValid, int& senderValid);
 
   // checks/forged_mailer.cc
   void checkBoundary();
   int checkForgedMailer();
+  int checkForgedAppleMail();
+  int checkForgedMimeTools();  // finds nothing, and stays so
+  int checkMailerSylpheed();
   int checkDuplicateLetter();
 
   // checks/header_scoring.cc
@@ -544,6 +600,12 @@ class TQMMSG : public OLISTGURU {
   int checkFall();
   int checkMailSpring();
   void checkSubst();
+  // Sum of the lines of a section of "field=value" that hold for the part;
+  // null is the root.
+  int getHeaderScore(const char* section, const BLOCKPART* part);
+  int checkHeaderFields(const char* section, const BLOCKPART* part);
+  int checkAttach();
+  int32_t attachScored;  // 1: checkAttach scored a file's extension
 
   // checks/virus.cc. Returns 1 when it ran; the verdict is in the ledger.
   int checkVirus(const QMGLOBALSETUP* globalSetup,
@@ -570,7 +632,9 @@ class TQMMSG : public OLISTGURU {
   // checks/phishing.cc
   void checkPhishing();
 
-  // checks/links.cc
+  // checks/links.cc. The first gives the part of a host that the section "TLD"
+  // knows.
+  TBLOCK extractUrlTld(const TBLOCKURL& url) const;
   void checkBlackLinks();
   void checkSpamDomains();
   void checkTld();
@@ -627,6 +691,8 @@ class TQMMSG : public OLISTGURU {
   void readReceivedAndLists();
   void clearDates();
   void encodeRecipientDomain();
+  void freeReceived();
+  void freeBodyRecords();
 
   // Steps of parseBody, in order.
   void prepareText();
@@ -635,6 +701,7 @@ class TQMMSG : public OLISTGURU {
   void prepareImages();
   void prepareCharsets();
   void prepareIds();
+  void keepOleId(TBLOCK key);
   void checkEmptyBody();
   void prepareUnsub();
 

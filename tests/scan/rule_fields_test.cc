@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "content/block_phone.h"
-#include "message/block_received.h"
+#include "content/phone.h"
+#include "message/received.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -233,7 +233,8 @@ TEST_F(RuleFieldsTest, LinksAndPictures) {
 // What is not parsed yet is read from where it will be.
 TEST_F(RuleFieldsTest, FromLaterParsers) {
   load("Received: x\r\n\r\n");
-  BLOCKRECEIVED first, second;
+  BLOCKRECEIVED first(TBLOCK(), nullptr, nullptr);
+  BLOCKRECEIVED second(TBLOCK(), nullptr, nullptr);
   TBLOCK* const clauses[] = {&first.text, &first.from, &first.by, &first.with,
                              &first.id};
   const char* const words[] = {"text", "from", "by", "with", "id"};

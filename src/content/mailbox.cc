@@ -1,58 +1,15 @@
 // Mailboxes: "Name <a@b>", "a@b (Name)" and the bare address. The one entry is
 // ParseMailBox. Tested by mailbox_test.cc.
 
-#include "message/mailbox.h"
+#include "content/mailbox.h"
+
+#include "content/block_url.h"
+#include "message/mail_address.h"
 
 namespace {
 
 bool IsQuote(unsigned char c) {
   return c == '"' || c == '\'';
-}
-
-// Offset of the first "@" outside quotes, or -1. A run opened by one kind of
-// quote ends at the same kind. An apostrophe opens one too, on purpose, so
-// that o'neil@example.org without a closing one is no address.
-int32_t FindAtSign(TBLOCK text) {
-  unsigned char open = 0;
-  for (uint32_t i = 0; i < text.length; i++) {
-    const unsigned char c = text[i];
-    if (open) {
-      if (c == open) open = 0;
-    } else if (IsQuote(c)) {
-      open = c;
-    } else if (c == '@') {
-      return static_cast<int32_t>(i);
-    }
-  }
-  return -1;
-}
-
-bool AllIn(TBLOCK text, uint32_t mask) {
-  for (uint32_t i = 0; i < text.length; i++)
-    if (!TBLOCK::Is(text[i], mask)) return false;
-  return true;
-}
-
-// The local part may hold anything between double quotes.
-bool IsLocalPart(TBLOCK text) {
-  bool quoted = false;
-  for (uint32_t i = 0; i < text.length; i++) {
-    const unsigned char c = text[i];
-    if (c == '"')
-      quoted = !quoted;
-    else if (!quoted && !TBLOCK::Is(c, bitEmail))
-      return false;
-  }
-  return true;
-}
-
-bool IsAddress(TBLOCK text) {
-  if (text.empty()) return false;
-  const int32_t at = FindAtSign(text);
-  if (at < 0) return false;
-  const TBLOCK host = text.from(static_cast<uint32_t>(at) + 1);
-  return host.findByte('.') >= 0 && AllIn(host, bitDomain) &&
-         IsLocalPart(text.head(static_cast<uint32_t>(at)));
 }
 
 // Removes one pair of equal quotes; 1 when there was one.
@@ -100,13 +57,13 @@ void SplitMailBox(TMAILBOX& box) {
                     : last == '>' ? SplitBrackets(box)
                                   : 0;
   if (!split) {
-    if (IsAddress(box.text))
+    if (IsMailAddress(box.text))
       box.email = box.text;
     else
       box.name = box.text;
     return;
   }
-  if (IsAddress(box.email)) return;
+  if (IsMailAddress(box.email)) return;
   if (box.name.empty()) box.name = box.email;
   box.email.clear();
 }
@@ -143,5 +100,49 @@ TMAILBOX ParseMailBox(TBLOCK text) {
   SplitMailBox(box);
   FinishEmail(box);
   FinishName(box);
+  TBLOCK suffix;
+  TBLOCKURL::HostToDomain(box.host, box.domain, suffix);
+  box.scheme = ParseRecipientScheme(box);
+  SetMailboxAdn(box);
   return box;
+}
+
+TMAILBOXVECT::TMAILBOXVECT(int32_t) : BLOCK(0, 8 * sizeof(TMAILBOX)) {}
+int32_t TMAILBOXVECT::count() const {
+  return static_cast<int32_t>(length / sizeof(TMAILBOX));
+}
+TMAILBOX TMAILBOXVECT::get(int32_t) const {
+  return TMAILBOX();
+}
+int TMAILBOXVECT::add(const TMAILBOX&) {
+  return 0;
+}
+int TMAILBOXVECT::ins(const TMAILBOX&, int32_t) {
+  return 0;
+}
+int TMAILBOXVECT::set(const TMAILBOX&, int32_t) {
+  return 0;
+}
+int TMAILBOXVECT::del(int32_t) {
+  return 0;
+}
+int32_t TMAILBOXVECT::pos(const TMAILBOX&) const {
+  return -1;
+}
+void TMAILBOXVECT::clear() {
+  empty();
+}
+
+int32_t ParseEmailAddresses(TBLOCK, TMAILBOXVECT&) {
+  return 0;
+}
+int32_t ParseEmailAddressesWithAdn(TBLOCK, TMAILBOXVECT&, STR&) {
+  return 0;
+}
+int32_t ParseRecipientScheme(const TMAILBOX&) {
+  return 0;
+}
+void SetMailboxAdn(TMAILBOX&) {}
+int CheckSortedRecips(const TMAILBOXVECT&, const TMAILBOX&) {
+  return 0;
 }

@@ -1,4 +1,4 @@
-#include "message/mailbox.h"
+#include "content/mailbox.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,49 @@
+// Mail addresses. Tested by content/mailbox_test.cc.
+
+#include "message/mail_address.h"
+
+namespace {
+
+bool AllIn(TBLOCK text, uint32_t mask) {
+  for (uint32_t i = 0; i < text.length; i++)
+    if (!TBLOCK::Is(text[i], mask)) return false;
+  return true;
+}
+
+bool IsLocalPart(TBLOCK text) {
+  bool quoted = false;
+  for (uint32_t i = 0; i < text.length; i++) {
+    const unsigned char c = text[i];
+    if (c == '"')
+      quoted = !quoted;
+    else if (!quoted && !TBLOCK::Is(c, bitEmail))
+      return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+int32_t FindAtSign(TBLOCK text) {
+  unsigned char open = 0;
+  for (uint32_t i = 0; i < text.length; i++) {
+    const unsigned char c = text[i];
+    if (open) {
+      if (c == open) open = 0;
+    } else if (c == '"' || c == '\'') {
+      open = c;
+    } else if (c == '@') {
+      return static_cast<int32_t>(i);
+    }
+  }
+  return -1;
+}
+
+bool IsMailAddress(TBLOCK text) {
+  if (text.empty()) return false;
+  const int32_t at = FindAtSign(text);
+  if (at < 0) return false;
+  const TBLOCK host = text.from(static_cast<uint32_t>(at) + 1);
+  return host.findByte('.') >= 0 && AllIn(host, bitDomain) &&
+         IsLocalPart(text.head(static_cast<uint32_t>(at)));
+}

@@ -112,6 +112,13 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
       emails(0),
       profiles(0),
       attachScored(0),
+      virusFound(0),
+      virusSure(0),
+      notificationScore(0),
+      bodyAntiBayes(0),
+      subjectAntiBayes(0),
+      bodyAntiBayesCount(0),
+      subjectAntiBayesCount(0),
       ruleFields(),
       noElements(0) {
   domains.setRecSize(kDigestBytes);
@@ -190,15 +197,22 @@ void TQMMSG::clearBody() {
   messageCharset.clear();
   TBLOCK* const values[] = {&text, &html, &body};
   for (TBLOCK* value : values) value->clear();
-  int32_t* const numbers[] = {&bodyIsHtml, &answerCount,     &answersRemoved,
-                              &linkCount,  &imageCount,      &nonBlankLines,
-                              &highChars,  &attachmentCount, &attachScored};
+  int32_t* const numbers[] = {&bodyIsHtml,         &answerCount,
+                              &answersRemoved,     &linkCount,
+                              &imageCount,         &nonBlankLines,
+                              &highChars,          &attachmentCount,
+                              &attachScored,       &virusFound,
+                              &virusSure,          &notificationScore,
+                              &bodyAntiBayes,      &subjectAntiBayes,
+                              &bodyAntiBayesCount, &subjectAntiBayesCount};
   for (int32_t* number : numbers) *number = 0;
-  STR* const texts[] = {
-      &firstLine, &lastLine,      &lastButOneLine, &imageSizes,  &imageWeights,
-      &lineAdn,   &lineAdnDetail, &typeAdn,        &tags,        &bodyAdn,
-      &htmlAdn,   &datesAdn,      &countryProfile, &timeProfile, &profileWords,
-      &countsAdn, &charCounts,    &charPresence};
+  STR* const texts[] = {&firstLine,      &lastLine,     &lastButOneLine,
+                        &imageSizes,     &imageWeights, &lineAdn,
+                        &lineAdnDetail,  &typeAdn,      &tags,
+                        &bodyAdn,        &htmlAdn,      &datesAdn,
+                        &countryProfile, &timeProfile,  &profileWords,
+                        &countsAdn,      &charCounts,   &charPresence,
+                        &virusName,      &virusReason,  &notificationText};
   for (STR* value : texts) *value = "";
   TBLOCKVECT* const lists[] = {&bodyLines,  &bodyWords, &subjectWords,
                                &aliasWords, &emails,    &profiles};

@@ -610,15 +610,59 @@ class TQMMSG : public OLISTGURU {
   // checks/virus.cc. Returns 1 when it ran; the verdict is in the ledger.
   int checkVirus(const QMGLOBALSETUP* globalSetup,
                  const QMUSERSETUP* userSetup);
+  // Each is not 0 when it found one; name and reason tell what.
+  int checkAttachVirus();
+  int checkVirusByHeader();
+  int checkForwardedVirus();
+  int checkForwardedBlockVirus(TBLOCK source);
+  // 1 when the word is a line of the section or fits one as a wildcard.
+  int checkDicoExt(TBLOCK word, const char* section);
+  // 2 a sure hit, 1 a suspect one, 0 none, -1 none of a harmless type; with
+  // the file name that was judged.
+  int checkAttPart(BLOCKPART* part, TBLOCK& fileName);
+  // 1 when a link of the body names the Content-ID.
+  int lookForUsedCid(TBLOCK contentId);
+  int32_t virusFound;
+  int32_t virusSure;
+  STR virusName;
+  STR virusReason;
 
   // checks/notification.cc. True, with state 3, for an automatic message.
   bool checkNotification(const QMGLOBALSETUP* globalSetup,
                          const QMUSERSETUP* userSetup);
+  // Its steps, which leave what they find in notificationScore.
+  void _checkDsn();
+  void _checkMailBox4Notification(const char* section, const TMAILBOX& box);
+  void _checkSubject(const char* section);
+  void _checkNotificationSubjectBegin(const char* section);
+  void _checkBody(const char* section);
+  void _checkHtml(const char* section);
+  void _checkNotificationAttachment(BLOCKPART* part);
+  void checkNotifMimeType();
+  // 1 for a post of a mailing list.
+  int checkMailingList();
+  static int _CompareListId(TBLOCK address, TBLOCK listId);
+  // Why the claimed mail program did not write this Content-ID, or 0. `seen`
+  // is the address of the identifiers so far.
+  int checkCid(TBLOCK contentId, uint32_t& seen);
   void checkPartsCid();
+  int32_t notificationScore;
+  STR notificationText;
 
   // checks/anti_bayes.cc
   void checkAntiBayes();
-  void checkTextPlain();
+  int checkBodyAntiBayes();
+  int checkBodyAntiBayes2006();
+  int checkSubjectAntiBayes();
+  int checkInvisibleAntiBayes();
+  // Sum of the runs of padding words that are `minRun` or longer.
+  static int32_t checkAntiBayesBlock(TBLOCK block, uint32_t minLength,
+                                     uint32_t maxLength, int32_t minRun);
+  void checkTextPlain();  // no order table has it
+  // Results of the checks of body and subject, for the white checks, and what
+  // they counted.
+  int32_t bodyAntiBayes, subjectAntiBayes;
+  int32_t bodyAntiBayesCount, subjectAntiBayesCount;
 
   // checks/body.cc
   void checkHtml();
@@ -628,6 +672,20 @@ class TQMMSG : public OLISTGURU {
   void checkEmbedSpam();
   void checkMsgByNature();
   void checkJavascript();
+  void checkHtmlTags();
+  void checkHtmlComments();
+  void checkImgSize();
+  int checkSliceAndDice();
+  // 1 with the capitals of the word behind the label.
+  int checkUselessLowers(STR& label);
+  // Words of the section that stand in pieces among the words; stops at
+  // `limit`.
+  static int32_t CheckSad(TQMDICO* dico, const TBLOCKVECT& words,
+                          int32_t limit);
+  // For the white and the word checks. The last two return points.
+  void checkHtmlMeta(const char* section, int silent);
+  int checkWordsWithoutChars(const char* section, TBLOCK block);
+  int checkPhrasesWithoutChars(const char* section, TBLOCK block);
 
   // checks/phishing.cc
   void checkPhishing();

@@ -165,6 +165,18 @@ class TBLOCK {
   static bool Is(unsigned char byte, uint32_t mask) {
     return (BitChars[byte] & mask) != 0;
   }
+  // Whether all bytes are in a class of the mask; an empty text's are.
+  bool allIn(uint32_t mask) const {
+    for (uint32_t i = 0; i < length; i++)
+      if (!Is(pointer[i], mask)) return false;
+    return true;
+  }
+  // Whether the table leaves every byte as it is.
+  bool unchangedBy(const unsigned char* table) const {
+    for (uint32_t i = 0; i < length; i++)
+      if (table[pointer[i]] != pointer[i]) return false;
+    return true;
+  }
   // Trimming removes bytes of a class, TAB LF CR and space unless told
   // otherwise. Vertical tab, form feed, A0 and NUL are no white space.
   void trimLeft(uint32_t mask = bitWhiteSpace) {

@@ -1,0 +1,121 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "base/heap_text.h"
+#include "scan/tqmmsg.h"
+
+namespace {
+
+// The words, repeated; the last has no blank behind it.
+std::string Words(int n, const std::string& word) {
+  std::string text;
+  for (int i = 0; i < n; i++) text += (i ? " " : "") + word;
+  return text;
+}
+
+struct BodyRow {
+  const char* what;
+  std::string body;
+  int32_t count;  // -1: the last lines decide
+};
+
+int32_t BodyCount(const std::string& body) {
+  auto m = std::make_unique<TQMMSG>(nullptr, nullptr, nullptr, 0, 0);
+  HeapText text(body);
+  m->body = text.view();
+  m->buildBodyLines();
+  m->checkBodyAntiBayes();
+  if (m->ledger.score == 300 && m->bodyAntiBayesCount == 0) return -1;
+  const int32_t count = m->bodyAntiBayesCount;
+  const int32_t points = count < 4 ? 0 : count < 30 ? count * 10 : 300;
+  EXPECT_EQ(points, m->ledger.score) << body;
+  return count;
+}
+
+int32_t BlockCount(const std::string& block) {
+  HeapText text(block);
+  return TQMMSG::checkAntiBayesBlock(text.view(), 5, 20, 6);
+}
+
+}  // namespace
+
+TEST(AntiBayesTest, RunsOfABody) {
+  const BodyRow rows[] = {
+      {"15 words in a line", Words(15, "ten") + "\n", 0},
+      {"16 words", Words(16, "ten") + "\n", 8},
+      {"a blank behind them", Words(16, "ten") + " \r\n", 8},
+      {"a dot among them", Words(15, "ten") + ". ten\n", 0},
+      {"a capital ends the line's run",
+       Words(9, "ten") + " Ten " + Words(9, "ten"), 0},
+      {"two lines are no run", Words(8, "ten") + "\n" + Words(8, "ten"), 0},
+      {"5 long words", Words(5, "seventy") + " ten", 0},
+      {"6 long words; the short run goes with them",
+       Words(6, "seventy") + " ten", 6},
+      {"6 words of five or six letters", Words(6, "fifty") + " ten", 1},
+      {"9 of them", Words(9, "fifty") + " ten", 4},
+      {"open at the end of the body", Words(6, "seventy"), 7},
+      {"lost at the end of a line", Words(6, "seventy") + "\nend", 0},
+      {"a word of 21 letters closes",
+       Words(6, "seventy") + " " + std::string(21, 'x'), 6},
+      {"equals signs are letters", Words(6, "se=enty") + " ten", 6},
+      {"only 200 words count", Words(200, "seventy"), 200 - 8 + 0},
+  };
+  for (const BodyRow& row : rows)
+    EXPECT_EQ(row.count, BodyCount(row.body)) << row.what;
+}
+
+TEST(AntiBayesTest, LastLines) {
+  const std::string sentences =
+      "one two, three four five . six seven, eight nine ten .";
+  const BodyRow rows[] = {
+      {"made-up sentences", sentences, -1},
+      {"9 words", "one two, three four . six seven, eight nine ten .", 0},
+      {"two commas in one",
+       "one, two, three four five . six seven, eight "
+       "nine ten .",
+       0},
+      {"none in one", "one two three, four five . six seven eight nine ten .",
+       0},
+      {"41 bytes, 6 letters", "abcdef" + std::string(35, 'a'), -1},
+      {"40 bytes", "abcdef" + std::string(34, 'a'), 0},
+      {"5 letters", "abcde" + std::string(36, 'a'), 0},
+      {"the tenth line from the end", sentences + Words(9, "\nX"), -1},
+      {"the eleventh", sentences + Words(10, "\nX"), 0},
+  };
+  for (const BodyRow& row : rows)
+    EXPECT_EQ(row.count, BodyCount(row.body)) << row.what;
+}
+
+TEST(AntiBayesTest, Subjects) {
+  const struct {
+    std::string subject;
+    int32_t points;
+  } rows[] = {
+      {Words(9, "word"), 0},
+      {Words(10, "word"), 100},
+      {Words(10, "WORD"), 100},
+      {Words(5, "don't-do") + "\r\n " + Words(5, "WORD"), 100},
+      {Words(9, "word") + " Word " + Words(9, "word"), 0},
+      {Words(9, "word") + " two " + Words(10, "word"), 100},
+      {Words(10, "wor2"), 0},
+      {Words(10, std::string(20, 'a')), 0},
+      {Words(30, "word"), 200},
+  };
+  for (const auto& row : rows) {
+    auto m = std::make_unique<TQMMSG>(nullptr, nullptr, nullptr, 0, 0);
+    HeapText text(row.subject);
+    m->subject = text.view();
+    EXPECT_EQ(row.points > 0, m->checkSubjectAntiBayes()) << row.subject;
+    EXPECT_EQ(row.points, m->ledger.score) << row.subject;
+  }
+}
+
+TEST(AntiBayesTest, HiddenTexts) {
+  EXPECT_EQ(0, BlockCount(Words(5, "fifty")));
+  EXPECT_EQ(6, BlockCount(Words(6, "fifty")));
+  EXPECT_EQ(6, BlockCount(Words(6, "FIFTY") + " " + Words(5, "Fifty")));
+  EXPECT_EQ(13, BlockCount(Words(6, "f=fty") + " four " + Words(7, "fifty")));
+  EXPECT_EQ(0, BlockCount(""));
+}

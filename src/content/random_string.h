@@ -1,5 +1,6 @@
 // Whether a text reads as language or as the output of a generator. The tests
-// look up letter triples in tables; they allocate nothing.
+// look up letter triples in tables; they allocate nothing, and each takes time
+// in proportion to its text. An empty view gives false or 0.
 
 #ifndef CONTENT_RANDOM_STRING_H_
 #define CONTENT_RANDOM_STRING_H_
@@ -17,7 +18,8 @@ int32_t Wsc(TBLOCK text, const unsigned char* table);
 int32_t BadSeqCount(TBLOCK text);
 // Sum of how rare the triples are, 0 to 3 each.
 int32_t DibitWordScore(TBLOCK text);
-// Counts each bad triple in `counts`; how many distinct ones it then has.
+// Counts each bad triple in `counts`; how many distinct ones it then has. They
+// are taken as they stand, so `counts` decides whether case tells them apart.
 int32_t HashSeqCount(TBLOCK text, HASHCOUNT& counts,
                      const unsigned char* table);
 // Digits, changes of case, and changes from a digit to a letter. All stop at

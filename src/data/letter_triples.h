@@ -1,5 +1,8 @@
 // Which triples of letters occur in text. Triple abc has the number
-// ((a * 26) + b) * 26 + c, with a to z as 0 to 25.
+// ((a * 26) + b) * 26 + c, with a to z as 0 to 25. letter_triples.cc is made by
+// tools/gen/letter_triples.py of letter_triple_ranks.txt beside it, which is
+// made of word lists in seven languages: 7,724 triples occur, 4,597 of them in
+// step 0, 1,084 in step 1 and 2,043 in step 2. 7 KB.
 
 #ifndef DATA_LETTER_TRIPLES_H_
 #define DATA_LETTER_TRIPLES_H_

@@ -1,8 +1,14 @@
-// Mailboxes: "Name <a@b>", "a@b (Name)" and the bare address. The one entry is
-// ParseMailBox. Tested by mailbox_test.cc.
+// Mailboxes: "Name <a@b>", "a@b (Name)" and the bare address; lists of them,
+// and what their shapes tell. Each byte of a field is looked at a fixed number
+// of times. Entry points: those of mailbox.h. Tested by mailbox_test.cc and
+// fuzz/mailbox_fuzz.cc.
 
 #include "content/mailbox.h"
 
+#include <string.h>
+
+#include "base/vectors.h"
+#include "content/address_scheme.h"
 #include "content/block_url.h"
 #include "message/mail_address.h"
 
@@ -50,7 +56,7 @@ int SplitBrackets(TMAILBOX& box) {
   return 0;
 }
 
-// Finds `email` and `name`; `email` is empty or passed IsAddress.
+// Finds `email` and `name`; `email` is empty or passed IsMailAddress.
 void SplitMailBox(TMAILBOX& box) {
   const unsigned char last = box.text[box.text.length - 1];
   const int split = last == ')'   ? SplitComment(box)
@@ -107,42 +113,279 @@ TMAILBOX ParseMailBox(TBLOCK text) {
   return box;
 }
 
-TMAILBOXVECT::TMAILBOXVECT(int32_t) : BLOCK(0, 8 * sizeof(TMAILBOX)) {}
+namespace {
+
+// Takes the text up to the next comma outside quotes off `rest`. A quote that
+// never closes keeps all that follows in one piece.
+TBLOCK NextListPiece(TBLOCK& rest) {
+  unsigned char open = 0;
+  uint32_t n = 0;
+  for (; n < rest.length; n++) {
+    const unsigned char c = rest[n];
+    if (open) {
+      if (c == open) open = 0;
+    } else if (IsQuote(c)) {
+      open = c;
+    } else if (c == ',') {
+      break;
+    }
+  }
+  const TBLOCK piece = rest.head(n);
+  rest.skip(n + 1);
+  return piece;
+}
+
+}  // namespace
+
+int32_t ParseEmailAddresses(TBLOCK text, TMAILBOXVECT& boxes) {
+  int32_t found = 0;
+  while (!text.empty()) {
+    TBLOCK piece = NextListPiece(text);
+    piece.trim();
+    if (!piece.empty()) found += boxes.add(ParseMailBox(piece));
+  }
+  return found;
+}
+
+int32_t ParseEmailAddressesWithAdn(TBLOCK text, TMAILBOXVECT& boxes, STR& adn) {
+  adn = "";
+  ParseEmailAddresses(text, boxes);
+  const int32_t n = boxes.count();
+  for (int32_t i = 0; i < n; i++) {
+    if (i) adn += ',';
+    adn += boxes.get(i).adn;
+  }
+  return n;
+}
+
+int32_t ParseRecipientScheme(const TMAILBOX& box) {
+  const TBLOCK stem = AddressStem(box.email);
+  const TBLOCK name = box.name.head(kMaxNameBytes);
+  if (stem.length < 2 || name.empty() || name.equals(LocalPart(box.email)) ||
+      HoldsText(name, box.email))
+    return 0;
+  return SchemeOfWords(stem, NAMEWORDS(name));
+}
+
+namespace {
+
+bool IsUnchanged(TBLOCK text, const unsigned char* table) {
+  for (uint32_t i = 0; i < text.length; i++)
+    if (table[text[i]] != text[i]) return false;
+  return true;
+}
+
+// A capital and at least one byte more, none of which a capital.
+bool IsCapitalForm(TBLOCK text) {
+  return text.length > 1 && TBLOCK::Is(text[0], bitUpperA) &&
+         IsUnchanged(text.from(1), TBLOCK::LowerConvTable);
+}
+
+char LetterOfWord(TBLOCK word) {
+  if (IsUnchanged(word, TBLOCK::LowerConvTable)) return 'l';
+  if (IsCapitalForm(word)) return 'c';
+  return IsUnchanged(word, TBLOCK::UpperConvTable) ? 'u' : 'w';
+}
+
+// The last two bytes of the record stay NUL: a shape ends at 30 letters, one
+// less than would fit.
+bool AddLetter(TMAILBOX& box, char letter) {
+  const size_t n = strlen(box.adn);
+  if (n + 2 >= sizeof box.adn) return false;
+  box.adn[n] = letter;
+  box.adn[n + 1] = 0;
+  return true;
+}
+
+void AddNameLetters(TMAILBOX& box) {
+  TBLOCK rest = box.name;
+  if (box.flags & mbQuotedName) AddLetter(box, 'q');
+  if (rest.begins("undisclosed-recipients:")) {
+    AddLetter(box, 'u');
+    return;
+  }
+  if (box.scheme > 0) {
+    AddLetter(box, 's');
+    return;
+  }
+  const TBLOCK local = LocalPart(box.email);
+  if (rest.equals(local) && IsCapitalForm(rest) && !IsCapitalForm(local)) {
+    AddLetter(box, 'f');
+    return;
+  }
+  for (;;) {
+    rest.trimLeft();
+    if (rest.empty()) return;
+    uint32_t n = 0;
+    while (n < rest.length && !TBLOCK::Is(rest[n], bitWhiteSpace)) n++;
+    if (!AddLetter(box, LetterOfWord(rest.head(n)))) return;
+    rest.skip(n);
+  }
+}
+
+}  // namespace
+
+void SetMailboxAdn(TMAILBOX& box) {
+  memset(box.adn, 0, sizeof box.adn);
+  if (!box.name.empty()) AddNameLetters(box);
+  if (!box.email.empty())
+    AddLetter(box, box.flags & mbAngleBrackets ? 'b' : 'e');
+}
+
+// ---- TMAILBOXVECT
+
+namespace {
+
+// A message has one or two recipients, or very many.
+const uint32_t kGrowthRecords = 8;
+
+// Byte by byte a record cannot be compared: it may have gaps.
+bool SameView(TBLOCK a, TBLOCK b) {
+  return a.pointer == b.pointer && a.length == b.length;
+}
+
+bool SameRecord(const TMAILBOX& a, const TMAILBOX& b) {
+  return SameView(a.text, b.text) && SameView(a.email, b.email) &&
+         SameView(a.name, b.name) && SameView(a.host, b.host) &&
+         SameView(a.domain, b.domain) && a.flags == b.flags &&
+         a.scheme == b.scheme && strcmp(a.adn, b.adn) == 0;
+}
+
+uint32_t OffsetOf(int32_t i) {
+  return static_cast<uint32_t>(i) * static_cast<uint32_t>(sizeof(TMAILBOX));
+}
+
+}  // namespace
+
+TMAILBOXVECT::TMAILBOXVECT(int32_t n)
+    : BLOCK(
+          n > 0 && static_cast<uint32_t>(n) <= kMaxBlockBytes / sizeof(TMAILBOX)
+              ? OffsetOf(n)
+              : 0,
+          OffsetOf(kGrowthRecords)) {}
+
 int32_t TMAILBOXVECT::count() const {
   return static_cast<int32_t>(length / sizeof(TMAILBOX));
 }
-TMAILBOX TMAILBOXVECT::get(int32_t) const {
-  return TMAILBOX();
+
+TMAILBOX TMAILBOXVECT::get(int32_t i) const {
+  TMAILBOX box;
+  if (i >= 0 && i < count()) memcpy(&box, data + OffsetOf(i), sizeof box);
+  return box;
 }
-int TMAILBOXVECT::add(const TMAILBOX&) {
-  return 0;
+
+int TMAILBOXVECT::add(const TMAILBOX& box) {
+  return BLOCK::add(&box, sizeof box);
 }
-int TMAILBOXVECT::ins(const TMAILBOX&, int32_t) {
-  return 0;
+
+int TMAILBOXVECT::ins(const TMAILBOX& box, int32_t i) {
+  return i >= 0 && i <= count() && BLOCK::add(OffsetOf(i), &box, sizeof box);
 }
-int TMAILBOXVECT::set(const TMAILBOX&, int32_t) {
-  return 0;
+
+int TMAILBOXVECT::set(const TMAILBOX& box, int32_t i) {
+  if (i < 0 || i >= count()) return 0;
+  memcpy(data + OffsetOf(i), &box, sizeof box);
+  return 1;
 }
-int TMAILBOXVECT::del(int32_t) {
-  return 0;
+
+int TMAILBOXVECT::del(int32_t i) {
+  return i >= 0 && i < count() && remove(OffsetOf(i), sizeof(TMAILBOX));
 }
-int32_t TMAILBOXVECT::pos(const TMAILBOX&) const {
+
+int32_t TMAILBOXVECT::pos(const TMAILBOX& box) const {
+  for (int32_t i = 0; i < count(); i++)
+    if (SameRecord(get(i), box)) return i;
   return -1;
 }
+
 void TMAILBOXVECT::clear() {
   empty();
 }
 
-int32_t ParseEmailAddresses(TBLOCK, TMAILBOXVECT&) {
-  return 0;
+// ---- CheckSortedRecips
+
+namespace {
+
+// Fewer recipients may stand in any order by chance.
+const int32_t kMinRecipients = 5;
+
+// An address in two: what stands ahead of its last "@", and behind it.
+struct ADDRESS {
+  TBLOCK local, host;
+  explicit ADDRESS(TBLOCK email) : host(email) {
+    const int32_t at = email.findLastByte('@');
+    if (at < 0) return;
+    local = email.head(static_cast<uint32_t>(at));
+    host = email.from(static_cast<uint32_t>(at) + 1);
+  }
+};
+
+TBLOCK FirstLabel(TBLOCK host) {
+  const int32_t dot = host.findByte('.');
+  return dot < 0 ? host : host.head(static_cast<uint32_t>(dot));
 }
-int32_t ParseEmailAddressesWithAdn(TBLOCK, TMAILBOXVECT&, STR&) {
-  return 0;
+
+// Whether `a` comes ahead of `b` as far as the shorter one goes.
+bool IsAhead(TBLOCK a, TBLOCK b) {
+  const uint32_t n = a.length < b.length ? a.length : b.length;
+  return n && memcmp(a.pointer, b.pointer, n) < 0;
 }
-int32_t ParseRecipientScheme(const TMAILBOX&) {
-  return 0;
+
+bool SameFirstByte(TBLOCK a, TBLOCK b) {
+  return a.empty() || b.empty() ? a.empty() == b.empty() : a[0] == b[0];
 }
-void SetMailboxAdn(TMAILBOX&) {}
-int CheckSortedRecips(const TMAILBOXVECT&, const TMAILBOX&) {
-  return 0;
+
+// Whether all stand in order, in domains of one name; `sameLetter` tells
+// whether, besides, all begin with the same byte.
+bool IsSorted(const TBLOCKVECT& emails, TBLOCK head, bool& sameLetter) {
+  TBLOCK before = ADDRESS(emails.get(0)).local;
+  sameLetter = true;
+  for (int32_t i = 0; i < emails.count(); i++) {
+    const ADDRESS address(emails.get(i));
+    if (!FirstLabel(address.host).equals(head) ||
+        IsAhead(address.local, before)) {
+      sameLetter = false;
+      return false;
+    }
+    if (!SameFirstByte(address.local, before)) sameLetter = false;
+    before = address.local;
+  }
+  return true;
+}
+
+// Whether all are one local part, none of them in a domain `head`.
+bool IsOneName(const TBLOCKVECT& emails, TBLOCK head) {
+  const TBLOCK local = ADDRESS(emails.get(0)).local;
+  for (int32_t i = 0; i < emails.count(); i++) {
+    const ADDRESS address(emails.get(i));
+    if (!address.local.equals(local) || address.host.equals(head)) return false;
+  }
+  return true;
+}
+
+bool HoldsAddress(const TBLOCKVECT& emails, TBLOCK email) {
+  for (int32_t i = 0; i < emails.count(); i++)
+    if (emails.get(i).equals(email)) return true;
+  return false;
+}
+
+}  // namespace
+
+int CheckSortedRecips(const TMAILBOXVECT& boxes, const TMAILBOX& user) {
+  const int32_t n = boxes.count();
+  if (n < kMinRecipients) return 0;
+  TBLOCKVECT emails(n);
+  for (int32_t i = 0; i < n; i++) emails.addUnique(boxes.get(i).email, 0, 1);
+  if (emails.count() < kMinRecipients) return 0;
+  const TBLOCK firstHost = ADDRESS(emails.get(0)).host;
+  const TBLOCK head = FirstLabel(firstHost);
+  if (head.empty()) return 0;
+  bool sameLetter = false;
+  const bool sorted = IsSorted(emails, head, sameLetter);
+  if (sameLetter) return 1;
+  // The list of a domain that its own users are left out of proves nothing.
+  const bool userMissing =
+      user.host.equals(firstHost) && !HoldsAddress(emails, user.email);
+  if (sorted && !userMissing) return 1;
+  return IsOneName(emails, head);
 }

@@ -14,6 +14,12 @@
 
 class REGEXPOOL;
 
+// Trims, and removes one pair of angle brackets with the white space inside.
+void StripAngleBrackets(TBLOCK& value);
+// Value of hexadecimal digits, of which the last eight count; any other byte
+// counts as a 0.
+uint32_t HexNumber(TBLOCK digits);
+
 // Bits of TMIMEOLEID::errors.
 enum : uint32_t {
   moMalformed = 1,
@@ -37,7 +43,9 @@ class TMIMEOLEID {
 
   explicit TMIMEOLEID(REGEXPOOL* pool);
   void clear();
-  // `date` is the message's; `now` the present time in seconds since 1970.
+  // REQUIRES a date, the message's. `now`: the present time in seconds since
+  // 1970. Where the text ends too early or is no hexadecimal, what stands
+  // behind that is not read and keeps its cleared value.
   void parse(TBLOCK text, const BLOCKDATE* date, int64_t now);
 };
 

@@ -23,13 +23,6 @@ bool IsField(TBLOCK line, TBLOCK name) {
          line.begins(name);
 }
 
-// Trims, and removes one pair of "<" and ">".
-void StripAngleBrackets(TBLOCK& value) {
-  value.trim();
-  if (value.length >= 2 && value[0] == '<' && value[value.length - 1] == '>')
-    value = TBLOCK(value.pointer + 1, value.length - 2);
-}
-
 // Trims, and removes one pair of equal quotes; what is inside stays.
 void StripQuotes(TBLOCK& value) {
   value.trim();

@@ -29,6 +29,12 @@ class RECEIVEDWARE {
   const char* getReceivedAdn(TBLOCK text, STR& adn, int oneWord);
 
  private:
+  void addTemplate(TBLOCK text, STR& adn, int32_t depth);
+  void addBrackets(TBLOCK& text, uint32_t end, unsigned char close, STR& adn,
+                   int32_t depth);
+  void skipDate(TBLOCK& text, STR& adn);
+  const char* commentWord(TBLOCK inside) const;
+
   REGEX date, host;
   REGEX exchange, lotus, netscape, sendmail, sunJava;
   REGEX* comments[kCommentCount];
@@ -60,6 +66,7 @@ class BLOCKRECEIVED {
 
  private:
   static TBLOCK nextAtom(TBLOCK& rest);
+  void cutDate(TBLOCK& rest);
   void setBlockValue(int32_t field, TBLOCK value);
   void parseFromIp();
 };

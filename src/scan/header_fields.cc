@@ -31,6 +31,11 @@ void StripQuotes(TBLOCK& value) {
     value = TBLOCK(value.pointer + 1, value.length - 2);
 }
 
+// The date of a relay line that may be missing, or tell none.
+void ReadRelayDate(const BLOCKRECEIVED* line, BLOCKDATE& date) {
+  if (line && !line->date.empty()) date.parseFrom(line->date);
+}
+
 // The first of the dates that is there and could be read.
 BLOCKDATE FirstGood(const BLOCKDATE* const* dates, int count) {
   for (int i = 0; i < count; i++)
@@ -332,6 +337,14 @@ void TQMMSG::clearDates() {
 
 void TQMMSG::parseDates() {
   clearDates();
+  ReadRelayDate(firstReceived, firstReceivedDate);
+  ReadRelayDate(secondReceived, secondReceivedDate);
+  ReadRelayDate(lastReceived, lastReceivedDate);
+  const BLOCKRECEIVED* newest = nullptr;
+  OITER records(&received);
+  while (const void* item = records.next())
+    newest = static_cast<const BLOCKRECEIVED*>(item);
+  ReadRelayDate(newest, lastRecordDate);
   if (!date.empty()) headerDate.parseFrom(date);
   const BLOCKDATE* const written[] = {&headerDate, &firstReceivedDate,
                                       &secondReceivedDate, &lastReceivedDate};

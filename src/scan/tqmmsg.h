@@ -600,6 +600,8 @@ class TQMMSG : public OLISTGURU {
   int checkFall();
   int checkMailSpring();
   void checkSubst();
+
+  // checks/header_fields_scoring.cc
   // Sum of the lines of a section of "field=value" that hold for the part;
   // null is the root.
   int getHeaderScore(const char* section, const BLOCKPART* part);
@@ -749,6 +751,9 @@ class TQMMSG : public OLISTGURU {
   void readReceivedAndLists();
   void clearDates();
   void encodeRecipientDomain();
+  void addReceived(TBLOCK value);
+  void chooseReceived();
+  void findDeliveredTo();
   void freeReceived();
   void freeBodyRecords();
 

@@ -1,34 +1,536 @@
-// Shapes of values. Tested by adn_test.cc.
+// Shapes of values: a text is walked from run to run of letters and digits; a
+// run becomes a letter for its class, what stands between runs is copied.
+//
+// A run is put to the tests of _AdnFromSubBlock one by one, and the first that
+// holds decides: a time before a number, a number before hexadecimal, that
+// before words, and mixtures last. A mixture may be cut in two, each half with
+// tests of its own.
+//
+// Entries: AdnFromBlock, _AdnFromSubBlock, GetEmailRegex and the functions on
+// counts and times. Tested by adn_test.cc.
 
 #include "content/adn.h"
 
-void AdnFromBlock(TBLOCK, STR& adn, const char*, uint32_t, const TADNCLOCK&,
-                  TBLOCKVECT*) {
+#include <string.h>
+#include <time.h>
+
+#include "base/wildcard.h"
+#include "content/random_string.h"
+#include "content/words.h"
+#include "rules/qm_dico.h"
+#include "rules/ternary_string_tree.h"
+
+namespace {
+
+// How far a time may be from the reference, in seconds.
+const int64_t kDay = 86399;
+const int64_t kMonth = 2591999;
+const int64_t kQuarter = 7775999;
+// From 1904, where some systems begin to count, to 1970.
+const int64_t kMacEpoch = 2082844800;
+
+// How often a run is cut. No run needs more: one half of a cut has only
+// letters or only digits, and what a mixed half can still be cut by gets less
+// each time.
+const int32_t kMaxCuts = 3;
+
+// Bound the time of known texts, which are looked for at each run: further and
+// longer ones take no part.
+const int32_t kMaxKnown = 4096;
+const uint32_t kMaxKnownBytes = 255;
+
+const uint32_t kAlnum = bitLetter | bitDigit;
+
+bool AllIn(TBLOCK run, uint32_t mask) {
+  for (uint32_t i = 0; i < run.length; i++)
+    if (!TBLOCK::Is(run[i], mask)) return false;
+  return true;
+}
+
+uint32_t CountFront(TBLOCK text, uint32_t mask) {
+  uint32_t n = 0;
+  while (n < text.length && TBLOCK::Is(text[n], mask)) n++;
+  return n;
+}
+
+uint32_t CountBack(TBLOCK text, uint32_t mask) {
+  uint32_t n = 0;
+  while (n < text.length && TBLOCK::Is(text[text.length - 1 - n], mask)) n++;
+  return n;
+}
+
+bool OneCase(TBLOCK run) {
+  return AllIn(run, bitDigit | bitUpperA) || AllIn(run, bitDigit | bitLowerA);
+}
+
+bool IsMixedHex(TBLOCK run) {
+  return AllIn(run, bitHexa) && OneCase(run) && !AllIn(run, bitDigit) &&
+         !AllIn(run, bitLetter);
+}
+
+// Capitals, and small letters behind them.
+bool IsCapitalised(TBLOCK run) {
+  const uint32_t capitals = CountFront(run, bitUpperA);
+  return capitals > 0 && capitals < run.length &&
+         AllIn(run.from(capitals), bitLowerA);
+}
+
+// ---- Times
+
+bool Near(int64_t a, int64_t b, int64_t limit) {
+  return a - b <= limit && b - a <= limit;
+}
+
+int64_t Reference(const TADNCLOCK& clock) {
+  const BLOCKDATE* const date = clock.date;
+  return date && !date->error && date->utc != 0 && date->utc != -1 ? date->utc
+                                                                   : clock.now;
+}
+
+int64_t Number(TBLOCK digits, int base) {
+  int64_t number = 0;
+  for (uint32_t i = 0; i < digits.length; i++)
+    number = number * base + TBLOCK::HexValue(digits[i]);
+  return number;
+}
+
+// Writes the time in UTC as 14 digits, year to second. False, with nothing
+// written, for a time that has no four-digit year.
+bool WriteStamp(int64_t seconds, char* out) {
+  const time_t value = static_cast<time_t>(seconds);
+  struct tm parts;
+  if (!gmtime_r(&value, &parts)) return false;
+  const int year = parts.tm_year + 1900;
+  if (year < 0 || year > 9999) return false;
+  const int numbers[] = {year / 100,    year % 100,    parts.tm_mon + 1,
+                         parts.tm_mday, parts.tm_hour, parts.tm_min,
+                         parts.tm_sec};
+  for (int number : numbers) {
+    *out++ = static_cast<char>('0' + number / 10);
+    *out++ = static_cast<char>('0' + number % 10);
+  }
+  return true;
+}
+
+// Eight hexadecimal digits that are seconds since 1970 or since 1904.
+bool IsTimestamp(TBLOCK run, int64_t reference) {
+  if (run.length != 8 || !AllIn(run, bitHexa) ||
+      !AllIn(run, bitDigit | bitUpper))
+    return false;
+  const int64_t value = Number(run, 16);
+  return Near(reference, value, kDay) ||
+         Near(reference, value - kMacEpoch, kDay);
+}
+
+// 'f', 'g' or 'b' for digits that begin with a time, else 0.
+char DateLetter(TBLOCK run, int64_t reference) {
+  int32_t time = 0;
+  switch (run.length) {
+    case 8:
+    case 12:
+    case 14:
+    case 15:
+    case 17:
+    case 18:
+      if (DecodeDateBlock("yyyymmdd", run, time) &&
+          Near(time, reference, kQuarter))
+        return 'f';
+      if (DecodeDateBlock("yyyyddmm", run, time) &&
+          Near(time, reference, kMonth))
+        return 'g';
+      return 0;
+    case 10:
+    case 13:
+    case 16:
+      if (Near(Number(run.head(10), 10), reference, kMonth)) return 'b';
+      if (DecodeDateBlock("yymmddhhnn", run, time) &&
+          Near(time, reference, kMonth))
+        return 'g';
+      return 0;
+    default:
+      return 0;
+  }
+}
+
+char DigitsLetter(TBLOCK run, const TADNCLOCK& clock) {
+  const int64_t reference = Reference(clock);
+  const char letter = clock.date ? DateLetter(run, reference) : 0;
+  if (letter) return letter;
+  char stamp[14];
+  if (run.length >= 6 && WriteStamp(reference, stamp) &&
+      run.begins(TBLOCK(stamp, 6), TBLOCK::NoConvTable))
+    return 'f';
+  return 'd';
+}
+
+// Six small letters or digits that begin with the time in units of about half
+// a day, in base 36.
+bool IsBase36Time(TBLOCK run, int64_t reference) {
+  if (run.length != 6 || reference < 0 || !AllIn(run, bitDigit | bitLowerA))
+    return false;
+  int64_t units = reference / (36 * 36 * 36);
+  for (uint32_t i = 3; i-- > 0; units /= 36)
+    if (run[i] != "0123456789abcdefghijklmnopqrstuvwxyz"[units % 36])
+      return false;
+  return units == 0;
+}
+
+// ---- Classes of runs
+
+// 'h' or 'x' for hexadecimal with a letter in it, else 0. REQUIRES: not only
+// digits.
+char HexLetter(TBLOCK run) {
+  if (run.length <= 3 || !AllIn(run, bitHexa)) return 0;
+  if (AllIn(run, bitDigit | bitUpper)) return 'h';
+  if (!AllIn(run, bitDigit | bitLower)) return 0;
+  // Words such as "face", also with a number behind them, stay words; there is
+  // no such exception for capitals, on purpose.
+  const TBLOCK behind = run.from(CountFront(run, bitLower));
+  return behind.length < run.length && AllIn(behind, bitDigit) ? 0 : 'x';
+}
+
+char WordLetter(TBLOCK run, uint32_t flags) {
+  if (AllIn(run, bitLowerA)) return 'l';
+  if (AllIn(run, bitUpperA)) return 'u';
+  if (run.length > 3 && IsCapitalised(run)) return 'c';
+  if ((flags & adnRandom) && IsRandomString(run)) return 'r';
+  return 'a';
+}
+
+char MixtureLetter(TBLOCK run, uint32_t flags) {
+  if ((flags & adnRandom) && IsRandomString(run)) return 'r';
+  if (AllIn(run, bitDigit | bitUpperA)) return 'v';
+  if (AllIn(run, bitDigit | bitLowerA)) return 'm';
+  return 's';
+}
+
+// Where a run of letters and digits is cut, or 0. `number` tells that what
+// stands behind the cut is a number whatever it looks like.
+uint32_t CutAt(TBLOCK run, bool& number) {
+  number = false;
+  const uint32_t digitsFront = CountFront(run, bitDigit);
+  if (digitsFront > 4) return digitsFront;
+  const uint32_t digitsBack = CountBack(run, bitDigit);
+  const TBLOCK word = run.head(run.length - digitsBack);
+  if (digitsBack && AllIn(word, bitLetter) &&
+      (digitsBack > 3 || OneCase(word) ||
+       (IsCapitalised(word) && CountFront(word, bitUpperA) == 1))) {
+    number = true;
+    return word.length;
+  }
+  static const uint32_t kCases[] = {bitLowerA, bitUpperA};
+  for (uint32_t letters : kCases) {
+    const uint32_t back = CountBack(run, letters);
+    if (run.length >= 10 && back > 4 && IsMixedHex(run.head(run.length - back)))
+      return run.length - back;
+  }
+  for (uint32_t letters : kCases) {
+    const uint32_t front = CountFront(run, letters);
+    if (front > 4 && IsMixedHex(run.from(front))) return front;
+  }
+  return 0;
+}
+
+void AddRepeated(STR& adn, char letter, uint32_t count) {
+  char letters[64];
+  memset(letters, letter, sizeof letters);
+  while (count > 0) {
+    const uint32_t n = count < sizeof letters ? count : sizeof letters;
+    adn.add(letters, static_cast<int32_t>(n));
+    count -= n;
+  }
+}
+
+void AddLetter(STR& adn, char letter, uint32_t length, uint32_t flags) {
+  if (!(flags & adnRepeat)) {
+    adn += letter;
+  } else if (letter == 'c') {
+    adn += 'c';
+    AddRepeated(adn, 'l', length - 1);
+  } else {
+    AddRepeated(adn, letter, length);
+  }
+}
+
+// The class of a run, or 0 for a mixture.
+char ClassOf(TBLOCK run, uint32_t flags, const TADNCLOCK& clock) {
+  if (clock.date && IsTimestamp(run, Reference(clock))) return 't';
+  if (AllIn(run, bitDigit)) return DigitsLetter(run, clock);
+  const char hex = HexLetter(run);
+  if (hex) return hex;
+  if (AllIn(run, bitLetter)) return WordLetter(run, flags);
+  if (clock.date && IsBase36Time(run, Reference(clock))) return 'j';
+  return 0;
+}
+
+void AddRun(STR& adn, TBLOCK run, uint32_t flags, const TADNCLOCK& clock,
+            int32_t cuts) {
+  if (run.empty()) return;
+  char letter = ClassOf(run, flags, clock);
+  if (!letter) {
+    bool number = false;
+    const uint32_t cut =
+        (flags & adnRandom) && cuts < kMaxCuts ? CutAt(run, number) : 0;
+    if (cut) {
+      // Times are looked for in whole runs only.
+      const TADNCLOCK undated = {nullptr, clock.now};
+      AddRun(adn, run.head(cut), flags, undated, cuts + 1);
+      if (number)
+        AddLetter(adn, 'd', run.length - cut, flags);
+      else
+        AddRun(adn, run.from(cut), flags, undated, cuts + 1);
+      return;
+    }
+    letter = MixtureLetter(run, flags);
+  }
+  AddLetter(adn, letter, run.length, flags);
+}
+
+// ---- The walk
+
+// Takes what is neither letter nor digit off the text.
+void TakeMarks(TBLOCK& text, STR& adn, uint32_t flags) {
+  uint32_t i = 0;
+  while (i < text.length && !TBLOCK::Is(text[i], kAlnum)) {
+    const uint32_t start = i;
+    while (i < text.length && text[i] > 0x20 && text[i] < 0x80 &&
+           !TBLOCK::Is(text[i], kAlnum))
+      i++;
+    if (i > start) {
+      adn += TBLOCK(text.pointer + start, i - start);
+      continue;
+    }
+    if (text[i] == ' ' && !(flags & adnNoSpace)) adn += ' ';
+    if (text[i] == '\n') adn += 'e';
+    i++;
+  }
+  text.skip(i);
+}
+
+// Texts that are replaced by their index; of two that fit, that of the first.
+class KNOWNTEXTS {
+ public:
+  // Null is an empty list. Shortens the views of the list.
+  void init(TBLOCKVECT* known) {
+    const int32_t count = known ? known->count() : 0;
+    for (int32_t i = 0; i < count; i++) {
+      TBLOCK text = known->get(i);
+      while (!text.empty() && !TBLOCK::Is(text[0], kAlnum)) text.skip(1);
+      known->set(text, i);
+      int32_t earlier = 0;
+      // One that begins with an earlier one is never the first that fits;
+      // without these the longest that fits is the first.
+      if (i >= kMaxKnown || text.length > kMaxKnownBytes ||
+          tree.longestPrefix(text, earlier))
+        continue;
+      tree.insert(text, i + 1);
+    }
+    tree.balance();
+  }
+  bool take(TBLOCK& text, STR& adn) const {
+    int32_t number = 0;
+    const uint32_t length = tree.longestPrefix(text, number);
+    if (!length) return false;
+    adn += number - 1;
+    text.skip(length);
+    return true;
+  }
+
+ private:
+  TernaryStringTree<int32_t, true> tree;  // index plus 1
+};
+
+bool TakeUrl(TBLOCK& text, STR& adn) {
+  TBLOCK url;
+  if (!CheckWordUrl(text, url)) return false;
+  adn += url.begins("http://www") || url.begins("www") ? 'w' : 'z';
+  return true;
+}
+
+// Four numbers up to 255 with dots between them; what stands behind the last
+// one makes no difference.
+bool TakeIp(TBLOCK& text, STR& adn) {
+  TBLOCK rest = text;
+  for (int i = 0; i < 4; i++) {
+    if (i > 0) {
+      if (rest.empty() || rest[0] != '.') return false;
+      rest.skip(1);
+    }
+    const uint32_t digits = CountFront(rest.head(4), bitDigit);
+    if (digits < 1 || digits > 3 || Number(rest.head(digits), 10) > 255)
+      return false;
+    rest.skip(digits);
+  }
+  adn += 'i';
+  text = rest;
+  return true;
+}
+
+bool IsKept(TBLOCK run, const char* keep) {
+  TBLOCK entries(keep);
+  while (!entries.empty())
+    if (MatchWildcard(TBLOCK::BlockBeforeChar(entries, ',', 1, 0), run,
+                      wmLiteral))
+      return true;
+  return false;
+}
+
+void TakeRun(TBLOCK& text, STR& adn, const char* keep, uint32_t flags,
+             const TADNCLOCK& clock) {
+  const TBLOCK run = text.head(CountFront(text, kAlnum));
+  text.skip(run.length);
+  if (IsKept(run, keep))
+    adn += run;
+  else
+    _AdnFromSubBlock(adn, run, flags, clock);
+}
+
+// ---- Mail addresses
+
+// The lines of a section with an index, found once.
+struct LISTED {
+  const HASHTAB* lines;
+  const TQKSECTION* section;
+
+  LISTED(TQMDICO* dico, const char* name)
+      : lines(dico ? dico->hashedSection(name) : nullptr),
+        section(dico ? dico->findSection(name) : nullptr) {}
+  // Appends the word in small letters if it has a line.
+  bool add(TBLOCK word, STR& out) const {
+    unsigned char small[64];
+    if (word.length > sizeof small) return false;
+    memcpy(small, word.pointer, word.length);
+    TBLOCK key(small, word.length);
+    key.convert(TBLOCK::UpperToLower);
+    const TQKLINE* line = nullptr;
+    if (!TQMDICO::findLine(lines, section, key, line)) return false;
+    out += key;
+    return true;
+  }
+};
+
+bool IsUser(TBLOCK behind) {
+  return !behind.empty() && behind[0] == '@';
+}
+
+bool EndsAddress(TBLOCK behind) {
+  return behind.empty() || behind[0] == '>';
+}
+
+// ---- Counts and times
+
+// Letters for 1 second and for less than each limit.
+char SecondsLetter(uint64_t seconds, const char* letters) {
+  static const uint32_t kLimits[] = {2, 10, 30, 60, 600, 3600, 21600, 86400};
+  for (uint32_t limit : kLimits) {
+    if (seconds < limit) break;
+    letters++;
+  }
+  return *letters;
+}
+
+char SignedLetter(uint64_t seconds, bool negative) {
+  if (seconds == 0) return '0';
+  return SecondsLetter(seconds, negative ? "abcdefghz" : "123456789");
+}
+
+uint64_t Units(const FILETIME& time) {
+  return static_cast<uint64_t>(time.high) << 32 | time.low;
+}
+
+}  // namespace
+
+void AdnFromBlock(TBLOCK text, STR& adn, const char* keep, uint32_t flags,
+                  const TADNCLOCK& clock, TBLOCKVECT* known) {
   adn = "";
+  KNOWNTEXTS knownTexts;
+  knownTexts.init(known);
+  for (;;) {
+    TakeMarks(text, adn, flags);
+    if (text.empty()) return;
+    TBLOCK word;
+    if (knownTexts.take(text, adn)) continue;
+    if ((flags & adnMail) && CheckWordMail(text, word)) {
+      adn += '@';
+      continue;
+    }
+    if ((flags & adnUrl) && TakeUrl(text, adn)) continue;
+    if ((flags & adnIp) && TakeIp(text, adn)) continue;
+    TakeRun(text, adn, keep, flags, clock);
+  }
 }
-void _AdnFromSubBlock(STR&, TBLOCK, uint32_t, const TADNCLOCK&) {}
-void GetEmailRegex(TBLOCK, TQMDICO*, STR& out, int64_t) {
+
+void _AdnFromSubBlock(STR& adn, TBLOCK run, uint32_t flags,
+                      const TADNCLOCK& clock) {
+  AddRun(adn, run, flags, clock, 0);
+}
+
+void GetEmailRegex(TBLOCK text, TQMDICO* dico, STR& out, int64_t now) {
+  static const char kSeparators[] = " ,;.:!?\"&=<>(){}[]/\\+*~@#";
+  const TADNCLOCK clock = {nullptr, now};
+  const LISTED users(dico, "AdnEmailUsers"), suffixes(dico, "TLD");
+  unsigned char before = 0;
   out = "";
+  while (!text.empty()) {
+    const TBLOCK word = text.head(CountFront(text, kAlnum));
+    if (word.empty()) {
+      before = text[0];
+      if (before && strchr(kSeparators, before))
+        out += static_cast<char>(before);
+      text.skip(1);
+      continue;
+    }
+    text.skip(word.length);
+    if (IsUser(text) && users.add(word, out)) continue;
+    if (before == '.' && EndsAddress(text) && suffixes.add(word, out)) continue;
+    _AdnFromSubBlock(out, word, 0, clock);
+    out += '{';
+    out += static_cast<int32_t>(word.length);
+    out += '}';
+  }
 }
-char GetCountAdn(uint32_t, uint32_t) {
-  return 'x';
+
+char GetCountAdn(uint32_t count, uint32_t limit) {
+  return count < limit && count < 10 ? static_cast<char>('0' + count) : 'x';
 }
-char GetCountChar(uint32_t) {
-  return '0';
+
+char GetCountChar(uint32_t count) {
+  static const char kDigits[] =
+      "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+  return kDigits[count < 61 ? count : 61];
 }
-void GetBlockCharAdn(TBLOCK, STR& counts, STR& presence) {
+
+void GetBlockCharAdn(TBLOCK text, STR& counts, STR& presence) {
+  uint32_t byteCounts[256] = {0};
+  for (uint32_t i = 0; i < text.length; i++) byteCounts[text[i]]++;
   counts = "";
   presence = "";
+  for (int byte = 0x20; byte < 0x7F; byte++) {
+    counts += GetCountChar(byteCounts[byte]);
+    presence += GetCountAdn(byteCounts[byte], 1);
+  }
 }
-void Tt2Adn(int32_t, STR& out) {
+
+void Tt2Adn(int32_t time, STR& out) {
+  char stamp[14];
   out = "";
+  if (time != -1 && WriteStamp(time, stamp)) out = TBLOCK(stamp, sizeof stamp);
 }
-void Ft2Adn(const FILETIME*, STR& out) {
-  out = "";
+
+void Ft2Adn(const FILETIME* time, STR& out) {
+  Tt2Adn(win2posix_time(time), out);
 }
-char ttAdnChar(int32_t, int32_t) {
-  return '0';
+
+char ttAdnChar(int32_t a, int32_t b) {
+  const int64_t seconds = static_cast<int64_t>(a) - b;
+  return SignedLetter(static_cast<uint64_t>(seconds < 0 ? -seconds : seconds),
+                      seconds < 0);
 }
-char ftAdnChar(const FILETIME&, const FILETIME&) {
-  return '0';
+
+char ftAdnChar(const FILETIME& a, const FILETIME& b) {
+  const bool negative = Units(a) < Units(b);
+  const uint64_t units = negative ? Units(b) - Units(a) : Units(a) - Units(b);
+  const uint64_t hundredths = units / 100000;
+  if (hundredths >= 1 && hundredths <= 99) return negative ? '<' : '>';
+  return SignedLetter(units / 10000000, negative);
 }

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "base/md5.h"
+#include "scan/letters.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -35,10 +36,20 @@ bool IsScannerPage(TBLOCK url) {
 char LetterOf(TQMDICO& dico, const char* section, TBLOCK text) {
   text.trim();
   if (text.empty()) return '0';
-  TBLOCK name;
-  return dico.matchFirstNamedRegex(section, text, name) && !name.empty()
-             ? static_cast<char>(name[0])
-             : '?';
+  const char letter = SectionLetter(dico, section, text);
+  return letter ? letter : '?';
+}
+
+// The end of a page's name, which nearly all pages share, is left as it is.
+void KeepPageSuffix(TBLOCK url, STR& adn) {
+  static const char* const kSuffixes[] = {".htm", ".html"};
+  for (const char* suffix : kSuffixes) {
+    const uint32_t length = static_cast<uint32_t>(strlen(suffix));
+    const uint32_t shape = static_cast<uint32_t>(adn.len());
+    if (!url.ends(suffix) || shape < length) continue;
+    const TBLOCK end = url.from(url.length - length);
+    memcpy(adn.text + shape - length, end.pointer, length);
+  }
 }
 
 // The domain without its last label.
@@ -82,6 +93,8 @@ void TQMMSG::prepareLinks() {
     urlTextAdns.add(TBLOCK(letters, sizeof letters));
     STR adn;
     getAdnFromUrl(link.url, adn);
+    if (adn.empty()) continue;
+    KeepPageSuffix(link.url.url, adn);
     urlAdns.add(adn.view());
   }
 }

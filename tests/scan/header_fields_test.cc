@@ -59,7 +59,7 @@ TEST_F(HeaderFieldsTest, WhichFieldWins) {
   EXPECT_EQ("last@a", Str(m.messageId));
   EXPECT_EQ("late", Str(m.date));
   EXPECT_EQ("old", Str(m.xSpamType));
-  EXPECT_EQ(" r@a ", Str(m.inReplyTo));
+  EXPECT_EQ("r@a", Str(m.inReplyTo));
   EXPECT_EQ("<o@a", Str(m.originalMessageId));
 
   load("Message-Id: <raw@a>\r\nX-Message-Id: <x@a>\r\nSender: s@a\r\n\r\n");

@@ -1,6 +1,6 @@
 // Local parts made of name words. Each word is measured once against the
 // stem, in linear time; the pairs then only compare numbers. Entry points:
-// SchemeOfWords, FitWord, HoldsText. Tested by mailbox_test.cc.
+// SchemeOfWords, FitWord, FindText. Tested by mailbox_test.cc.
 
 #include "content/address_scheme.h"
 
@@ -16,9 +16,10 @@ unsigned char Fold(TBLOCK text, uint32_t i) {
 }
 
 // How much of `word`, from its start, matches up to the end of `text`, or all
-// of it where the whole word stands in the text. `border` tells how much of a
-// match survives a mismatch, so that "aaaa" costs no more than any other text.
-uint32_t Overlap(TBLOCK text, TBLOCK word) {
+// of it where the whole word stands in the text; `end` gets where that match
+// ends. `border` tells how much of a match survives a mismatch, so that "aaaa"
+// costs no more than any other text.
+uint32_t Overlap(TBLOCK text, TBLOCK word, uint32_t& end) {
   uint16_t border[kMaxNameBytes];
   border[0] = 0;
   uint32_t n = 0;
@@ -28,9 +29,9 @@ uint32_t Overlap(TBLOCK text, TBLOCK word) {
     border[i] = static_cast<uint16_t>(n);
   }
   n = 0;
-  for (uint32_t i = 0; i < text.length && n < word.length; i++) {
-    while (n > 0 && Fold(text, i) != Fold(word, n)) n = border[n - 1];
-    if (Fold(text, i) == Fold(word, n)) n++;
+  for (end = 0; end < text.length && n < word.length; end++) {
+    while (n > 0 && Fold(text, end) != Fold(word, n)) n = border[n - 1];
+    if (Fold(text, end) == Fold(word, n)) n++;
   }
   return n;
 }
@@ -69,9 +70,12 @@ TBLOCK AddressStem(TBLOCK email) {
   return stem;
 }
 
-bool HoldsText(TBLOCK text, TBLOCK part) {
-  if (part.empty() || part.length > kMaxNameBytes) return false;
-  return part.length <= text.length && Overlap(text, part) == part.length;
+int32_t FindText(TBLOCK text, TBLOCK part) {
+  if (part.empty() || part.length > kMaxNameBytes || part.length > text.length)
+    return -1;
+  uint32_t end;
+  if (Overlap(text, part, end) < part.length) return -1;
+  return static_cast<int32_t>(end - part.length);
 }
 
 NAMEWORDS::NAMEWORDS(TBLOCK name) : TBLOCKVECT(kMaxNameWords) {
@@ -88,7 +92,8 @@ WORDFIT FitWord(TBLOCK stem, TBLOCK word) {
     fit.prefix++;
   // Only the bytes that the word can reach; so none is a match too early.
   if (stem.length > word.length) stem.skip(stem.length - word.length);
-  fit.suffix = Overlap(stem, word);
+  uint32_t end;
+  fit.suffix = Overlap(stem, word, end);
   return fit;
 }
 

@@ -162,29 +162,23 @@ int32_t ParseRecipientScheme(const TMAILBOX& box) {
   const TBLOCK stem = AddressStem(box.email);
   const TBLOCK name = box.name.head(kMaxNameBytes);
   if (stem.length < 2 || name.empty() || name.equals(LocalPart(box.email)) ||
-      HoldsText(name, box.email))
+      FindText(name, box.email) >= 0)
     return 0;
   return SchemeOfWords(stem, NAMEWORDS(name));
 }
 
 namespace {
 
-bool IsUnchanged(TBLOCK text, const unsigned char* table) {
-  for (uint32_t i = 0; i < text.length; i++)
-    if (table[text[i]] != text[i]) return false;
-  return true;
-}
-
 // A capital and at least one byte more, none of which a capital.
 bool IsCapitalForm(TBLOCK text) {
   return text.length > 1 && TBLOCK::Is(text[0], bitUpperA) &&
-         IsUnchanged(text.from(1), TBLOCK::LowerConvTable);
+         text.from(1).unchangedBy(TBLOCK::LowerConvTable);
 }
 
 char LetterOfWord(TBLOCK word) {
-  if (IsUnchanged(word, TBLOCK::LowerConvTable)) return 'l';
+  if (word.unchangedBy(TBLOCK::LowerConvTable)) return 'l';
   if (IsCapitalForm(word)) return 'c';
-  return IsUnchanged(word, TBLOCK::UpperConvTable) ? 'u' : 'w';
+  return word.unchangedBy(TBLOCK::UpperConvTable) ? 'u' : 'w';
 }
 
 // The last two bytes of the record stay NUL: a shape ends at 30 letters, one

@@ -20,6 +20,8 @@ struct BLOCKPHONE {
   STR digits;
 
   void clear();
+  // Takes the digits of a text; false if it has none or memory is short.
+  bool read(TBLOCK found);
 };
 
 // Adds the numbers of a text at the head of the list, of BLOCKPHONE, each once

@@ -140,6 +140,11 @@ TLINKRECORD* TLINKVECT::get(int32_t i) const {
   return reinterpret_cast<TLINKRECORD*>(data) + i;
 }
 
+const TLINKRECORD* TLINKVECT::find(TBLOCK url) const {
+  int32_t place = 0;
+  return get(byUrl.find(ParseTrimmed(url).url, place));
+}
+
 // Null when there is no room.
 TLINKRECORD* TLINKVECT::store(const TBLOCKURL& url, TBLOCK text,
                               int32_t place) {

@@ -68,6 +68,8 @@ class TLINKVECT : public BLOCK {
   int32_t count() const;
   // Null past the end. A pointer is good until the next add or del.
   TLINKRECORD* get(int32_t i) const;
+  // The record of that URL, or null.
+  const TLINKRECORD* find(TBLOCK url) const;
   // The record of that URL, new or with one more text. Beyond kMaxLinkRecords,
   // and without memory, a spare one that is not stored; never null.
   TLINKRECORD* add(TBLOCK url, TBLOCK text);

@@ -666,7 +666,7 @@ class TQMMSG : public OLISTGURU {
   int32_t bodyAntiBayes, subjectAntiBayes;
   int32_t bodyAntiBayesCount, subjectAntiBayesCount;
 
-  // checks/body.cc
+  // checks/body.cc, checks/hidden_words.cc, checks/embed_spam.cc
   void checkHtml();
   void checkMsgStructure();
   void checkHtmlContext();
@@ -773,6 +773,7 @@ class TQMMSG : public OLISTGURU {
   TBLOCK cutToHeader(TBLOCK text) const;
   void applyProxyMode();
   void addRuleProfiles();
+  void scoreEmbedSpam(int32_t points);
   bool isSpared(int filter);
   void _checkCharset(const char* section, int clear);
   bool isSelfTest(const char* recipient) const;

@@ -99,6 +99,13 @@ enum : int {
 // All rule fields, from 1 to this.
 const int32_t kRuleFieldCount = 121;
 
+// Whether both setups are there and have the flag.
+inline bool BothWant(const QMGLOBALSETUP* globalSetup,
+                     const QMUSERSETUP* userSetup, uint32_t flag) {
+  return globalSetup && userSetup && (globalSetup->flags & flag) &&
+         (userSetup->flags & flag);
+}
+
 class TQMMSG : public OLISTGURU {
  public:
   // ==== Life, loading, parameters: scan/tqmmsg.cc
@@ -629,7 +636,8 @@ class TQMMSG : public OLISTGURU {
   STR virusName;
   STR virusReason;
 
-  // checks/notification.cc. True, with state 3, for an automatic message.
+  // checks/notification.cc, checks/part_ids.cc. True, with state 3, for an
+  // automatic message.
   bool checkNotification(const QMGLOBALSETUP* globalSetup,
                          const QMUSERSETUP* userSetup);
   // Its steps, which leave what they find in notificationScore.
@@ -773,6 +781,7 @@ class TQMMSG : public OLISTGURU {
   TBLOCK cutToHeader(TBLOCK text) const;
   void applyProxyMode();
   void addRuleProfiles();
+  int checkOleCid(const TMIMEOLEID& id, uint32_t& seen);
   void scoreEmbedSpam(int32_t points);
   bool isSpared(int filter);
   void _checkCharset(const char* section, int clear);

@@ -66,7 +66,11 @@ std::string Verdict(const Case& c, const std::string& sections) {
   m->fixedTime = c.now;
   m->loadFromBlock(TBLOCK(c.text.data(), static_cast<uint32_t>(c.text.size())),
                    c.user.c_str(), 0);
-  m->check(nullptr, nullptr, TBLOCK(), TBLOCK(), 1, 0, c.user.c_str(), 0);
+  const uint32_t wanted = QM_CHECK_VIRUS | QM_CHECK_NOTIFICATION;
+  const QMGLOBALSETUP globalSetup = {8, wanted};
+  const QMUSERSETUP userSetup = {20, -100, 200, 0, wanted};
+  m->check(&globalSetup, &userSetup, TBLOCK(), TBLOCK(), 1, 0, c.user.c_str(),
+           0);
   std::string verdict = c.name + ": state " + std::to_string(m->ledger.state) +
                         ", score " + std::to_string(m->ledger.score) + "\n";
   TBLOCK rest = m->ledger.cause.view();

@@ -195,26 +195,33 @@ bool TQMMSG::findEmbeddedMessage(TBLOCK& source) {
   return false;
 }
 
-// Scans a text as a message of its own, one level deeper; the caller deletes
-// the result, which is null when memory is short. The inner message has no
-// recipient, no parameters and no profile, and only the spam branch runs, with
-// the default bailout in force. It reads the dictionary that this one reads.
-TQMMSG* TQMMSG::scanInner(TBLOCK source, const QMGLOBALSETUP* globalSetup,
-                          const QMUSERSETUP* userSetup, int skipEmails) {
+TQMMSG* TQMMSG::loadInner(TBLOCK source) {
+  if (depth >= kMaxScanDepth || *innerCount >= kMaxInnerMessages)
+    return nullptr;
   TQMMSG* inner =
       new (std::nothrow) TQMMSG(pool, dico.stuff, blacklist, 0, depth + 1);
   if (!inner) return nullptr;
-  if (!inner->loadFromBlock(source, "", 1)) {
-    delete inner;
-    return nullptr;
-  }
-  inner->checkSpam(globalSetup, userSetup, skipEmails);
+  ++*innerCount;
+  inner->innerCount = innerCount;
+  inner->fixedTime = fixedTime;
+  if (inner->loadFromBlock(source, "", 1)) return inner;
+  delete inner;
+  return nullptr;
+}
+
+// Scans a text as a message of its own; the caller deletes the result. The
+// inner message has no recipient, no parameters and no profile, and only the
+// spam branch runs, with the default bailout in force. It reads the dictionary
+// that this one reads.
+TQMMSG* TQMMSG::scanInner(TBLOCK source, const QMGLOBALSETUP* globalSetup,
+                          const QMUSERSETUP* userSetup, int skipEmails) {
+  TQMMSG* inner = loadInner(source);
+  if (inner) inner->checkSpam(globalSetup, userSetup, skipEmails);
   return inner;
 }
 
 int TQMMSG::checkEmbeddedSpam(const QMGLOBALSETUP* globalSetup,
                               const QMUSERSETUP* userSetup, int skipEmails) {
-  if (depth >= kMaxScanDepth) return 0;
   TBLOCK source;
   if (!findEmbeddedMessage(source)) return 0;
   TQMMSG* inner = scanInner(source, globalSetup, userSetup, skipEmails);
@@ -226,7 +233,6 @@ int TQMMSG::checkEmbeddedSpam(const QMGLOBALSETUP* globalSetup,
 
 void TQMMSG::checkSpamInNotif(const QMGLOBALSETUP* globalSetup,
                               const QMUSERSETUP* userSetup, int skipEmails) {
-  if (depth >= kMaxScanDepth) return;
   TBLOCK forwarded;
   if (!FindForwardedText(message.getTextBlock(), forwarded)) return;
   TQMMSG* inner = scanInner(forwarded, globalSetup, userSetup, skipEmails);

@@ -174,6 +174,7 @@ void TQMMSG::clear() {
   msgPath = "";
   user = "";
   truncated = 0;
+  innerMessages = 0;
   headerFiltered = 0;
   clearHeader();
   clearBody();

@@ -64,6 +64,9 @@ struct RULEFIELD;
 const uint32_t kMaxMessageBytes = 204800;
 // A message at this depth scans no further message inside it.
 const int32_t kMaxScanDepth = 7;
+// Messages inside of one, at all depths, that are looked at: a text may name
+// more copies of itself at each level.
+const int32_t kMaxInnerMessages = 64;
 // A score at or above the bailout ends a scan early, unless the host forbids.
 const int32_t kDefaultBailout = 300;
 // A host's bailout counts from here on.
@@ -781,12 +784,21 @@ class TQMMSG : public OLISTGURU {
   TBLOCK cutToHeader(TBLOCK text) const;
   void applyProxyMode();
   void addRuleProfiles();
+  int setVirus(const char* name, const char* reason);
+  int matchVirusRules(const char* section);
+  int checkLoadedParts();
+  bool findSuspectFile(TBLOCK& fileName);
+  int checkArchive(const BLOCKPART& part, TBLOCK& fileName);
   int checkOleCid(const TMIMEOLEID& id, uint32_t& seen);
   void scoreEmbedSpam(int32_t points);
   bool isSpared(int filter);
   void _checkCharset(const char* section, int clear);
   bool isSelfTest(const char* recipient) const;
   bool findEmbeddedMessage(TBLOCK& text);
+  // A message inside this one, loaded one level deeper; the caller deletes it.
+  // Null when it lies too deep, when kMaxInnerMessages were loaded, or without
+  // memory.
+  TQMMSG* loadInner(TBLOCK text);
   TQMMSG* scanInner(TBLOCK text, const QMGLOBALSETUP* globalSetup,
                     const QMUSERSETUP* userSetup, int skipEmails);
   void settleState();
@@ -795,7 +807,9 @@ class TQMMSG : public OLISTGURU {
   void runChecks(const QMGLOBALSETUP* globalSetup, const QMUSERSETUP* userSetup,
                  TBLOCK globalList, TBLOCK userList, int skipEmails,
                  const char* recipient);
-  STR profileWords;  // what `profiles` views
+  STR profileWords;                      // what `profiles` views
+  int32_t innerMessages = 0;             // loaded inside of this one
+  int32_t* innerCount = &innerMessages;  // of the outermost
 
   void buildRegexField(int32_t field, TBLOCK name, RULEFIELD& f);
   void freeRegexFields();

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "base/heap_text.h"
+#include "content/address_scheme.h"
 
 namespace {
 
@@ -30,6 +33,13 @@ TEST(ParseMailBoxTest, Rows) {
       {"' \"J\" ' <jd@a.org>", "jd@a.org|J|a.org|3"},
       {"<\"a b@c\"@d.org>", "\"a b@c\"@d.org||d.org|1"},
       {"<a b@d.org>", "|a b@d.org||1"},
+      // Blanks inside the brackets cost the address, those of the old form
+      // don't.
+      {"X < a@b.org >", "|X||1"},
+      {" a@b.org  ( X ) ", "a@b.org|X|b.org|0"},
+      {"<@b.org>", "@b.org||b.org|1"},
+      {"<a@b.org.>", "a@b.org.||b.org.|1"},
+      {"\"<a@b.org>", "a@b.org|\"|b.org|1"},
       {"<a@b_c.org>", "|a@b_c.org||1"},
       {"o'neil@a.org", "|o'neil@a.org||0"}};
   for (const auto& row : rows) {
@@ -38,6 +48,175 @@ TEST(ParseMailBoxTest, Rows) {
     EXPECT_EQ(row[1], Str(box.email) + "|" + Str(box.name) + "|" +
                           Str(box.host) + "|" + std::to_string(box.flags))
         << row[0];
+  }
+}
+
+// The texts, joined by "|".
+TEST(ParseEmailAddressesTest, CommasOutsideQuotesSplit) {
+  const char* const rows[][2] = {
+      {" a@b.org ,, c@d.org, ", "a@b.org|c@d.org|"},
+      {"\"Doe, J\" <a@b.org>,c@d.org", "\"Doe, J\" <a@b.org>|c@d.org|"},
+      {"'a,\"b',c", "'a,\"b'|c|"},
+      {"o'neil, a@b.org, c@d.org", "o'neil, a@b.org, c@d.org|"},
+      {"a@b.org (Doe, J)", "a@b.org (Doe|J)|"},
+      {" , ", ""}};
+  for (const auto& row : rows) {
+    const HeapText text(row[0]);
+    TMAILBOXVECT boxes(0);
+    const int32_t n = ParseEmailAddresses(text.view(), boxes);
+    std::string texts;
+    for (int32_t i = 0; i < n; i++) texts += Str(boxes.get(i).text) + "|";
+    EXPECT_EQ(row[1], texts) << row[0];
+    EXPECT_EQ(n, boxes.count());
+  }
+}
+
+// One mailbox: its shape, as it also shows the scheme.
+TEST(SetMailboxAdnTest, Rows) {
+  std::string many;
+  for (int i = 0; i < 40; i++) many += "x ";
+  const std::string rows[][2] = {
+      {"", ""},
+      {"a@b.org", "e"},
+      {"<a@b.org>", "b"},
+      {"\"Undisclosed-Recipients: x\" <a@b.org>", "qub"},
+      {"undisclosed-recipients:;", "u"},
+      {"\"John Smith\" <jsmith@a.org>", "qsb"},
+      {"Xyz <xyz@b.org>", "fb"},
+      {"Xyz <Xyz@b.org>", "cb"},
+      {"xyz <xyz@b.org>", "lb"},
+      {"X <x@b.org>", "ub"},
+      {"ab 12 Abc ABC aBC \xC9t\xE9 \xC9\x54 <q@b.org>", "llcuwwwb"},
+      {many + "<q@b.org>", std::string(30, 'l')},
+      {"\"" + many + "\" <q@b.org>", "q" + std::string(29, 'l')},
+      {many.substr(0, 29 * 2) + "<q@b.org>", std::string(29, 'l') + "b"}};
+  for (const auto& row : rows) {
+    const HeapText text(row[0]);
+    EXPECT_EQ(row[1], ParseMailBox(text.view()).adn) << row[0];
+  }
+}
+
+// "SCHEME LOCAL NAME".
+TEST(ParseRecipientSchemeTest, Rows) {
+  const char* const rows[] = {
+      "1 jsmith John Smith", "1 jsmith99.- John Smith",
+      // One byte may stand between the words.
+      "1 j.smith John Smith", "5 j..smith John Smith", "1 jSmith JOHN SMITH",
+      "2 smithj John Smith", "2 smith.john John Smith", "3 smithers John Smith",
+      "4 carpenter.x Jo Carpenters", "3 carpx.y Jo Carp", "0 carpab Jo Carpx",
+      "5 bigsmith John Smith", "0 bigsmith John Smit", "6 jd John Doe",
+      "7 jd Doe John", "0 jxd John Doe", "8 jde John Doe", "6 jde John De",
+      "0 jd A B C Doe", "5 amdupont X Anne Marie-Dupont",
+      "1 adupont Anne Marie-Dupont", "0 john John", "0 j1 John Smith",
+      "0 js js@a.org John Smith", "0 john.smith john.smith", "0 jsmith ",
+      // Overlaps that a naive comparison reads too long or too short.
+      "0 ababab Xx ababcd", "5 qqababab Xx ababab", "1 xaaa X Aaab"};
+  for (const char* row : rows) {
+    const std::string rest(row + 2);
+    const size_t blank = rest.find(' ');
+    const HeapText text(rest.substr(blank) + "<" + rest.substr(0, blank) +
+                        "@a.org>");
+    EXPECT_EQ(row[0] - '0', ParseMailBox(text.view()).scheme) << row;
+  }
+}
+
+// The 32nd word counts, the one behind it does not; nor does what lies behind
+// the bytes that are looked at.
+TEST(ParseRecipientSchemeTest, NamesAreCut) {
+  std::string name = "John ";
+  for (int i = 0; i < 30; i++) name += "q ";
+  const HeapText inside(name + "Smith <jsmith@a.org>");
+  EXPECT_EQ(1, ParseMailBox(inside.view()).scheme);
+  const HeapText outside(name + "q Smith <jsmith@a.org>");
+  EXPECT_EQ(0, ParseMailBox(outside.view()).scheme);
+  for (uint32_t cut = 0; cut < 2; cut++) {
+    const std::string gap(kMaxNameBytes - 4 - 5 + cut, ',');
+    const HeapText text("John" + gap + "Smith <jsmith@a.org>");
+    EXPECT_EQ(cut ? 0 : 1, ParseMailBox(text.view()).scheme) << cut;
+  }
+}
+
+// The first match by search and by comparing at each offset.
+TEST(FindTextTest, IsAPlainSearch) {
+  std::string text, part;
+  for (uint32_t n = 1; n <= 7; n++) {
+    for (uint32_t t = 0; NthText(t, n, "ab", text); t++) {
+      for (uint32_t m = 1; m <= 4; m++) {
+        for (uint32_t p = 0; NthText(p, m, "aB", part); p++) {
+          const HeapText in(text), what(part);
+          EXPECT_EQ(in.view().find(what.view()),
+                    FindText(in.view(), what.view()))
+              << text << " " << part;
+        }
+      }
+    }
+  }
+  const HeapText longPart(std::string(kMaxNameBytes + 1, 'a'));
+  EXPECT_EQ(-1, FindText(longPart.view(), longPart.view()));
+  EXPECT_EQ(1, FindText(longPart.view(), longPart.view().from(1)) + 1);
+  EXPECT_EQ(-1, FindText(longPart.view(), TBLOCK()));
+}
+
+TEST(TMAILBOXVECTTest, RecordsByPlace) {
+  const HeapText text("a@b.org,c@d.org");
+  TMAILBOXVECT boxes(1);
+  STR adn;
+  EXPECT_EQ(2, ParseEmailAddressesWithAdn(text.view(), boxes, adn));
+  EXPECT_STREQ("e,e", adn.c_str());
+  // A second list is added to the first, and so are its shapes.
+  const HeapText more("<e@f.org>, \"\"");
+  EXPECT_EQ(4, ParseEmailAddressesWithAdn(more.view(), boxes, adn));
+  EXPECT_STREQ("e,e,b,", adn.c_str());
+
+  EXPECT_EQ(2, boxes.pos(boxes.get(2)));
+  EXPECT_EQ(-1, boxes.pos(TMAILBOX()));
+  EXPECT_EQ(0, boxes.ins(boxes.get(0), 5));
+  EXPECT_EQ(0, boxes.ins(boxes.get(0), -1));
+  EXPECT_EQ(1, boxes.ins(boxes.get(2), 0));
+  EXPECT_EQ("e@f.org", Str(boxes.get(0).email));
+  EXPECT_EQ("a@b.org", Str(boxes.get(1).email));
+  EXPECT_EQ(0, boxes.set(boxes.get(0), 5));
+  EXPECT_EQ(1, boxes.set(boxes.get(2), 4));
+  EXPECT_EQ("c@d.org", Str(boxes.get(4).email));
+  EXPECT_EQ(0, boxes.del(5));
+  EXPECT_EQ(1, boxes.del(0));
+  EXPECT_EQ(4, boxes.count());
+  for (int32_t i : {-1, 4, INT32_MAX, INT32_MIN}) {
+    EXPECT_TRUE(boxes.get(i).email.empty() && boxes.get(i).adn[0] == 0) << i;
+    EXPECT_EQ(0, boxes.set(TMAILBOX(), i) + boxes.del(i)) << i;
+  }
+}
+
+// "RESULT LIST", and the user's address behind the list.
+TEST(CheckSortedRecipsTest, Rows) {
+  const char* const rows[] = {
+      "0 aa@x.org,ab@x.org,ac@x.org,ad@x.org",
+      "1 aa@x.org,ab@x.org,ac@x.org,ad@x.org,ae@x.org",
+      // Doubles and what is no address don't count.
+      "0 aa@x.org,ab@x.org,ac@x.org,ad@x.org,AD@x.org",
+      "0 aa@x.org,ab@x.org,ac@x.org,ad@x.org,ae",
+      "1 a@x.org,b@x.org,c@X.com,d@x.net,e@x.a.b",
+      "0 a@x.org,b@x.org,c@x.org,e@x.org,d@x.org",
+      "0 a@x.org,b@x.org,c@x.org,d@x.org,e@y.org",
+      // Only the shorter length is compared.
+      "1 ab@x.org,a@x.org,abc@x.org,ab@x.com,b@x.org",
+      // One name in all domains, in any case.
+      "1 joe@a.org,JOE@b.org,joe@c.org,joe@d.org,joe@e.org",
+      "0 joe@a.org,joe@b.org,joe@c.org,joe@d.org,jo@e.org",
+      "0 joe@.org,joe@.com,joe@.net,joe@.a,joe@.b",
+      // A user of the domain who is not in the list, and one who is.
+      "0 a@x.org,b@x.org,c@x.org,d@x.org,e@x.org z@X.org",
+      "1 a@x.org,b@x.org,c@x.org,d@x.org,e@x.org C@x.org",
+      "1 a@x.org,b@x.org,c@x.org,d@x.org,e@x.org z@y.org",
+      "1 a@x.org,ab@x.org,ac@x.org,ad@x.org,ae@x.org z@x.org"};
+  for (const char* row : rows) {
+    const HeapText text(row + 2);
+    TBLOCK user = text.view();
+    const TBLOCK list = TBLOCK::BlockBeforeChar(user, ' ', 0, 0);
+    TMAILBOXVECT boxes(0);
+    ParseEmailAddresses(list, boxes);
+    EXPECT_EQ(row[0] - '0', CheckSortedRecips(boxes, ParseMailBox(user)))
+        << row;
   }
 }
 

@@ -23,6 +23,7 @@ const uint32_t kMarkLength = sizeof kImageMark - 1;
 const char* const kQuoteMarks[] = {"//ars ", "||ars "};
 
 const uint32_t kName = bitAlpha | bitDigit;
+const uint32_t kNotSimple = bitWordSep | bitDot | bitArobas;
 
 // Whether a text in small letters stands there, in any case. REQUIRES: as many
 // bytes.
@@ -153,12 +154,39 @@ bool WORDCUTTER::takeUrl(TBLOCK& word) {
   return false;
 }
 
+// The many words that need no look ahead: no at sign, dot or colon stands in
+// what an address, a URL or a file name could be made of from here on. False
+// tells nothing.
+bool WORDCUTTER::takeSimple(TBLOCK& word) {
+  if (TBLOCK::Is(text[at], bitDigit | bitSign | bitCurrency)) return false;
+  int32_t end = at;
+  while (end < size && !TBLOCK::Is(text[end], kNotSimple)) end++;
+  if (end == at) return false;
+  int32_t stop = end;
+  if (stop < size && TBLOCK::Is(text[stop], bitEmail | bitUrl)) {
+    // Punctuation of a sentence, as a rule: a dot belongs to the word, and
+    // white space is behind it.
+    if (text[stop] == '.')
+      end++;
+    else if (!TBLOCK::Is(text[stop], bitWordSep) || text[stop] == ':')
+      return false;
+    stop++;
+    if (stop < size && !TBLOCK::Is(text[stop], bitWhiteSpace)) return false;
+  }
+  const unsigned char first = text[at];
+  if ((first == 'h' || first == 'H') && end - at >= 4 &&
+      IsSmallText(text.pointer + at, "http"))
+    return false;
+  return take(end, word);
+}
+
 int32_t WORDCUTTER::next(TBLOCK& word) {
   while (at < size && TBLOCK::Is(text[at], bitWordSep)) at++;
   if (at == size) {
     word.clear();
     return wkNone;
   }
+  if (takeSimple(word)) return wkPlain;
   if (takeMail(word)) return wkMail;
   if (takeNumber(word)) return wkNumber;
   if (takeFile(word)) return wkFile;
@@ -226,29 +254,46 @@ int32_t AddWords(TBLOCK text, TBLOCKVECT& words, TBLOCKVECT* mails) {
   }
 }
 
-// Hosts, numbers and file names are not taken apart.
-bool HasDotInside(TBLOCK word) {
-  return word.findByte('.', 1) >= 0;
+// Hosts, numbers and file names have a dot inside: they are not taken apart.
+
+bool IsCut(TBLOCK word, uint32_t i) {
+  return TBLOCK::Is(word[i], bitUpperA) && !TBLOCK::Is(word[i - 1], bitUpperA);
+}
+
+// The first capital that a word is cut at, 0 for none.
+uint32_t FirstCut(TBLOCK word, uint32_t minLength) {
+  uint32_t first = 0;
+  for (uint32_t i = 1; i < word.length; i++) {
+    if (word[i] == '.') return 0;
+    if (first == 0 && i >= minLength && IsCut(word, i)) first = i;
+  }
+  return first;
 }
 
 void AddMergedPieces(TBLOCK word, uint32_t minLength, TBLOCKVECT& words) {
-  uint32_t cut = 0;
-  for (uint32_t i = 1; i < word.length; i++) {
-    if (!TBLOCK::Is(word[i], bitUpperA) || TBLOCK::Is(word[i - 1], bitUpperA) ||
-        i - cut < minLength)
-      continue;
-    words.add(word.from(cut).head(i - cut), 0, 0);
-    cut = i;
+  uint32_t cut = FirstCut(word, minLength);
+  while (cut > 0) {
+    words.add(word.head(cut), 0, 0);
+    word.skip(cut);
+    cut = minLength > 1 ? minLength : 1;
+    while (cut < word.length && !IsCut(word, cut)) cut++;
+    if (cut >= word.length) cut = 0;
+    if (cut == 0) words.add(word, 0, 0);
   }
-  if (cut > 0) words.add(word.from(cut), 0, 0);
+}
+
+bool HasDash(TBLOCK word) {
+  bool dash = false;
+  for (uint32_t i = 1; i < word.length; i++) {
+    if (word[i] == '.') return false;
+    dash |= word[i] == '-';
+  }
+  return dash;
 }
 
 void AddDashPieces(TBLOCK word, int32_t limit, TBLOCKVECT& words) {
-  const bool dropped = word.length > 2 && word[1] == '\'';
-  if (dropped) word.skip(2);
-  int32_t dash = word.findByte('-', 1);
-  if (!dropped && dash < 0) return;
-  for (; dash >= 0; dash = word.findByte('-', 0)) {
+  for (int32_t dash = word.findByte('-', 1); dash >= 0;
+       dash = word.findByte('-', 0)) {
     const TBLOCK piece = word.head(static_cast<uint32_t>(dash));
     word.skip(piece.length + 1);
     if (piece.length < 2) continue;
@@ -270,8 +315,7 @@ void ParseMergedWords(TBLOCKVECT& words, uint32_t minLength) {
   const int32_t count = words.count();
   for (int32_t i = 0; i < count; i++) {
     const TBLOCK word = words.get(i);
-    if (word.length > minLength && word.length <= kLongestMerged &&
-        !HasDotInside(word))
+    if (word.length > minLength && word.length <= kLongestMerged)
       AddMergedPieces(word, minLength, words);
   }
 }
@@ -279,8 +323,11 @@ void ParseMergedWords(TBLOCKVECT& words, uint32_t minLength) {
 void ParseDashWords(TBLOCKVECT& words, int32_t limit) {
   const int32_t count = words.count();
   for (int32_t i = 0; i < count && (limit <= 0 || words.count() < limit); i++) {
-    const TBLOCK word = words.get(i);
-    if (!HasDotInside(word)) AddDashPieces(word, limit, words);
+    TBLOCK word = words.get(i);
+    const bool article = word.length > 2 && word[1] == '\'';
+    if (article ? word.findByte('.', 1) >= 0 : !HasDash(word)) continue;
+    if (article) word.skip(2);
+    AddDashPieces(word, limit, words);
   }
 }
 

@@ -72,6 +72,7 @@ class WORDCUTTER {
   RUN files;    // of all but white space; backslashes
   int32_t bad;  // offset of the last at sign with no domain behind it
 
+  bool takeSimple(TBLOCK& word);
   int32_t lookForMail();
   int32_t lookForUrl();
   int32_t lookForFile();

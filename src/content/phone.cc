@@ -85,7 +85,7 @@ struct PHONEGROUPS {
   // Take in what follows an offset.
   bool addGroup(uint32_t at);
   void addGroups();
-  void findStart(uint32_t from);
+  void findStart();
 
   void cutLong();
   void dropDigit();
@@ -142,12 +142,19 @@ bool IsDayAndMonth(int32_t day, int32_t month) {
 }
 
 // Year, month, day, or day and month in any order ahead of the year; one more
-// group, the hour, may follow.
+// group, the hour, may follow. Two digits make a year only where the date is
+// held together by another byte than the hour is: "29.05.22 10" is one, and
+// "29 05 22 10" is as good a number as any.
 bool PHONEGROUPS::isDate() const {
   if (count < 3 || count > 4) return false;
   const int32_t a = value(0), b = value(1), c = value(2);
+  const bool eitherWay = IsDayAndMonth(a, b) || IsDayAndMonth(b, a);
   if (IsYear(a)) return IsDayAndMonth(c, b);
-  return IsYear(c) && (IsDayAndMonth(a, b) || IsDayAndMonth(b, a));
+  if (IsYear(c)) return eitherWay;
+  if (count < 4 || size(0) > 2 || size(2) > 2) return false;
+  const unsigned char joint = line[last[0]];
+  return joint == line[last[1]] && joint != line[last[2]] &&
+         (eitherWay || IsDayAndMonth(c, b));
 }
 
 bool PHONEGROUPS::isTwoYears() const {
@@ -175,20 +182,21 @@ void PHONEGROUPS::addGroups() {
     while (at < line.length && at < end() + kMaxSeparators &&
            In(line[at], PhoneBitSeparator))
       at++;
-    if (at == end() || at == line.length || !addGroup(at)) return;
+    if (!addGroup(at)) return;
   }
 }
 
-// Sets the start from the first group, not ahead of `from`: letters that pass
-// for digits belong to the number if no word ends in them, then "(" and "+".
-void PHONEGROUPS::findStart(uint32_t from) {
+// Sets the start from the first group: letters that pass for digits belong to
+// the number if no word ends in them, then "(" and "+". Never gets into the
+// groups ahead, which took all such letters that they could.
+void PHONEGROUPS::findStart() {
   uint32_t at = first[0];
-  while (at > from && In(line[at - 1], PhoneBitNearDigit)) at--;
+  while (at > 0 && In(line[at - 1], PhoneBitNearDigit)) at--;
   if (at == 0 || In(line[at - 1], PhoneBitBefore)) first[0] = at;
   start = first[0];
   plus = false;
   bool bracket = false;
-  while (start > from) {
+  while (start > 0) {
     const unsigned char before = line[start - 1];
     if (before == '+' && !plus)
       plus = true;
@@ -334,21 +342,20 @@ bool IsPhone(PHONEGROUPS& groups, PHONELINE& line) {
 
 void ParseLine(TBLOCK text, OLIST& phones) {
   PHONELINE line(text);
-  uint32_t at = 0;    // here the search goes on
-  uint32_t from = 0;  // up to here the line is used up
+  uint32_t at = 0;
   while (phones.len() < kMaxPhones) {
     while (at < text.length && !In(text[at], PhoneBitDigit)) at++;
     if (at == text.length) return;
     PHONEGROUPS groups = {text, at, false, 0, {}, {}};
     groups.addGroup(at);
-    groups.findStart(from);
+    groups.findStart();
     groups.addGroups();
     if (groups.isAddress()) {
-      at = from = groups.last[3];
+      at = groups.last[3];
       continue;
     }
     groups.cutLong();
-    at = from = groups.end();
+    at = groups.end();
     PHONEGROUPS phone = groups;
     if (IsPhone(phone, line) && line.admits(groups))
       AddPhone(phone.text(), phones);

@@ -76,7 +76,7 @@ bool AllOf(TBLOCK text, uint32_t mask) {
   const uint32_t n = text.empty() ? 0 : text.length;
   for (uint32_t i = 0; i < n; i++)
     if (!TBLOCK::Is(text[i], mask)) return false;
-  return n > 0;
+  return true;
 }
 
 // Words that look random to the tests but are paths, addresses, rulers or

@@ -84,6 +84,8 @@ NAMEWORDS::NAMEWORDS(TBLOCK name) : TBLOCKVECT(kMaxNameWords) {
                            bitWordSep | bitDash);
 }
 
+NAMEWORDS::~NAMEWORDS() {}
+
 WORDFIT FitWord(TBLOCK stem, TBLOCK word) {
   WORDFIT fit = {0, 0};
   if (stem.empty() || word.empty()) return fit;

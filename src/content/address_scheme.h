@@ -27,6 +27,7 @@ int32_t FindText(TBLOCK text, TBLOCK part);
 class NAMEWORDS : public TBLOCKVECT {
  public:
   explicit NAMEWORDS(TBLOCK name);
+  ~NAMEWORDS() override;
 };
 
 // How much of a stem one word makes up.

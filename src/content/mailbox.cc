@@ -258,6 +258,8 @@ TMAILBOXVECT::TMAILBOXVECT(int32_t n)
               : 0,
           OffsetOf(kGrowthRecords)) {}
 
+TMAILBOXVECT::~TMAILBOXVECT() {}
+
 int32_t TMAILBOXVECT::count() const {
   return static_cast<int32_t>(length / sizeof(TMAILBOX));
 }

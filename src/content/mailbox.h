@@ -36,6 +36,7 @@ class TMAILBOXVECT : public BLOCK {
  public:
   // Reserves room for n records.
   explicit TMAILBOXVECT(int32_t n);
+  ~TMAILBOXVECT() override;
 
   int32_t count() const;
   TMAILBOX get(int32_t i) const;

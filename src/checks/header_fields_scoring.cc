@@ -63,18 +63,36 @@ class FIELDLINE {
   RULEPATTERN pattern;
 };
 
-// The text of a line. False where a damaged image has none: read as empty it
-// would hold for a header without a field.
-bool TakeText(const TQMDICO& dico, const TQKLINE* line, TBLOCK& text) {
-  if (!line || !(line->flags & KWLINEFLAGSTRING)) return false;
-  text = dico.lineBlock(line);
-  return !text.empty() || line->length == 0;
-}
-
+// Line i and its text. Null where a damaged image has no text: read as empty
+// it would hold for a header without a field.
 const TQKLINE* LineOf(const TQMDICO& dico, const TQKSECTION* section,
                       uint32_t i, TBLOCK& text) {
   const TQKLINE* line = dico.image().sectionLine(section, i);
-  return TakeText(dico, line, text) ? line : nullptr;
+  if (!line || !(line->flags & KWLINEFLAGSTRING)) return nullptr;
+  text = dico.lineBlock(line);
+  return !text.empty() || line->length == 0 ? line : nullptr;
+}
+
+// Sum of the section's lines over the parts. Each line is taken to all of them
+// before the next, since its pattern may have to be compiled. A line of any
+// other kind of section never holds.
+int32_t SumOfLines(const TQMDICO& dico, const char* name, const OLIST& parts) {
+  const TQKSECTION* section = dico.findSection(name);
+  if (!section || (section->type != stString && section->type != stRegex))
+    return 0;
+  const uint32_t n = dico.image().lineCountOf(section);
+  int64_t total = 0;
+  for (uint32_t i = 0; i < n; i++) {
+    TBLOCK text;
+    const TQKLINE* line = LineOf(dico, section, i, text);
+    if (!line) continue;
+    FIELDLINE test(text, section->type == stRegex, dico.pool);
+    OITER walk(&parts);
+    while (const void* part = walk.next())
+      if (test.holds(*static_cast<const BLOCKPART*>(part)))
+        total += line->score;
+  }
+  return ClampScore(total);
 }
 
 // Whether a part of that name holds the text.
@@ -91,20 +109,10 @@ bool HoldsAttached(const OLIST& parts, TBLOCK name, TBLOCK text) {
 
 }  // namespace
 
-// A line of any other kind of section never holds.
 int TQMMSG::getHeaderScore(const char* section, const BLOCKPART* part) {
-  const TQKSECTION* found = dico.findSection(section);
-  if (!found || (found->type != stString && found->type != stRegex)) return 0;
-  const uint32_t n = dico.image().lineCountOf(found);
-  int64_t total = 0;
-  for (uint32_t i = 0; i < n; i++) {
-    TBLOCK words;
-    const TQKLINE* line = LineOf(dico, found, i, words);
-    if (!line) continue;
-    FIELDLINE test(words, found->type == stRegex, pool);
-    if (test.holds(part ? *part : message)) total += line->score;
-  }
-  return ClampScore(total);
+  OLIST one;
+  one.insert(part ? part : &message, 1);
+  return SumOfLines(dico, section, one);
 }
 
 // Scores: the section's total, as "<section> Header Scoring".
@@ -134,17 +142,18 @@ int TQMMSG::checkAttach() {
     return 1;
   }
   dico.clearMatchCount("AttachExt");
-  int64_t total = 0;
+  OLIST attached;
   OITER walk(&message.parts);
   while (const void* item = walk.next()) {
-    const BLOCKPART* part = static_cast<const BLOCKPART*>(item);
-    if (part == message.htmlPart || part == message.textPart) continue;
+    if (item == message.htmlPart || item == message.textPart) continue;
     const TQKLINE* line = nullptr;
+    const BLOCKPART* part = static_cast<const BLOCKPART*>(item);
     dico.scanBlock("AttachExt", part->extension, line, 0);
-    total += getHeaderScore("AttachHeader", part);
+    attached.insert(part, 1);
   }
   attachScored = addSectionScore("AttachExt", 0, " attached") != 0;
+  const int32_t total = SumOfLines(dico, "AttachHeader", attached);
   if (total == 0) return attachScored;
-  addToSpamScore(ClampScore(total), "Attach header", 1);
+  addToSpamScore(total, "Attach header", 1);
   return 1;
 }

@@ -12,7 +12,8 @@
 // Words that are prices: "$" and digits.
 int32_t PriceCount(const TBLOCKVECT& words);
 // Vowels that a word repeats for nothing; 0 for a mail address. With `fix` the
-// word loses them: WRITES. The second sums over a vector.
+// word loses them: WRITES. The second sums over a vector, in which no two words
+// may overlap then.
 int32_t BlockUselessVowelCount(TBLOCK& word, int fix);
 int32_t BlocklistUselessVowelCount(TBLOCKVECT& words, int fix);
 // Length of all runs of n or more equal small letters, if what is left of the

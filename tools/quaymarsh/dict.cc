@@ -11,6 +11,7 @@
 
 #include "base/md5.h"
 #include "commands.h"
+#include "content/words.h"
 #include "printable.h"
 #include "regex/regex_pool.h"
 #include "rules/kw_obj.h"
@@ -175,11 +176,13 @@ int DictRun::find() {
   return kExitOk;
 }
 
-// The words of the text as a scan cuts them; every line that they meet.
+// The words of the text as a scan cuts those of a body; every line that they
+// meet.
 int DictRun::findWords(const TQKSECTION* section, TBLOCK text) {
-  TBLOCKVECT words(16);
+  TBLOCKVECT words(16), lines(text, 0);
+  STR letters;
   int32_t hits = 0;
-  TBLOCK::GetBlockWordList(text, words, bitWordSep);
+  ParseLinesWords(letters, nullptr, lines, words, nullptr);
   dico_.findKeywords(section, words, TBLOCK(), 0, 0, hits);
   if (hits == 0) printf("not found\n");
   const uint32_t count = dico_.image().lineCountOf(section);

@@ -10,21 +10,25 @@
 #include <memory>
 
 #include "checks/message_id.h"
+#include "regex/regex_pool.h"
 
 static const int64_t kNow = 1204538400;
+
+// Keeps the patterns from one input to the next.
+static REGEXPOOL pool(1);
 
 static void Check(bool holds) {
   if (!holds) __builtin_trap();
 }
 
 static void CheckDecoders(TBLOCK text, const BLOCKDATE& date) {
-  TMIMEOLEID id(nullptr);
+  TMIMEOLEID id(&pool);
   id.parse(text, &date, kNow);
   Check(id.errors < 32 && (id.isOle || (!id.errors && id.sequence == -1)));
   Check(!(id.errors & moNotHexa) || id.errors == moNotHexa);
   Check(!id.ip.invalid == !(id.errors & moBadAddress));
 
-  TMIMEOLEBOUND bound(nullptr);
+  TMIMEOLEBOUND bound(&pool);
   bound.parse(text, &date, date.zoneSeconds, kNow);
   Check(bound.error == 0 || (bound.error == 1 && bound.isOle));
   if (bound.isOle && !bound.error)
@@ -52,8 +56,8 @@ static void CheckIds(TBLOCK id, TBLOCK email, int32_t utc) {
   HidesAddressInBase64(id, email);
   int64_t stamp = -1;
   Check(ReadSquirrelStamp(id, stamp) || stamp == -1);
-  IsStampForged(id, email, TBLOCK("Mozilla"), TBLOCK(), utc, false, nullptr);
-  IsStampForged(id, email, TBLOCK(), TBLOCK(), utc, false, nullptr);
+  IsStampForged(id, email, TBLOCK("Mozilla"), TBLOCK(), utc, false, &pool);
+  IsStampForged(id, email, TBLOCK(), TBLOCK(), utc, false, &pool);
   IsRelayHost(id, email);
   ComesFromHost(id, email, '>');
   HasDigitBehindW(id);

@@ -12,10 +12,11 @@
 
 namespace {
 
-// An identifier is searched for other texts, and decoded, up to here: more
-// than a line of a header holds. Bounds what many relay lines and long
-// identifiers cost together.
-const uint32_t kMaxIdBytes = 1024;
+// An identifier is searched for those of relays up to here. Bounds what many
+// relay lines cost; real identifiers stay below 200.
+const uint32_t kMaxSearchedId = 256;
+// Longer ones are not decoded: an address is shorter.
+const uint32_t kMaxCodedBytes = 1024;
 
 const int64_t kDaySeconds = 86400;
 const int64_t kHourSeconds = 3600;
@@ -178,7 +179,7 @@ bool HidesAddressInHexa(TBLOCK id, TBLOCK email) {
 bool HidesAddressInBase64(TBLOCK id, TBLOCK email) {
   const TBLOCK local = BeforeByte(id, '@');
   const uint64_t once = 4 * ((uint64_t{email.length} + 2) / 3);
-  if (email.length < kMinAddress || local.length > kMaxIdBytes ||
+  if (email.length < kMinAddress || local.length > kMaxCodedBytes ||
       local.length < 4 * ((once + 2) / 3))
     return false;
   BLOCK coded(local.length, 0);
@@ -203,7 +204,7 @@ int TQMMSG::checkIdFromMTA() {
     StripAngleBrackets(messageId);
     return 1;
   }
-  const TBLOCK searched = messageId.head(kMaxIdBytes);
+  const TBLOCK searched = messageId.head(kMaxSearchedId);
   OITER lines(&received);
   while (const void* item = lines.next()) {
     const TBLOCK id = static_cast<const BLOCKRECEIVED*>(item)->id;

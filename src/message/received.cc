@@ -11,9 +11,7 @@ namespace {
 
 // Brackets in brackets that a template follows; what is deeper leaves no trace.
 const int32_t kMaxBracketDepth = 32;
-// What of a text the patterns see. Bounds their cost: they search from every
-// byte on.
-const uint32_t kMaxHostBytes = 1024;
+// What of a text the patterns see. Bounds their cost.
 const uint32_t kMaxDateBytes = 80;
 const uint32_t kMaxCommentBytes = 8192;  // a longer one has no known kind
 const int kDotsOfAddress = 3;
@@ -47,8 +45,9 @@ const char adn_char_num[] = "NUM";
 const char adn_char_date[] = "DATE";
 const char adn_char_equal[] = "=";
 
-// Comments of known servers, in the order of RECEIVEDWARE's patterns.
-const char* const StdCommentTab[RECEIVEDWARE::kCommentCount] = {
+// Comments of known servers: one for each of RECEIVEDWARE's patterns, then the
+// one that needs none.
+const char* const StdCommentTab[RECEIVEDWARE::kCommentCount + 1] = {
     "$exc", "$lot", "$nst", "$sm", "$sun"};
 
 // Words that templates keep.
@@ -134,6 +133,45 @@ const char* ClassOfAddress(TBLOCK word) {
   return local ? adn_char_ip_local : adn_char_ip;
 }
 
+// What _RECEIVEDWARE_EXPRADDR finds: a dot behind a name and ahead of two
+// letters. The pattern itself takes as long as the square of a word of dots.
+bool HoldsHostName(TBLOCK word) {
+  const unsigned char* const p = word.pointer;
+  for (uint32_t i = 1; i + 2 < word.length; i++) {
+    if (p[i] != '.' || !TBLOCK::Is(p[i + 1], bitAlpha) ||
+        !TBLOCK::Is(p[i + 2], bitAlpha))
+      continue;
+    if (TBLOCK::Is(p[i - 1], bitAlpha | bitDigit) || p[i - 1] == '_' ||
+        p[i - 1] == '-')
+      return true;
+  }
+  return false;
+}
+
+// What _RECEIVEDWARE_SUN_JAVA finds: three texts in this order, with no control
+// character between them that "." leaves out. The pattern takes as long as the
+// cube of a comment that repeats them.
+bool HoldsSunJava(TBLOCK comment) {
+  const unsigned char kFirstByteOfDot = 0x0D;
+  const TBLOCK texts[] = {TBLOCK("Sun Java System Messaging Server"),
+                          TBLOCK("(built"), TBLOCK("))")};
+  while (!comment.empty()) {
+    uint32_t n = 0;
+    while (n < comment.length && comment[n] >= kFirstByteOfDot) n++;
+    const TBLOCK stretch = comment.head(n);
+    uint32_t from = 0, found = 0;
+    for (TBLOCK text : texts) {
+      const int32_t at = stretch.find(text, from, TBLOCK::NoConvTable);
+      if (at < 0) break;
+      from = static_cast<uint32_t>(at) + text.length;
+      found++;
+    }
+    if (found == 3) return true;
+    comment.skip(n + 1);
+  }
+  return false;
+}
+
 // "www." cannot come here, as a host has letters behind a dot.
 const char* ClassOfHost(TBLOCK word) {
   if (word.equals(TBLOCK("www."), TBLOCK::NoConvTable)) return "www.dom";
@@ -149,14 +187,14 @@ const char* FindStdWord(TBLOCK word) {
 }
 
 // What stands for the word in a template; null for nothing.
-const char* ClassOfWord(TBLOCK word, const REGEX& host) {
+const char* ClassOfWord(TBLOCK word) {
   const int32_t keyword = FindKeyword(word);
   if (keyword != fieldNone) return kKeywords[keyword].inTemplate;
   const char* const address = ClassOfAddress(word);
   if (address) return address;
   if (IsMailAddress(word)) return adn_char_email;
   if (word.begins("http://") && AllIn(word, bitUrl)) return adn_char_url;
-  if (host.matches(word.head(kMaxHostBytes))) return ClassOfHost(word);
+  if (HoldsHostName(word)) return ClassOfHost(word);
   if (AllIn(word, bitDigit)) return adn_char_num;
   return FindStdWord(word);
 }
@@ -165,18 +203,16 @@ const char* ClassOfWord(TBLOCK word, const REGEX& host) {
 
 RECEIVEDWARE::RECEIVEDWARE(REGEXPOOL* pool)
     : date(REGEXPOOL::_RECEIVEDWARE_EXPRDATE, pool),
-      host(REGEXPOOL::_RECEIVEDWARE_EXPRADDR, pool),
       exchange(REGEXPOOL::_RECEIVEDWARE_EXCHANGE, pool),
       lotus(REGEXPOOL::_RECEIVEDWARE_LOTUS, pool),
       netscape(REGEXPOOL::_RECEIVEDWARE_NETSCAPE, pool),
       sendmail(REGEXPOOL::_RECEIVEDWARE_SENDMAIL, pool),
-      sunJava(REGEXPOOL::_RECEIVEDWARE_SUN_JAVA, pool),
-      comments{&exchange, &lotus, &netscape, &sendmail, &sunJava} {}
+      comments{&exchange, &lotus, &netscape, &sendmail} {}
 
 const char* RECEIVEDWARE::getReceivedAdn(TBLOCK text, STR& adn, int oneWord) {
   adn = "";
   if (oneWord)
-    _AddToReceivedAdn(adn, ClassOfWord(text, host));
+    _AddToReceivedAdn(adn, ClassOfWord(text));
   else
     addTemplate(text, adn, 0);
   return adn.c_str();
@@ -203,7 +239,7 @@ void RECEIVEDWARE::addTemplate(TBLOCK text, STR& adn, int32_t depth) {
       addBrackets(text, FindClose(text, close), close, adn, depth);
     } else {
       const uint32_t n = FindAny(text, " ;=[(");
-      _AddToReceivedAdn(adn, ClassOfWord(text.head(n), host));
+      _AddToReceivedAdn(adn, ClassOfWord(text.head(n)));
       text.skip(n);
     }
   }
@@ -241,7 +277,7 @@ const char* RECEIVEDWARE::commentWord(TBLOCK inside) const {
   if (inside.length > kMaxCommentBytes) return nullptr;
   for (int32_t i = 0; i < kCommentCount; i++)
     if (comments[i]->matches(inside)) return StdCommentTab[i];
-  return nullptr;
+  return HoldsSunJava(inside) ? StdCommentTab[kCommentCount] : nullptr;
 }
 
 BLOCKRECEIVED::BLOCKRECEIVED(TBLOCK value, RECEIVEDWARE* wareToUse,

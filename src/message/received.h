@@ -19,7 +19,7 @@ class REGEXPOOL;
 class RECEIVEDWARE {
  public:
   // Patterns of comments, in the order in which they are tried.
-  static const int32_t kCommentCount = 5;
+  static const int32_t kCommentCount = 4;
 
   // `pool` is borrowed and may be null.
   explicit RECEIVEDWARE(REGEXPOOL* pool);
@@ -35,8 +35,8 @@ class RECEIVEDWARE {
   void skipDate(TBLOCK& text, STR& adn);
   const char* commentWord(TBLOCK inside) const;
 
-  REGEX date, host;
-  REGEX exchange, lotus, netscape, sendmail, sunJava;
+  REGEX date;
+  REGEX exchange, lotus, netscape, sendmail;
   REGEX* comments[kCommentCount];
 };
 

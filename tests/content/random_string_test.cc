@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "base/hash_count.h"
 #include "base/heap_text.h"
 #include "content/block_url.h"
@@ -106,55 +108,35 @@ TEST(RandomStringTest, Edges) {
   }
 }
 
+// Holds the answer for each of the texts, which are parted by "|".
+void CheckAll(bool (*test)(TBLOCK), bool answer, const std::string& texts) {
+  for (size_t at = 0, end; at <= texts.size(); at = end + 1) {
+    end = std::min(texts.find('|', at), texts.size());
+    const std::string text = texts.substr(at, end - at);
+    EXPECT_EQ(test(HeapText(text).view()), answer) << text.substr(0, 40);
+  }
+}
+
 TEST(RandomStringTest, SpamSigns) {
-  const char* const signs[] = {"abcd-4",        "girl3",        "a-b-c-d-4",
-                               "abcdefghij-10", "----0",        "abcdl-5",
-                               "abcd--4",       "abcdefghijl10"};
-  for (const char* text : signs)
-    EXPECT_TRUE(IsSpamSign(HeapText(text).view())) << text;
-  const char* const others[] = {"",        "b-1",           "abcd-5", "mail4",
-                                "abcd-04", "abcdefghij-11", "abcdL4"};
-  for (const char* text : others)
-    EXPECT_FALSE(IsSpamSign(HeapText(text).view())) << text;
+  CheckAll(IsSpamSign, true,
+           "abcd-4|girl3|a-b-c-d-4|abcdefghij-10|----0|abcdl-5|abcd--4|"
+           "abcdefghijl10");
+  CheckAll(IsSpamSign, false, "|b-1|abcd-5|mail4|abcd-04|abcdefghij-11|abcdL4");
 }
 
 TEST(RandomStringTest, Strings) {
-  const std::string random[] = {
-      "qzxvbn",          "(\"qzxvbn\")",
-      "qzxvbn.jpeg2",    "qzxvbn.pdf.gz",
-      "qzxvbn.p",        "1234567890123456",
-      "a1b2c3d4e5",      "a1b2c3dede",
-      "qzxvbn@x",        "abcd-4",
-      "the RZNEX thing", "jk9^",
-      "\\q\\zxvbn\\",    std::string(100000, '7'),
-  };
-  for (const std::string& text : random)
-    EXPECT_TRUE(IsRandomString(HeapText(text).view())) << text.substr(0, 40);
-  const std::string others[] = {
-      "",
-      "b-1",
-      "invoice.pdf",
-      "qzxvbn.pdf",
-      "'qzxvbn.jpeg'",
-      "123456789012345",
-      "a1b2c3d4",
-      "a1b2cedede",
-      "strength",
-      "mailto:qzxvbn",
-      "WWW.qzxvbn",
-      "qzxvbn-SMTP",
-      "\\q\\z\\x\\vbnqzx",
-      "\\\\qzxvbn",
-      "qzxvbn/",
-      "--qzxvbn",
-      "qzxvbn@x.y",
-      ".qzxvbn@",
-      "qzxvbn\xE9",
-      // Digits but for one, above what the counts hold.
-      std::string(70000, '7') + "-",
-  };
-  for (const std::string& text : others)
-    EXPECT_FALSE(IsRandomString(HeapText(text).view())) << text.substr(0, 40);
+  CheckAll(IsRandomString, true,
+           "qzxvbn|(\"qzxvbn\")|qzxvbn.jpeg2|qzxvbn.pdf.gz|qzxvbn.p|qzxvbn@x|"
+           "1234567890123456|a1b2c3d4e5|a1b2c3dede|abcd-4|the RZNEX thing|jk9^|"
+           "\\q\\zxvbn\\|" +
+               std::string(100000, '7'));
+  // The last: digits but for one, above what the counts hold.
+  CheckAll(IsRandomString, false,
+           "|b-1|invoice.pdf|qzxvbn.pdf|'qzxvbn.jpeg'|123456789012345|a1b2c3d4|"
+           "a1b2cedede|strength|mailto:qzxvbn|WWW.qzxvbn|qzxvbn-SMTP|"
+           "\\q\\z\\x\\vbnqzx|\\\\qzxvbn|qzxvbn/|--qzxvbn|qzxvbn@x.y|.qzxvbn@|"
+           "qzxvbn\xE9|" +
+               std::string(70000, '7') + "-");
 }
 
 TEST(RandomStringTest, WordsOfAText) {
@@ -164,31 +146,23 @@ TEST(RandomStringTest, WordsOfAText) {
   EXPECT_EQ(length, 116);
 }
 
+bool IsRandomUrl(TBLOCK text) {
+  TBLOCKURL url;
+  url.parseUrl(text);
+  return CheckRandomUrl(url);
+}
+
 TEST(RandomStringTest, Urls) {
-  const struct {
-    const char* url;
-    bool random;
-  } rows[] = {
-      {"http://x7y8z9q.example.com/", true},
-      {"http://x7y8z9q.example.org/", false},
-      {"https://x7y8z9q.example.com/", false},
-      {"http://x7y8z9q.com/", false},  // the domain itself is not looked at
-      {"http://qzxvbn.a.example.NET/", true},
-      {"http://a.qzxvbn.example.biz/", true},
-      {"http://a1b.c2d.e3f.example.info/", false},  // hexadecimal
-      {"http://a1x.c2x.e3x.example.info/", true},   // edges add up
-      {"http://a1x.c2x.deadbeef.example.info/", false},
-      {"http://www.x7y8z9q.example.com/", false},
-      {"http://trkx7y8z9q.example.com/", false},
-      {"http://x7y8z9q.cloudfront.net/", false},
-      {"http://x7y8z9q.mycloudfront.net/", true},
-  };
-  for (const auto& row : rows) {
-    TBLOCKURL url;
-    const HeapText text(row.url);
-    url.parseUrl(text.view());
-    EXPECT_EQ(CheckRandomUrl(url), row.random) << row.url;
-  }
+  CheckAll(IsRandomUrl, true,
+           "http://x7y8z9q.example.com/|http://qzxvbn.a.example.NET/|"
+           "http://a.qzxvbn.example.biz/|http://a1x.c2x.e3x.example.info/|"
+           "http://x7y8z9q.mycloudfront.net/");
+  CheckAll(IsRandomUrl, false,
+           "http://x7y8z9q.example.org/|https://x7y8z9q.example.com/|"
+           "http://x7y8z9q.com/|http://a1b.c2d.e3f.example.info/|"
+           "http://a1x.c2x.deadbeef.example.info/|"
+           "http://www.x7y8z9q.example.com/|http://trkx7y8z9q.example.com/|"
+           "http://x7y8z9q.cloudfront.net/");
   // Brackets, in this order; and a domain that is no part of the host.
   TBLOCKURL url;
   url.proto = upHttp;
@@ -214,15 +188,11 @@ TEST(RandomStringTest, HighBytes) {
 }
 
 TEST(RandomStringTest, RareTriples) {
-  EXPECT_TRUE(IsRandomBlock(HeapText("coccyxes").view()));   // 8
-  EXPECT_FALSE(IsRandomBlock(HeapText("stymying").view()));  // 7
-  EXPECT_TRUE(IsRandomBlock(HeapText("12qzxqjb3").view()));
-  EXPECT_FALSE(IsRandomBlock(HeapText("--qzxqj--").view()));  // 5 letters
-  EXPECT_FALSE(IsRandomBlock(HeapText("1234567").view()));
-  EXPECT_FALSE(IsRandomBlock(HeapText("strengthening").view()));
-  EXPECT_TRUE(CheckRandomWords(HeapText("good, (qzxqjb)").view()));
-  EXPECT_FALSE(CheckRandomWords(HeapText("good, better; best ").view()));
-  EXPECT_FALSE(CheckRandomWords(TBLOCK()));
+  // The first scores 8, the second 7, the third has 5 letters.
+  CheckAll(IsRandomBlock, true, "coccyxes|12qzxqjb3");
+  CheckAll(IsRandomBlock, false, "stymying|--qzxqj--|1234567|strengthening|");
+  CheckAll(CheckRandomWords, true, "good, (qzxqjb)|qzxqjb");
+  CheckAll(CheckRandomWords, false, "good, better; best ||qz xq jb");
 }
 
 }  // namespace

@@ -4,8 +4,6 @@
 // since rules ask thousands of times for a few. Entries: TQMMSG::regexFields,
 // setRegexFields, dropRegexFields. TQMDICO::getRegexField knows the number of a
 // name. Tested by rule_fields_test.cc.
-//
-// What no parser fills yet is read all the same and gives no elements.
 
 #include <stdio.h>
 #include <string.h>

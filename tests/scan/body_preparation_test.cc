@@ -105,10 +105,12 @@ TEST(BodyPreparationTest, WholeMessages) {
     m.loadFromBlock(HeapText(row.mail).view(), "", 1);
     m.parseBody();
     const uint32_t digits = m.messageCharset.zoneCounts[czDigit];
+    const TBLOCK header = m.hdrAdn.view();
+    const TBLOCK charset = header.from(header.length - 1);
     EXPECT_EQ(row.dump, std::to_string(m.msgContext.emptyBody) + " " +
-                            std::to_string(digits) + " " +
-                            Str(m.hdrAdn.view()) + Str(m.lastLine.view()) +
-                            "|" + Str(m.lastButOneLine.view()))
+                            std::to_string(digits) + " " + Str(charset) +
+                            Str(m.lastLine.view()) + "|" +
+                            Str(m.lastButOneLine.view()))
         << row.mail;
   }
 }

@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "content/phone.h"
-#include "message/received.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -129,7 +127,8 @@ TEST_F(RuleFieldsTest, FromARealMessage) {
             fields("FirstLine LastLine Lines Tokens"));
   EXPECT_EQ("[PHPMailer 1] [12] [ole] [Yes] [8bit] [HTA]",
             fields("Mailer Agent Ole XSpamStatus Encoding Tags"));
-  EXPECT_EQ("[from a by b][from c by d] []", fields("Received Rcvd"));
+  EXPECT_EQ("[from a by b][from c by d] [from c by d]",
+            fields("Received Rcvd"));
   EXPECT_EQ("[AnnaSmith.Jo@h.x.example] [AnnaSmith.Jo] [Anna][Smith] [Anna]",
             fields("Addr User AddrWords Alias"));
   EXPECT_EQ("[t@x.example] [c@x.example] [r@x.example] [x.example]",
@@ -230,38 +229,50 @@ TEST_F(RuleFieldsTest, LinksAndPictures) {
   EXPECT_EQ("[cid:1] [f] [l.l,u] -", fields("Img ImgFile AdnUrl2 ImgLink"));
 }
 
-// What is not parsed yet is read from where it will be.
-TEST_F(RuleFieldsTest, FromLaterParsers) {
-  load("Received: x\r\n\r\n");
-  BLOCKRECEIVED first(TBLOCK(), nullptr, nullptr);
-  BLOCKRECEIVED second(TBLOCK(), nullptr, nullptr);
-  TBLOCK* const clauses[] = {&first.text, &first.from, &first.by, &first.with,
-                             &first.id};
-  const char* const words[] = {"text", "from", "by", "with", "id"};
-  for (int i = 0; i < 5; i++) *clauses[i] = TBLOCK(words[i]);
-  first.adn = "template";
-  second.text = TBLOCK("second");
-  m.received.insert(&first, 1);
-  m.received.insert(&second, 1);
-  m.firstReceived = &first;
-  m.secondReceived = &second;
-  BLOCKPHONE phone;
-  phone.text = TBLOCK("O1");
-  phone.digits = "01";
-  m.phones.insert(&phone, 1);
-  m.bodyWords.add(TBLOCK("w"), 0, 0);
-  m.htmlContext.linkWords.add(TBLOCK("lw"), 0, 0);
+// The relay lines stand in the header newest first; "the last" is the oldest.
+TEST_F(RuleFieldsTest, RelaysAndFingerprints) {
+  load(
+      "Received: from c ([192.0.2.3]) by d with LMTP id 3;"
+      " Mon, 2 Mar 2026 10:00:10 +0000\r\n"
+      "Received: from b ([192.0.2.2]) by c with ESMTP id 2 for <f@x.example>;"
+      " Mon, 2 Mar 2026 10:00:01 +0000\r\n"
+      "Received: from a ([192.0.2.1]) by b with HTTP id 7a;"
+      " Mon, 2 Mar 2026 10:00:00 +0000\r\n"
+      "Date: Mon, 2 Mar 2026 10:00:00 +0000\r\nMessage-Id: <12@x>\r\n"
+      "From: Ab <cd@x.example>\r\nTo:\te@x.example\r\nSubject: Re: ab\r\n"
+      "Thread-Index: AAAA\r\nContent-Type: text/html\r\n\r\n"
+      "<body a=b c=1>Call +1 202 555 0147<p>f@x.example "
+      "<a href=http://g.x.example/h>ij kl</a>"
+      "<a href=http://g.x.example/1.html>m</a>");
+  EXPECT_EQ("[a ([192.0.2.1])] [b] [HTTP] [7a] [192.0.2.1] [f@x.example]",
+            fields("RcvdFrom RcvdBy RcvdWith ById Ip For"));
+  EXPECT_EQ("[l ([i])] [l] [HTTP] [mm]",
+            fields("AdnRcvdFrom AdnRcvdBy AdnRcvdWith AdnById"));
+  const std::string first = Dump(m.regexFields(NumberOf("AdnRcvd"), TBLOCK())),
+                    second = Dump(m.regexFields(NumberOf("AdnLabo"), TBLOCK()));
+  EXPECT_NE(first, second);
+  EXPECT_EQ(0u, fields("AdnRec").find(first + second));
+  EXPECT_EQ("from b", fields("Labo").substr(1, 6));
+  EXPECT_EQ("[dd@x] [Re: ll] [a{2} <l{2}@l{1}.l{7}>] [000000] [0######c###]",
+            fields("AdnId AdnSubject AdnFrom AdnThid AdnDates"));
+  EXPECT_EQ("[12025550147] [f@x.example] [H2I3C0P1R0B0G0Z0A1]",
+            fields("Phone Emails Counts"));
+  EXPECT_EQ("[llll://l.l.lllllll/l][llll://l.l.lllllll/d.llll]",
+            fields("AdnUrl"));
+  EXPECT_EQ("[l.l.lllllll/l,l.l.lllllll/d.html]", fields("AdnUrl2"));
+  const std::string words = fields("Words");
+  EXPECT_EQ("[ij][kl][m]", words.substr(words.size() - 11)) << words;
+}
+
+TEST_F(RuleFieldsTest, TablesAndTags) {
+  load("");
   m.htmlContext.tablePattern = std::string(60, 't').c_str();
   m.htmlContext.badTags.incBlockCount(TBLOCK("<bad>"), 2);
-  EXPECT_EQ("[template] [text] [template] [second] []",
-            fields("AdnRec Rcvd AdnRcvd Labo AdnLabo"));
-  EXPECT_EQ("[from] [by] [with] [id]", fields("RcvdFrom RcvdBy RcvdWith ById"));
-  EXPECT_EQ("[01] [w][lw] [<bad>]", fields("Phone Words BadTag"));
+  m.htmlContext.tagParams.add("a=1");
+  m.htmlContext.tagParams.add("Bc");
+  EXPECT_EQ("[<bad>] [l=d][a]", fields("BadTag AdnTagParam"));
   EXPECT_EQ("[" + std::string(50, 't') + "]", fields("AdnTable"));
   EXPECT_EQ("[" + std::string(60, 't') + "]", fields("Table"));
-  m.received.remove(&first);
-  m.received.remove(&second);
-  m.phones.remove(&phone);
 }
 
 TEST_F(RuleFieldsTest, FieldsOfTheLedgerAreNeverKept) {
@@ -303,7 +314,7 @@ TEST_F(RuleFieldsTest, Keeping) {
   EXPECT_EQ("[w]", fields("Words"));
   m.bodyWords.add(TBLOCK("x"), 0, 0);
   m.parseWords();
-  EXPECT_EQ("[w][x]", fields("Words"));
+  EXPECT_EQ("[w][x][body]", fields("Words"));
   char lines[] = "Subject: b\r\n";
   EXPECT_EQ("[a]", fields("Subject"));
   m.changeHeader(TBLOCK(lines));

@@ -340,12 +340,28 @@ class KNOWNTEXTS {
   TernaryStringTree<int32_t, true> tree;  // index plus 1
 };
 
-bool TakeUrl(TBLOCK& text, STR& adn) {
-  TBLOCK url;
-  if (!CheckWordUrl(text, url)) return false;
-  adn += url.begins("http://www") || url.begins("www") ? 'w' : 'z';
-  return true;
-}
+// Addresses and URLs, and what they become. The text is read in step with one
+// cutter, which has it that long runs are not read anew from each place.
+class LINKMARKS {
+ public:
+  explicit LINKMARKS(TBLOCK whole) : cutter(whole) {}
+  bool take(TBLOCK& text, STR& adn, uint32_t flags) {
+    TBLOCK word;
+    if (!(flags & (adnMail | adnUrl))) return false;
+    cutter.skip(cutter.rest().length - text.length);
+    if ((flags & adnMail) && cutter.takeMail(word))
+      adn += '@';
+    else if ((flags & adnUrl) && cutter.takeUrl(word))
+      adn += word.begins("http://www") || word.begins("www") ? 'w' : 'z';
+    else
+      return false;
+    text = cutter.rest();
+    return true;
+  }
+
+ private:
+  WORDCUTTER cutter;
+};
 
 // Four numbers up to 255 with dots between them; what stands behind the last
 // one makes no difference.
@@ -444,17 +460,13 @@ void AdnFromBlock(TBLOCK text, STR& adn, const char* keep, uint32_t flags,
                   const TADNCLOCK& clock, TBLOCKVECT* known) {
   adn = "";
   KNOWNTEXTS knownTexts;
+  LINKMARKS links(text);
   knownTexts.init(known);
   for (;;) {
     TakeMarks(text, adn, flags);
     if (text.empty()) return;
-    TBLOCK word;
     if (knownTexts.take(text, adn)) continue;
-    if ((flags & adnMail) && CheckWordMail(text, word)) {
-      adn += '@';
-      continue;
-    }
-    if ((flags & adnUrl) && TakeUrl(text, adn)) continue;
+    if (links.take(text, adn, flags)) continue;
     if ((flags & adnIp) && TakeIp(text, adn)) continue;
     TakeRun(text, adn, keep, flags, clock);
   }

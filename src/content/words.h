@@ -49,6 +49,8 @@ class WORDCUTTER {
   bool takeNumber(TBLOCK& word);
   bool takeFile(TBLOCK& word);
   bool takeUrl(TBLOCK& word);
+  // Goes on n bytes further. REQUIRES: as many are left.
+  void skip(uint32_t n) { at += static_cast<int32_t>(n); }
   // What is left.
   TBLOCK rest() const { return text.from(static_cast<uint32_t>(at)); }
 

@@ -109,6 +109,12 @@ TEST(MimeOleTest, DaysOfClocks) {
     bound.parse(text.view(), &date, 0, kNow);
     EXPECT_EQ(row.bad, bound.error);
   }
+  // A clock that no 32 bits hold reads as the -1 of a date that nobody could
+  // read, and is an error of a boundary all the same.
+  const BLOCKDATE unread = DateOf(-1, 0, 1);
+  TMIMEOLEBOUND bound(nullptr);
+  bound.parse(TBLOCK("_NextPart_000_ffffffff.ffffffff"), &unread, 0, kNow);
+  EXPECT_EQ(1, bound.error);
 }
 
 // "error sequence clock zoned", or "-"; zoned by its distance from the clock,
@@ -192,6 +198,7 @@ TEST(MimeOleTest, ThreadIndexes) {
               {kDate - 3600, 0, 0x80, DateOf(kDate, -3600), 1},
               {kNow + 3600, 0, 0x80, DateOf(-1, 0, 1), 0},
               {kNow + 3601, 0, 0x80, DateOf(-1, 0, 1), 1},
+              {kDate + 3600, 0, 0x80, DateOf(kDate, 3600, 1), 0},
               {k2000 - 1, 0, 0x80, DateOf(-1, 0, 1), 1},
               {int64_t{1} << 31, 0, 0x80, DateOf(-1, 0, 1), 1}};
   for (const auto& row : rows) {

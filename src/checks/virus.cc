@@ -7,6 +7,7 @@
 #include "base/wildcard.h"
 #include "regex/regex.h"
 #include "regex/regex_pool.h"
+#include "scan/forward_lines.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -18,12 +19,6 @@ const char kUnknown[] = "unknown";
 const int32_t kMaxAttachments = 2;
 const int32_t kMaxArchiveNames = 3;
 const int32_t kMinDots = 2;
-
-// Ahead of the copy of a message that is returned.
-const char _ForwardTextLines[4][64] = {
-    "--- Below this line is a copy of the message.",
-    "-- This is a copy of the message, including all the headers.",
-    "-- Original message follows --", "-- Original mail message --"};
 
 // Programs that give attachments a Content-ID without a disposition.
 const char* const kCidMailers[] = {"Lotus Notes", "Outlook, Build 11",
@@ -72,6 +67,13 @@ bool IsNamedByAddress(const TMAILBOX& box) {
          box.name.equals("contact") || box.name.equals(box.email);
 }
 
+// Whether the mail comes from a program that hides parts by itself.
+bool HidesParts(TBLOCK mailer, TBLOCK header) {
+  for (const char* program : kCidMailers)
+    if (mailer.find(program) >= 0) return true;
+  return header.find("Thread-Topic") >= 0;
+}
+
 int32_t CountDots(TBLOCK name) {
   int32_t dots = 0;
   for (uint32_t i = 0; i < name.length; i++) dots += name[i] == '.';
@@ -80,6 +82,13 @@ int32_t CountDots(TBLOCK name) {
 
 bool Matches(const char* pattern, TBLOCK text, REGEXPOOL* pool) {
   return REGEX(pattern, pool).matches(text);
+}
+
+void ClearVirus(TQMMSG& m) {
+  m.virusFound = 0;
+  m.virusSure = 0;
+  m.virusName = "";
+  m.virusReason = "";
 }
 
 // The text behind the line that opens a copy of a multipart; false without one.
@@ -127,10 +136,7 @@ int TQMMSG::matchVirusRules(const char* section) {
 }
 
 int TQMMSG::checkAttachVirus() {
-  virusFound = 0;
-  virusSure = 0;
-  virusName = "";
-  virusReason = "";
+  ClearVirus(*this);
   STR ruleName;
   if (matchRuleSection("=RegexNoVirus", ruleName) > 0) return 0;
   if (checkVirusByHeader() || checkLoadedParts()) return 1;
@@ -163,6 +169,7 @@ int TQMMSG::checkVirusByHeader() {
 // Programs that the mail reader loads because the HTML names them, or that are
 // hidden from it.
 int TQMMSG::checkLoadedParts() {
+  int hidden = -1;  // whether a worm hid them, once it was asked for
   OITER walk(&message.parts);
   while (const void* item = walk.next()) {
     const BLOCKPART& part = *static_cast<const BLOCKPART*>(item);
@@ -173,10 +180,8 @@ int TQMMSG::checkLoadedParts() {
     if (lookForUsedCid(part.contentId))
       return setVirus(kUnknown, "HTML use file");
     if (!part.dispositionField.empty()) continue;
-    bool usual = message.header.find("Thread-Topic") >= 0;
-    for (const char* program : kCidMailers)
-      usual = usual || mailer.find(program) >= 0;
-    if (!usual) return setVirus(kUnknown, "CID whitout content disposition");
+    if (hidden < 0) hidden = !HidesParts(mailer, message.header);
+    if (hidden) return setVirus(kUnknown, "CID whitout content disposition");
   }
   return 0;
 }
@@ -198,13 +203,9 @@ bool TQMMSG::findSuspectFile(TBLOCK& fileName) {
 int TQMMSG::checkDicoExt(TBLOCK word, const char* section) {
   word.trim();
   if (word.empty()) return 0;
-  const TQKSECTION* found = dico.findSection(section);
-  const uint32_t n = dico.image().lineCountOf(found);
-  for (uint32_t i = 0; i < n; i++)
-    if (MatchWildcard(dico.lineBlock(dico.image().sectionLine(found, i)), word,
-                      wmOverlap))
-      return 1;
-  return 0;
+  const TQKLINE* line = nullptr;
+  return dico.hashedFind(section, word, line) ||
+         dico.searchString(dico.findSection(section), word, line);
 }
 
 int TQMMSG::lookForUsedCid(TBLOCK contentId) {
@@ -235,7 +236,9 @@ int TQMMSG::checkAttPart(BLOCKPART* part, TBLOCK& fileName) {
 }
 
 // Each entry is a byte that is "0" for a file as it stands, and the name. The
-// last suspect one decides. An empty listing hides what it packs.
+// last suspect one decides. An empty listing hides what it packs. A folder is
+// known by the slash at the end of its extension, so that one without a dot is
+// none, on purpose.
 int TQMMSG::checkArchive(const BLOCKPART& part, TBLOCK& fileName) {
   TBLOCK listing = part.archiveText.view();
   TBLOCK::BlockBeforeChar(listing, ':', 0, 0);
@@ -258,7 +261,7 @@ int TQMMSG::checkArchive(const BLOCKPART& part, TBLOCK& fileName) {
     }
     programs += extension.equals("exe");
     pages += IsOneOf("htm,html", extension);
-    folders += name.ends("/") || name.ends("\\");
+    folders += extension.ends("/") || extension.ends("\\");
   }
   return programs == 1 && pages == 1 && folders == 1 ? 2 : result;
 }
@@ -279,19 +282,18 @@ int TQMMSG::checkForwardedVirus() {
     count++;
     result = checkForwardedBlockVirus(part->decodeContent());
   }
+  // What an earlier part was found to be is then taken back.
+  if (!result && virusSure) ClearVirus(*this);
   if (count > 0) return result;
   if (message.parts.len() != 1 || message.parts.first->item != &message)
     return 0;
   const TBLOCK content = message.decodeContent();
-  for (const char* line : _ForwardTextLines) {
-    const int32_t at = content.find(line);
-    if (at < 0) continue;
+  TBLOCK copy;
+  for (int32_t line = 0; line < kForwardTextLines; line++) {
+    if (!FindBehindLine(content, line, copy)) continue;
     count++;
-    const TBLOCK copy =
-        content.from(static_cast<uint32_t>(at) + TBLOCK(line).length);
     if (checkForwardedBlockVirus(copy)) return 1;
   }
-  TBLOCK copy;
   if (count > 0 || !FindMultipartText(content, pool, copy)) return 0;
   return checkForwardedBlockVirus(copy);
 }

@@ -6,6 +6,7 @@
 
 #include <new>
 
+#include "scan/forward_lines.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -22,26 +23,17 @@ const char kSelfTestSubject[] = "this is spam";
 const char* const kSelfTestRecipients[] = {"probe1@quaymarsh.example",
                                            "probe2@quaymarsh.example"};
 
-// What stands ahead of the returned message in a notification. The first row
-// that is found decides, wherever it stands.
-const char _ForwardTextLines[4][64] = {
-    "--- Below this line is a copy of the message.",
-    "-- This is a copy of the message, including all the headers.",
-    "-- Original message follows --", "-- Original mail message --"};
-
-// The text behind the first row found, less dashes and white space; false
-// when there is none.
+// The returned message in a notification: what stands behind the first of the
+// lines that there is, wherever it stands, less dashes and white space. False
+// without one.
 bool FindForwardedText(TBLOCK text, TBLOCK& forwarded) {
-  for (const char* row : _ForwardTextLines) {
-    const int32_t at = text.find(row);
-    if (at < 0) continue;
-    forwarded = text.from(static_cast<uint32_t>(at) + TBLOCK(row).length);
-    while (!forwarded.empty() &&
-           (forwarded[0] == '-' || TBLOCK::Is(forwarded[0], bitWhiteSpace)))
-      forwarded.skip(1);
-    return true;
-  }
-  return false;
+  int32_t line = 0;
+  while (!FindBehindLine(text, line, forwarded))
+    if (++line == kForwardTextLines) return false;
+  while (!forwarded.empty() &&
+         (forwarded[0] == '-' || TBLOCK::Is(forwarded[0], bitWhiteSpace)))
+    forwarded.skip(1);
+  return true;
 }
 
 }  // namespace

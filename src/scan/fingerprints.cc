@@ -102,11 +102,16 @@ char SectionLetter(TQMDICO& dico, const char* section, TBLOCK value) {
 
 SECTIONLETTERS::SECTIONLETTERS(TQMDICO& dictionary, const char* sectionName,
                                int32_t mode)
-    : dico(dictionary), section(sectionName), known(0, mode) {
+    : dico(dictionary), section(sectionName), known(0, mode), ofEmpty(-1) {
   known.maxProbes = kHostileProbes;
 }
 
 char SECTIONLETTERS::of(TBLOCK value) {
+  if (value.empty()) {
+    if (ofEmpty < 0)
+      ofEmpty = static_cast<unsigned char>(SectionLetter(dico, section, value));
+    return static_cast<char>(ofEmpty);
+  }
   void* data = nullptr;
   if (known.find(value, data) >= 0)
     return static_cast<char>(reinterpret_cast<uintptr_t>(data));

@@ -27,6 +27,7 @@ class SECTIONLETTERS {
   TQMDICO& dico;
   const char* section;
   HASHTAB known;
+  int32_t ofEmpty;  // which no table holds; -1 until asked for
 };
 
 #endif  // SCAN_LETTERS_H_

@@ -36,7 +36,7 @@ class FIELDLINE {
     const int32_t n = part.fields.count();
     for (int32_t i = 0; i < n; i++) {
       const TBLOCK field = part.fields.get(i);
-      const int32_t at = field.find(": ");
+      const int32_t at = field.find(TBLOCK(": "), 0, TBLOCK::NoConvTable);
       if (fits(at < 0 ? TBLOCK() : field.from(static_cast<uint32_t>(at) + 2)))
         return true;
     }

@@ -73,56 +73,6 @@ TEST(HeaderScoringTest, Subjects) {
   }
 }
 
-TEST(HeaderScoringTest, FingerprintKeys) {
-  Scan s;
-  s.load("[$SpamHdr]\n<5>A@B@123456\n<6>A@B@1234567\n<7>@12\n<8>none\n",
-         "A: b\r\n\r\n");
-  const struct {
-    const char *adn, *early, *late;
-  } rows[] = {{"A@B@12345678", "Hdr 1 (5)", "Hdr 2 (6)"},
-              {"A@B@123456", "Hdr 1 (5)", "Hdr 1 (5)"},
-              {"@12", "Hdr 3 (7)", "Hdr 3 (7)"},
-              {"none", "Hdr 4 (8)", "Hdr 4 (8)"}};
-  for (const auto& row : rows) {
-    s.m.hdrAdn = row.adn;
-    s.m.checkSpamHdr();
-    EXPECT_EQ(row.early, s.cause()) << row.adn;
-    s.m.checkHeader();
-    EXPECT_EQ(row.late, s.cause()) << row.adn;
-  }
-}
-
-// As uuencoding writes bytes: 6 bits are one character from 0x20 on, 0 is 0x60.
-std::string Ppt(const std::string& address) {
-  std::string out;
-  uint32_t bits = 0, value = 0;
-  const auto put = [&out](uint32_t v) {
-    out += static_cast<char>(v & 63 ? 0x20 + (v & 63) : 0x60);
-  };
-  put(static_cast<uint32_t>(address.size()));
-  for (const char c : address) {
-    value = value << 8 | static_cast<unsigned char>(c);
-    for (bits += 8; bits >= 6; bits -= 6) put(value >> (bits - 6));
-  }
-  if (bits) put(value << (6 - bits));
-  return out;
-}
-
-TEST(HeaderScoringTest, PptFields) {
-  Scan s;
-  for (const uint32_t length : {5u, 6u, 7u, 64u, 65u, 70000u}) {
-    const HeapText address("a@b." + std::string(length - 4, 'c'));
-    const std::string told = Ppt(address.str());
-    for (const std::string& field : {told, told.substr(1), told + "`"}) {
-      s.load("", "X-PPT: " + field + "\r\n\r\n");
-      s.m.recipientBox.email = address.view();
-      s.m.checkHeader();
-      EXPECT_EQ(field == told ? "Hixppt (200)" : "Loxppt (90)", s.cause())
-          << length;
-    }
-  }
-}
-
 TEST(HeaderScoringTest, DatesAtTheirLimits) {
   const int32_t now = 1200000000, midnight = now / 86400 * 86400;
   const int32_t ahead = midnight + 864000, behind = now - 15552000;

@@ -48,7 +48,7 @@ TEST(HeaderScoringTest, Subjects) {
       {"PaIbLcLdS", 0, "aaaaaa", hot},
       {"PaIbLcLdS", 0, "rrrrraaaaa", ""},
       {"PILLS", 0, "rrrrrr", ""},  // nothing is hidden
-      {"PaIbLcL", 0, "rrrrrr", ""},
+      {"MaEbDcS", 0, "rrrrrr", ""},
       {"NoNsEnSeXY x-PaI-bLcLdS", 0, "rrrrrr", ""},
       {"Pills xPyIzLLSq PIaLLS", 0, "rrrrrr", hot},
       {std::string("PaIbLcLdS\0", 10), 0, "rrrrrr", hot},
@@ -59,7 +59,7 @@ TEST(HeaderScoringTest, Subjects) {
   Scan s;
   s.load(
       "[#BlackSubject]\n<7>*cheap*\n<8>*good\n<9>x\n"
-      "[HardWords]\n<1>nonsense\n<1>pills\n",
+      "[HardWords]\n<1>nonsense\n<1>pills\n<1>meds\n",
       "A: b\r\n\r\n");
   for (const auto& row : rows) {
     SCOPED_TRACE(row.subject.substr(0, 40));

@@ -7,6 +7,8 @@
 
 #include <string.h>
 
+#include "content/words.h"
+
 namespace {
 
 // In the languages that rules are written for, as LowerConvTable leaves them.
@@ -63,34 +65,25 @@ void AddText(TBLOCK text, uint32_t minimum, STRVECT& list) {
 }
 
 TBLOCK LastWord(TBLOCK text) {
-  text.trimRight(bitWordSep);
-  uint32_t at = text.length;
-  while (at > 0 && !TBLOCK::Is(text[at - 1], bitWordSep)) at--;
-  return text.from(at);
+  WORDCUTTER cutter(text);
+  TBLOCK last, word;
+  while (cutter.next(word) != wkNone) last = word;
+  return last;
 }
 
-// The address in a run of bytes of one, without the quotes ahead of it, what
-// can't stand in its domain, and the full stop behind it. Empty when its domain
-// has no dot inside.
-TBLOCK MailWord(TBLOCK run) {
-  while (!run.empty() && (run[0] == '"' || run[0] == '\'')) run.skip(1);
-  const int32_t at = run.findByte('@');
-  if (at < 0) return TBLOCK();
-  const uint32_t start = static_cast<uint32_t>(at) + 1;
-  uint32_t n = start;
-  while (n < run.length && TBLOCK::Is(run[n], bitDomain)) n++;
-  while (n > start && run[n - 1] == '.') n--;
-  run.cut(n);
-  return run.findByte('.', start + 1) < 0 ? TBLOCK() : run;
+// Quotes around an address and a scheme ahead of it are no part of it.
+TBLOCK MailOf(TBLOCK word) {
+  const TBLOCK scheme("mailto:");
+  if (word.begins(scheme)) word.skip(scheme.length);
+  word.trim(bitQuote);
+  TBLOCK mail;
+  return CheckWordMail(word, mail) ? mail : TBLOCK();
 }
 
 void AddMailWords(TBLOCK text, STRVECT& list) {
-  while (!text.empty()) {
-    uint32_t n = 0;
-    while (n < text.length && TBLOCK::Is(text[n], bitEmail)) n++;
-    AddText(MailWord(text.head(n)), kMinAddress, list);
-    text.skip(n + 1);
-  }
+  WORDCUTTER cutter(text);
+  TBLOCK word;
+  while (cutter.next(word) != wkNone) AddText(MailOf(word), kMinAddress, list);
 }
 
 // Occurrences of a text, one behind the other, each looked for once.

@@ -114,7 +114,11 @@ TEST(UnsubTextTest, Lines) {
        "click|http://c.org/|d@e.org|",
        "unsub a@b.org, PS: click http://c.org/. d@e.org f@g f@@g.org"},
       {"PS:\n'\"a@b.org\"' c@d.org... e@f.org/g h@.org i@org. \"'@' '@j..",
-       "a@b.org|c@d.org|e@f.org|", "PS:"},
+       "a@b.org|c@d.org|", "PS:"},
+      // An address in a URL is no word.
+      {"unsub mailto:a@b.org?c, www.d.org/e=f@g.org",
+       "mailto:a@b.org?c,|www.d.org/e=f@g.org|a@b.org|",
+       "unsub mailto:a@b.org?c, www.d.org/e=f@g.org"},
       {"https://a.org www.b.org", "", ""},
       {"https://a.org ps:www.b.org", "www.b.org|",
        "https://a.org ps:www.b.org"},

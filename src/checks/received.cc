@@ -103,6 +103,8 @@ struct RCVDCLAIM {
 };
 
 enum RCVDVERDICT { rvNotMine, rvGenuine, rvForged };
+// Appends the server's name to the cause when the line claims to be of it.
+typedef RCVDVERDICT RCVDJUDGE(const RCVDCLAIM& claim, STR& cause);
 
 RCVDVERDICT Verdict(bool forged) {
   return forged ? rvForged : rvGenuine;
@@ -445,10 +447,9 @@ bool TQMMSG::checkForgedReceived(const BLOCKRECEIVED* line, STR& cause) {
   const RCVDVERDICT sendmail = JudgeSendmail(claim, cause);
   if (sendmail != rvNotMine) return sendmail == rvForged;
   if (testRuleSection("No-ForgedExim")) return false;
-  RCVDVERDICT (*const judges[])
-  (const RCVDCLAIM&, STR&) = {JudgeExim, JudgeNetscape, JudgeSunJava,
-                              JudgeGmail};
-  for (const auto judge : judges) {
+  RCVDJUDGE* const judges[] = {JudgeExim, JudgeNetscape, JudgeSunJava,
+                               JudgeGmail};
+  for (RCVDJUDGE* judge : judges) {
     const RCVDVERDICT verdict = judge(claim, cause);
     if (verdict != rvNotMine) return verdict == rvForged;
   }

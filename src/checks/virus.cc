@@ -290,7 +290,7 @@ int TQMMSG::checkForwardedVirus() {
   const TBLOCK content = message.decodeContent();
   TBLOCK copy;
   for (int32_t line = 0; line < kForwardTextLines; line++) {
-    if (!FindBehindLine(content, line, copy)) continue;
+    if (!FindForwarded(content, line, copy)) continue;
     count++;
     if (checkForwardedBlockVirus(copy)) return 1;
   }

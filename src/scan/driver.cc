@@ -23,17 +23,12 @@ const char kSelfTestSubject[] = "this is spam";
 const char* const kSelfTestRecipients[] = {"probe1@quaymarsh.example",
                                            "probe2@quaymarsh.example"};
 
-// The returned message in a notification: what stands behind the first of the
-// lines that there is, wherever it stands, less dashes and white space. False
-// without one.
-bool FindForwardedText(TBLOCK text, TBLOCK& forwarded) {
-  int32_t line = 0;
-  while (!FindBehindLine(text, line, forwarded))
-    if (++line == kForwardTextLines) return false;
-  while (!forwarded.empty() &&
-         (forwarded[0] == '-' || TBLOCK::Is(forwarded[0], bitWhiteSpace)))
-    forwarded.skip(1);
-  return true;
+// The message that a notification returns, behind the first of the lines that
+// is there, wherever it stands. False without one.
+bool FindReturned(TBLOCK text, TBLOCK& returned) {
+  for (int32_t line = 0; line < kForwardTextLines; line++)
+    if (FindForwarded(text, line, returned)) return true;
+  return false;
 }
 
 }  // namespace
@@ -225,9 +220,9 @@ int TQMMSG::checkEmbeddedSpam(const QMGLOBALSETUP* globalSetup,
 
 void TQMMSG::checkSpamInNotif(const QMGLOBALSETUP* globalSetup,
                               const QMUSERSETUP* userSetup, int skipEmails) {
-  TBLOCK forwarded;
-  if (!FindForwardedText(message.getTextBlock(), forwarded)) return;
-  TQMMSG* inner = scanInner(forwarded, globalSetup, userSetup, skipEmails);
+  TBLOCK returned;
+  if (!FindReturned(message.getTextBlock(), returned)) return;
+  TQMMSG* inner = scanInner(returned, globalSetup, userSetup, skipEmails);
   if (!inner) return;
   if (inner->ledger.state != ssClean) {
     // Only these three: the sums and the details stay the notification's.

@@ -8,10 +8,15 @@ const char _ForwardTextLines[kForwardTextLines][64] = {
     "-- This is a copy of the message, including all the headers.",
     "-- Original message follows --", "-- Original mail message --"};
 
-bool FindBehindLine(TBLOCK text, int32_t line, TBLOCK& behind) {
+bool FindForwarded(TBLOCK text, int32_t line, TBLOCK& forwarded) {
   const TBLOCK row(_ForwardTextLines[line]);
   const int32_t at = text.find(row);
   if (at < 0) return false;
-  behind = text.from(static_cast<uint32_t>(at) + row.length);
+  forwarded = text.from(static_cast<uint32_t>(at) + row.length);
+  // The rest of the line, which most systems end with dashes, and the blank
+  // lines behind it would be read as an empty header.
+  while (!forwarded.empty() &&
+         (forwarded[0] == '-' || TBLOCK::Is(forwarded[0], bitWhiteSpace)))
+    forwarded.skip(1);
   return true;
 }

@@ -10,7 +10,8 @@
 const int32_t kForwardTextLines = 4;
 extern const char _ForwardTextLines[kForwardTextLines][64];
 
-// The text behind the first place of that line in any case; false without one.
-bool FindBehindLine(TBLOCK text, int32_t line, TBLOCK& behind);
+// The message that stands behind that line, found in any case where it comes
+// first, less the dashes and white space ahead of it. False without the line.
+bool FindForwarded(TBLOCK text, int32_t line, TBLOCK& forwarded);
 
 #endif  // SCAN_FORWARD_LINES_H_

@@ -54,7 +54,7 @@ const int32_t kHostileProbes = 1024;
 
 class HASHTAB {
  public:
-  double multiplier;    // of the hash: the golden ratio
+  double multiplier;    // of the hash: the golden ratio, below 1
   double slotFactor;    // slots for each entry of the capacity
   int32_t slotCount;    // slots in the array; 0 before the first insert
   int32_t capacity;     // entries at which the table grows

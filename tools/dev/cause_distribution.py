@@ -101,7 +101,8 @@ def print_table(causes, totals):
     head = " ".join(f"{kind:>5}" for kind in KINDS)
     print(f"{head}  ham%  spam%  points        cause")
     print(" ".join(f"{totals[kind]:5}" for kind in KINDS) + "  messages")
-    for label, cause in sorted(causes.items(), key=lambda item: item[0].lower()):
+    for label, cause in sorted(causes.items(),
+                               key=lambda item: item[0].lower()):
         counts = {kind: len(cause.files[kind]) for kind in KINDS}
         shares = [100 * counts[kind] / max(1, totals[kind])
                   for kind in ("ham", "spam")]

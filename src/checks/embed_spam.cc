@@ -39,10 +39,11 @@ bool FindOwnDomain(const TLINKVECT& links, const TIMGVECT& images,
   return true;
 }
 
+// Of the URL what stands behind its domain, which is a view of it.
 TBLOCK BehindDomain(const TBLOCKURL& url) {
-  const int32_t at = url.url.find(url.domain);
-  return at < 0 ? url.url
-                : url.url.from(static_cast<uint32_t>(at) + url.domain.length);
+  if (url.domain.empty()) return url.url;
+  return url.url.from(
+      static_cast<uint32_t>(url.domain.end() - url.url.pointer));
 }
 
 // Links to strangers' sites that all go on like the first of them.

@@ -298,6 +298,9 @@ content-types: multipart/mixed
 EOF
 grep -q '^tree: multipart/mixed 1\[[^]]*\] text=0 .*display=p.txt' ../out ||
   fail "fields: $(grep tree ../out)"
+"$cli" fields --now 1200000000 parts >../out
+grep -qx '119 Profil: 21:Thu' ../out || fail "fields --now: $(grep 119 ../out)"
+expect 'fields, no such dictionary' 78 "$cli" fields --keywords missing parts
 "$cli" fields --json - <parts >../json
 for text in '{"file":"-","fields":{"Id":[""],"Bound":["b"],"Url":[],' \
   "\"Subject\":[\"a\\\\b \\u001b$(printf '\303\244')\"]," '"To":[],' \

@@ -12,14 +12,11 @@
 #include <string>
 #include <vector>
 
-#include "api/speedup_context.h"
 #include "commands.h"
 #include "dump/dump.h"
 #include "dump/html_context.h"
-#include "mail_source.h"
+#include "inside.h"
 #include "printable.h"
-#include "rules/qm_dico.h"
-#include "scan/tqmmsg.h"
 
 namespace {
 
@@ -136,42 +133,38 @@ std::string BytesAsCodePoints(const std::string& bytes) {
   return result;
 }
 
-class FieldsRun : public MailVisitor {
+struct FieldsOptions {
+  std::vector<std::string> inputs;
+  InsideOptions inside;
+  bool json = false;
+};
+
+class FieldsRun : public InsideRun {
  public:
-  explicit FieldsRun(bool json)
-      : json_(json), context_(CreateSpeedupContext(nullptr)) {
-    if (!context_) throw std::bad_alloc();
-  }
+  explicit FieldsRun(const FieldsOptions& options)
+      : InsideRun(options.inside), options_(options) {}
 
   void visitMail(const Mail& mail) override;
-  void visitError(int code, const std::string& name,
-                  const std::string& what) override;
-  int exitCode() const { return firstError_; }
+  int run();
 
  private:
   void printText(const Mail& mail, TQMMSG& message);
   void printJson(const Mail& mail, TQMMSG& message);
 
-  const bool json_;
-  const std::unique_ptr<SPEEDUPCONTEXT> context_;
+  const FieldsOptions& options_;
   bool any_ = false;
-  int firstError_ = kExitOk;
 };
 
-void FieldsRun::visitError(int code, const std::string& name,
-                           const std::string& what) {
-  PrintError(name, what);
-  if (firstError_ == kExitOk) firstError_ = code;
+int FieldsRun::run() {
+  const int error = loadDictionary();
+  if (error != kExitOk) return error;
+  VisitMails(options_.inputs, false, this);
+  return firstError();
 }
 
 void FieldsRun::visitMail(const Mail& mail) {
-  const std::unique_ptr<TQMMSG> message(
-      new TQMMSG(context_->pool, context_->stuff, context_->blacklist, 0, 0));
-  const TBLOCK text(mail.text.data(), static_cast<uint32_t>(mail.text.size()));
-  if (!message->loadFromBlock(text, nullptr, 0)) throw std::bad_alloc();
-  message->parse(0);
-  message->parseWords();
-  if (json_)
+  const std::unique_ptr<TQMMSG> message = parse(mail);
+  if (options_.json)
     printJson(mail, *message);
   else
     printText(mail, *message);
@@ -238,17 +231,6 @@ void FieldsRun::printJson(const Mail& mail, TQMMSG& message) {
   fputs(text.c_str(), stdout);
 }
 
-struct FieldsOptions {
-  std::vector<std::string> inputs;
-  bool json = false;
-};
-
-int RunFields(const FieldsOptions& options) {
-  FieldsRun run(options.json);
-  VisitMails(options.inputs, false, &run);
-  return run.exitCode();
-}
-
 }  // namespace
 
 void AddFieldsCommand(CLI::App& app, int* exitCode) {
@@ -261,5 +243,7 @@ void AddFieldsCommand(CLI::App& app, int* exitCode) {
       ->type_name("")
       ->required();
   command->add_flag("--json", options->json, "One JSON object a line");
-  command->callback([options, exitCode]() { *exitCode = RunFields(*options); });
+  AddInsideOptions(command, &options->inside);
+  command->callback(
+      [options, exitCode]() { *exitCode = FieldsRun(*options).run(); });
 }

@@ -12,22 +12,19 @@
 #include <string>
 #include <vector>
 
-#include "api/speedup_context.h"
 #include "commands.h"
 #include "dump/dump.h"
-#include "mail_source.h"
+#include "inside.h"
 #include "printable.h"
 #include "regex/zr_regex.h"
 #include "rules/rule_expression.h"
-#include "scan/tqmmsg.h"
 
 namespace {
 
 struct RuleOptions {
   std::string expression;
   std::vector<std::string> inputs;
-  std::string keywordFile;
-  int64_t now = 0;
+  InsideOptions inside;
   bool count = false;
   bool verbose = false;
 };
@@ -224,53 +221,28 @@ void CheckExpression(TBLOCK text, const TQMDICO& dico) {
 
 // ---- The run over the messages
 
-class RuleRun : public MailVisitor {
+class RuleRun : public InsideRun {
  public:
-  explicit RuleRun(const RuleOptions& options);
+  explicit RuleRun(const RuleOptions& options)
+      : InsideRun(options.inside), options_(options) {}
 
   void visitMail(const Mail& mail) override;
-  void visitError(int code, const std::string& name,
-                  const std::string& what) override;
   int run();
 
  private:
   const RuleOptions& options_;
-  const std::unique_ptr<SPEEDUPCONTEXT> context_;
-  std::unique_ptr<TQMDICO> dico_;  // whose indexes all messages share
-  int firstError_ = kExitOk;
 };
 
-RuleRun::RuleRun(const RuleOptions& options)
-    : options_(options), context_(CreateSpeedupContext(nullptr)) {
-  if (!context_) throw std::bad_alloc();
-  dico_.reset(new TQMDICO(context_->pool, context_->stuff));
-}
-
 int RuleRun::run() {
-  const std::string& file = options_.keywordFile;
-  if (!file.empty() && !dico_->loadKeywordsFromFile(file.c_str())) {
-    PrintError(file, "cannot load the dictionary");
-    return kExitConfig;
-  }
-  CheckExpression(View(options_.expression), *dico_);
+  const int error = loadDictionary();
+  if (error != kExitOk) return error;
+  CheckExpression(View(options_.expression), dico());
   VisitMails(options_.inputs, false, this);
-  return firstError_;
-}
-
-void RuleRun::visitError(int code, const std::string& name,
-                         const std::string& what) {
-  PrintError(name, what);
-  if (firstError_ == kExitOk) firstError_ = code;
+  return firstError();
 }
 
 void RuleRun::visitMail(const Mail& mail) {
-  const std::unique_ptr<TQMMSG> message(
-      new TQMMSG(context_->pool, dico_->stuff, context_->blacklist, 0, 0));
-  message->fixedTime = options_.now;
-  if (!message->loadFromBlock(View(mail.text), nullptr, 0))
-    throw std::bad_alloc();
-  message->parse(0);
-  message->parseWords();
+  const std::unique_ptr<TQMMSG> message = parse(mail);
   Steps steps;
   if (options_.verbose) message->ruleTrace = &steps;
   TBLOCK name;
@@ -306,10 +278,7 @@ void AddRuleCommand(CLI::App& app, int* exitCode) {
                     "Print how often the rule matched, not whether");
   command->add_flag("-v,--verbose", options->verbose,
                     "Show each leaf, its elements, and where the walk ended");
-  command->add_option("--keywords", options->keywordFile,
-                      "Dictionary image to use");
-  command->add_option("--now", options->now,
-                      "The time of the scan, in seconds since 1970");
+  AddInsideOptions(command, &options->inside);
   command->footer(kFooter);
   command->callback(
       [options, exitCode]() { *exitCode = RuleRun(*options).run(); });

@@ -50,6 +50,28 @@ TEST(BodyTest, MetaValues) {
   EXPECT_EQ(" (5)", Cause(*m));
 }
 
+// What was cut off or left out may have had the closing tags.
+TEST(BodyTest, TagsOfAPage) {
+  const struct {
+    uint32_t flags;
+    int32_t truncated, answersRemoved, points;
+  } rows[] = {
+      {hcfHtmlOpened, 0, 0, 20},
+      {hcfBodyOpened | hcfHtmlClosed, 0, 0, 40},
+      {hcfHtmlOpened | hcfHtmlClosed | hcfBodyOpened | hcfBodyClosed, 0, 0, 0},
+      {hcfHtmlOpened | hcfBodyOpened, 1, 0, 0},
+      {hcfHtmlOpened | hcfBodyOpened, 0, 1, 0},
+  };
+  for (const auto& row : rows) {
+    auto m = Message("");
+    m->htmlContext.flags = row.flags;
+    m->truncated = row.truncated;
+    m->answersRemoved = row.answersRemoved;
+    m->checkHtml();
+    EXPECT_EQ(row.points, m->ledger.score) << row.flags;
+  }
+}
+
 TEST(BodyTest, EmbedSpamTakesWhitePointsAway) {
   auto m = Message("[^EmbedFilterRegex]\n<140>(From!=.)\n");
   m->ledger.whiteScoring = 1;

@@ -10,6 +10,10 @@
 
 namespace {
 
+// Header lines that are held against a line for any field: more than any mail
+// has.
+const int32_t kMaxMatchedFields = 2048;
+
 // One line "field=value". The field "*" stands for any.
 class FIELDLINE {
  public:
@@ -34,7 +38,7 @@ class FIELDLINE {
   // A header line without ": " has no value, which is one like others.
   bool anyHolds(const BLOCKPART& part) {
     const int32_t n = part.fields.count();
-    for (int32_t i = 0; i < n; i++) {
+    for (int32_t i = 0; i < n && i < kMaxMatchedFields; i++) {
       const TBLOCK field = part.fields.get(i);
       const int32_t at = field.find(TBLOCK(": "), 0, TBLOCK::NoConvTable);
       if (fits(at < 0 ? TBLOCK() : field.from(static_cast<uint32_t>(at) + 2)))

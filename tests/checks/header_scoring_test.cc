@@ -137,6 +137,17 @@ TEST(HeaderScoringTest, HeaderFieldLines) {
   }
 }
 
+TEST(HeaderScoringTest, LinesForAnyFieldSeeTheFirst) {
+  Scan s;
+  for (int ahead : {2047, 2048}) {
+    std::string mail;
+    for (int i = 0; i < ahead; i++) mail += "A: b\r\n";
+    s.load("[#S]\n<11>*=c\n<7>X-C=c\n[!p]\n<11>*=c\n", mail + "X-C: c\r\n\r\n");
+    EXPECT_EQ(ahead == 2047 ? 18 : 7, s.m.getHeaderScore("S", nullptr));
+    EXPECT_EQ(ahead == 2047 ? 11 : 0, s.m.getHeaderScore("p", nullptr));
+  }
+}
+
 TEST(HeaderScoringTest, Attachments) {
   const std::string mail =
       "Content-Type: multipart/mixed; boundary=b\r\nX-Mark: "

@@ -38,8 +38,8 @@ bool IsStampForged(TBLOCK id, TBLOCK idAdn, TBLOCK mailer, TBLOCK userAgent,
 // The number between the last dot ahead of ".squirrel@" and the next byte that
 // is no digit; false without that mark.
 bool ReadSquirrelStamp(TBLOCK id, int64_t& stamp);
-// Whether an identifier holds the address as hexadecimal numbers from which a
-// key, the first of them, was not taken off; as base64 of base64.
+// Whether an identifier holds the address as hexadecimal numbers, a key and
+// then the bytes with the key added to each; as base64 of base64.
 bool HidesAddressInHexa(TBLOCK id, TBLOCK email);
 bool HidesAddressInBase64(TBLOCK id, TBLOCK email);
 

@@ -49,7 +49,7 @@ int CompareClocks(const FILETIME& message, const FILETIME& part) {
     return fcSameClock;
   const uint32_t ahead = message.low - part.low;
   if (message.high == part.high && ahead % kForgedStep == 0 &&
-      ahead / kForgedStep >= 1 && ahead / kForgedStep <= kMaxForgedSteps)
+      ahead / kForgedStep <= kMaxForgedSteps)
     return fcCountedClock;
   return fcNone;
 }

@@ -269,7 +269,6 @@ int TQMMSG::checkArchive(const BLOCKPART& part, TBLOCK& fileName) {
 // Messages inside this one: its parts, or a copy in the text of mail that is
 // nothing but text. Of several parts the last one decides, on purpose.
 int TQMMSG::checkForwardedVirus() {
-  int32_t count = 0;
   int result = 0;
   OITER walk(&message.parts);
   while (const void* item = walk.next()) {
@@ -279,22 +278,21 @@ int TQMMSG::checkForwardedVirus() {
         (!part->type.equals("message/rfc822") &&
          !part->extension.equals("eml")))
       continue;
-    count++;
     result = checkForwardedBlockVirus(part->decodeContent());
   }
   // What an earlier part was found to be is then taken back.
   if (!result && virusSure) ClearVirus(*this);
-  if (count > 0) return result;
   if (message.parts.len() != 1 || message.parts.first->item != &message)
-    return 0;
+    return result;
   const TBLOCK content = message.decodeContent();
   TBLOCK copy;
+  bool told = false;
   for (int32_t line = 0; line < kForwardTextLines; line++) {
     if (!FindForwarded(content, line, copy)) continue;
-    count++;
+    told = true;
     if (checkForwardedBlockVirus(copy)) return 1;
   }
-  if (count > 0 || !FindMultipartText(content, pool, copy)) return 0;
+  if (told || !FindMultipartText(content, pool, copy)) return 0;
   return checkForwardedBlockVirus(copy);
 }
 

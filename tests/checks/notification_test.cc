@@ -21,7 +21,7 @@ const char kSections[] =
     "[!NOTIFICATION-HTML]\n<51><b>bounce</b>\n"
     "[#NOTIFICATION-ATTACH-HEADER]\n<61>X-Kind=report*\n<62>X-Kind=*s\n"
     "<63>X-None=\n"
-    "[#NOTIFICATION-ATTACH-NAME]\n<71>warning.txt\n"
+    "[#NOTIFICATION-ATTACH-NAME]\n<71>warning.txt\n<72>late.txt\n"
     "[!NOTIFICATION-ATTACH-CONTENT]\n<81>^Reporting\n"
     "[^No-Notification]\n<0>(@X-Test=no)\n";
 
@@ -113,7 +113,7 @@ TEST(NotificationTest, Parts) {
   } rows[] = {
       {0, blob + "\nx"},
       // Of the lines on the header the last that fits, and then no other test.
-      {61, blob + "X-Kind: Report 1\n\nReporting"},
+      {61, "Content-Type: a/b; name=late.txt\nX-Kind: Report 1\n\nReporting"},
       {62, blob + "X-Kind: reports\n\nReporting"},
       {0, "Content-Type: text/html\nX-Kind: report\n\nx"},
       {71, blob + note + "Content-Type: x/y; name=WARNING.txt\n\nReporting"},
@@ -137,7 +137,7 @@ TEST(NotificationTest, Parts) {
 // What an archive packs, behind the byte that tells how.
 TEST(NotificationTest, PackedNames) {
   for (const TextRow& row :
-       TextRows("@f:1a,0warning.txt => 71\n@f:1warning.txt,1b => 71\n"
+       TextRows("@f:1a,0warning.txt,1late.txt => 71\n@f:1warning.txt,1b => 71\n"
                 "@warning.txt: => 0\n@f:11warning.txt => 0\nwarning.txt => 0\n"
                 "@f: => 0\n@f:1,,x => 0\n")) {
     const auto m = Load("\n");

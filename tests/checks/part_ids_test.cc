@@ -109,31 +109,45 @@ TEST(PartIdsTest, ClockOfTheBoundary) {
            // Half hours are dropped toward zero.
            Row{0, kClock, other, "01C85399.78C372C2", "-0530"},
            Row{7, kClock, other, "01C85391.16FF0AC2", "-0530"},
-           // A second later, a day later.
-           Row{0, kClock, other, "01C853CB.C3F67942", "+0000"},
+           // A day later, a second, two milliseconds.
            Row{0, kClock, other, "01C85494.EDC7A2C2", "+0000"},
+           Row{0, kClock, other, "01C853CB.C3F67942", "+0000"},
+           Row{0, kClock, other, "01C853CB.C35E30E2", "+0000"},
            // The same part of a second.
            Row{11, kClock, far, "01C853C3.62321142", "+0000"},
            Row{0, kClock, near, "01C853C3.62321142", "+0000"},
            Row{0, kClock, far, "01C853C3.623211A6", "+0000"},
+           Row{0, kClock, far, "01C853C3.61A8BD02", "+0000"},
            Row{0, kClock, other, "01C853C3.62321142", "+0000"},
        })
     Try(row);
 }
 
-// The first part with a fault counts, without its brackets.
+// The first part with a fault counts, without its brackets; what is known of an
+// address is forgotten with each part.
 TEST(PartIdsTest, WalkOverParts) {
-  TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
-  m.fixedTime = 1200000000;
-  const std::string mail =
-      "Message-ID: <1@x>\nContent-Type: multipart/related; boundary=b\n\n"
-      "--b\nContent-ID: < >\n\nx\n--b\nContent-ID:  < 2@x > \n\nx\n"
-      "--b\nContent-ID: <part1.01020304.15060708@x>\n\nx\n"
-      "--b\nContent-ID: <1@x>\n\nx\n--b--\n";
-  m.loadFromBlock(HeapText(mail).view(), "", 1);
-  m.ledger.reset();
-  m.checkPartsCid();
-  EXPECT_EQ("Forged cid9 (300)", Str(m.ledger.cause.view()));
+  const std::string odd = "<part1.01020304.15060708@x>";
+  const std::string fine = "<01c853c3$6199a1d2$010200c0@pc.example.org>";
+  const struct {
+    std::string result, messageId, first, second;
+  } rows[] = {{"", "<1@x>", "", " "},
+              {"Forged cid11 (300)", "<1@x>", "2@x", "< 1@x >"},
+              {"Forged cid11 (300)", "<1@x>", "<1@X>", odd},
+              {"Forged cid9 (300)", "<1@x>", "< >", odd},
+              {"", kSender, fine, fine}};
+  for (const auto& row : rows) {
+    TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
+    m.fixedTime = 1200000000;
+    const std::string mail =
+        "Message-ID: " + row.messageId +
+        "\nDate: Thu, 10 Jan 2008 20:00:00 +0000\n"
+        "Content-Type: multipart/related; boundary=b\n\n--b\nContent-ID: " +
+        row.first + "\n\nx\n--b\nContent-ID: " + row.second + "\n\nx\n--b--\n";
+    m.loadFromBlock(HeapText(mail).view(), "", 1);
+    m.ledger.reset();
+    m.checkPartsCid();
+    EXPECT_EQ(row.result, Str(m.ledger.cause.view())) << mail;
+  }
 }
 
 }  // namespace

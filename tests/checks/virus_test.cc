@@ -170,6 +170,7 @@ TEST(VirusTest, WhoIsAddressed) {
                 // Digits ahead of the core and all behind it don't count.
                 "12bob34xyz <7Bob99x@example.com> => Shape\n"
                 "12bo3b <bob@example.com> => \n"
+                "x <7bob@example.com> => \n"
                 "x <123@example.com> => Shape\n"
                 "123 <bob@example.com> => \n"
                 "Contact <joe@example.com> => Shape\n"
@@ -231,6 +232,7 @@ TEST(VirusTest, FileNames) {
   EXPECT_EQ(found, VirusIn(Mixed({other, worm})));
   EXPECT_EQ("", VirusIn(Mixed({other, worm, other})));
   EXPECT_EQ("", VirusIn(Mixed({worm}, "", "alternative")));
+  EXPECT_EQ("Always: RegexVirus", VirusIn(Mixed({worm}, "X-Test: always\n")));
   // Only the first suspect one is looked at.
   EXPECT_EQ("", VirusIn(Mixed({File("b.exe"), worm})));
 }
@@ -279,6 +281,13 @@ TEST(VirusTest, ForwardedParts) {
   // The last one decides, and takes back what the others were found to be.
   EXPECT_EQ(hit, VirusIn(Mixed({clean, worm})));
   EXPECT_EQ("", VirusIn(Mixed({worm, clean})));
+  // A part that is scanned in place of the message is left to that scan.
+  const std::string place =
+      "Content-Type: message/rfc822; name=message.txt\n\n" + kWorm;
+  EXPECT_EQ(hit, VirusIn(Mixed({place})));
+  std::string marked = Mixed({place});
+  marked.replace(marked.find("hello"), 5, "<<message.txt>>");
+  EXPECT_EQ("", VirusIn(marked));
   // The message itself is not one of its parts.
   EXPECT_EQ("", VirusIn("Content-Type: message/rfc822\n\n" + kWorm));
 }
@@ -332,6 +341,15 @@ TEST(VirusTest, DepthAndNumberOfInnerMessages) {
   const std::string worm = head + "X-Test: always\n\nx\n";
   EXPECT_NE("", VirusIn(many + worm + "--b--\n"));
   EXPECT_EQ("", VirusIn(many + head + "Subject: x\n\nx\n" + worm + "--b--\n"));
+
+  // One budget for all depths: each of these has another one inside.
+  const std::string pair = head +
+                           "Content-Type: multipart/digest; boundary=c\n\n--c\n"
+                           "Content-Type: message/rfc822\n\n\n--c--\n";
+  many = "Content-Type: multipart/digest; boundary=b\n\n";
+  for (int32_t i = 2; i < kMaxInnerMessages; i += 2) many += pair;
+  EXPECT_NE("", VirusIn(many + worm + "--b--\n"));
+  EXPECT_EQ("", VirusIn(many + pair + worm + "--b--\n"));
 }
 
 TEST(VirusTest, ExtensionsOfEachKindOfSection) {
@@ -341,7 +359,8 @@ TEST(VirusTest, ExtensionsOfEachKindOfSection) {
                          "[#Some]\na*\n*z\n[*Digest]\nexe\n"));
   for (const TextRow& row :
        TextRows("Hash exe => 1\nHash  EXE  => 1\nHash ex => 0\nWild x => 1\n"
-                "Wild  => 0\nSome abc => 1\nSome bcZ => 1\nSome bc => 0\n"
+                "Wild  => 0\nWild   => 0\nSome abc => 1\nSome bcZ => 1\nSome "
+                "bc => 0\n"
                 "Digest exe => 1\nDigest exx => 0\nNone exe => 0\n")) {
     const size_t blank = row.input.find(' ');
     const HeapText word(row.input.substr(blank + 1));

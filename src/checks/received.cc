@@ -220,9 +220,8 @@ RCVDVERDICT JudgeSunJava(const RCVDCLAIM& claim, STR& cause) {
   return Verdict(IsFar(seconds, claim.stamp, kSunJavaSlack));
 }
 
-// Year to second, each a group of the pattern; -1 when one is out of range, or
-// when the time fits no 32 bits, whatever time_t holds. A month may be one too
-// high and a day 0: timegm knows what that means.
+// Year to second, each a group of the pattern; -1 when one is out of range. A
+// month may be one too high and a day 0: timegm knows what that means.
 int64_t GmailCivilTime(const REGEX& regex) {
   struct tm t = {};
   t.tm_year = static_cast<int>(Number(Group(regex, 3))) - 1900;
@@ -234,8 +233,7 @@ int64_t GmailCivilTime(const REGEX& regex) {
   if (t.tm_sec >= 60 || t.tm_min >= 60 || t.tm_hour >= 24 || t.tm_mday >= 32 ||
       t.tm_mon >= 13)
     return -1;
-  const int64_t seconds = timegm(&t);
-  return seconds == static_cast<int32_t>(seconds) ? seconds : -1;
+  return timegm(&t);
 }
 
 // The time stands in the identifier, as a date or in seconds.

@@ -41,12 +41,6 @@ const uint32_t kMaxKnownBytes = 255;
 
 const uint32_t kAlnum = bitLetter | bitDigit;
 
-bool AllIn(TBLOCK run, uint32_t mask) {
-  for (uint32_t i = 0; i < run.length; i++)
-    if (!TBLOCK::Is(run[i], mask)) return false;
-  return true;
-}
-
 uint32_t CountFront(TBLOCK text, uint32_t mask) {
   uint32_t n = 0;
   while (n < text.length && TBLOCK::Is(text[n], mask)) n++;
@@ -60,19 +54,19 @@ uint32_t CountBack(TBLOCK text, uint32_t mask) {
 }
 
 bool OneCase(TBLOCK run) {
-  return AllIn(run, bitDigit | bitUpperA) || AllIn(run, bitDigit | bitLowerA);
+  return run.allIn(bitDigit | bitUpperA) || run.allIn(bitDigit | bitLowerA);
 }
 
 bool IsMixedHex(TBLOCK run) {
-  return AllIn(run, bitHexa) && OneCase(run) && !AllIn(run, bitDigit) &&
-         !AllIn(run, bitLetter);
+  return run.allIn(bitHexa) && OneCase(run) && !run.allIn(bitDigit) &&
+         !run.allIn(bitLetter);
 }
 
 // Capitals, and small letters behind them.
 bool IsCapitalised(TBLOCK run) {
   const uint32_t capitals = CountFront(run, bitUpperA);
   return capitals > 0 && capitals < run.length &&
-         AllIn(run.from(capitals), bitLowerA);
+         run.from(capitals).allIn(bitLowerA);
 }
 
 // ---- Times
@@ -114,8 +108,7 @@ bool WriteStamp(int64_t seconds, char* out) {
 
 // Eight hexadecimal digits that are seconds since 1970 or since 1904.
 bool IsTimestamp(TBLOCK run, int64_t reference) {
-  if (run.length != 8 || !AllIn(run, bitHexa) ||
-      !AllIn(run, bitDigit | bitUpper))
+  if (run.length != 8 || !run.allIn(bitHexa) || !run.allIn(bitDigit | bitUpper))
     return false;
   const int64_t value = Number(run, 16);
   return Near(reference, value, kDay) ||
@@ -166,7 +159,7 @@ char DigitsLetter(TBLOCK run, const TADNCLOCK& clock) {
 // Six small letters or digits that begin with the time in units of about half
 // a day, in base 36.
 bool IsBase36Time(TBLOCK run, int64_t reference) {
-  if (run.length != 6 || reference < 0 || !AllIn(run, bitDigit | bitLowerA))
+  if (run.length != 6 || reference < 0 || !run.allIn(bitDigit | bitLowerA))
     return false;
   int64_t units = reference / (36 * 36 * 36);
   for (uint32_t i = 3; i-- > 0; units /= 36)
@@ -180,18 +173,18 @@ bool IsBase36Time(TBLOCK run, int64_t reference) {
 // 'h' or 'x' for hexadecimal with a letter in it, else 0. REQUIRES: not only
 // digits.
 char HexLetter(TBLOCK run) {
-  if (run.length <= 3 || !AllIn(run, bitHexa)) return 0;
-  if (AllIn(run, bitDigit | bitUpper)) return 'h';
-  if (!AllIn(run, bitDigit | bitLower)) return 0;
+  if (run.length <= 3 || !run.allIn(bitHexa)) return 0;
+  if (run.allIn(bitDigit | bitUpper)) return 'h';
+  if (!run.allIn(bitDigit | bitLower)) return 0;
   // Words such as "face", also with a number behind them, stay words; there is
   // no such exception for capitals, on purpose.
   const TBLOCK behind = run.from(CountFront(run, bitLower));
-  return behind.length < run.length && AllIn(behind, bitDigit) ? 0 : 'x';
+  return behind.length < run.length && behind.allIn(bitDigit) ? 0 : 'x';
 }
 
 char WordLetter(TBLOCK run, uint32_t flags) {
-  if (AllIn(run, bitLowerA)) return 'l';
-  if (AllIn(run, bitUpperA)) return 'u';
+  if (run.allIn(bitLowerA)) return 'l';
+  if (run.allIn(bitUpperA)) return 'u';
   if (run.length > 3 && IsCapitalised(run)) return 'c';
   if ((flags & adnRandom) && IsRandomString(run)) return 'r';
   return 'a';
@@ -199,8 +192,8 @@ char WordLetter(TBLOCK run, uint32_t flags) {
 
 char MixtureLetter(TBLOCK run, uint32_t flags) {
   if ((flags & adnRandom) && IsRandomString(run)) return 'r';
-  if (AllIn(run, bitDigit | bitUpperA)) return 'v';
-  if (AllIn(run, bitDigit | bitLowerA)) return 'm';
+  if (run.allIn(bitDigit | bitUpperA)) return 'v';
+  if (run.allIn(bitDigit | bitLowerA)) return 'm';
   return 's';
 }
 
@@ -212,7 +205,7 @@ uint32_t CutAt(TBLOCK run, bool& number) {
   if (digitsFront > 4) return digitsFront;
   const uint32_t digitsBack = CountBack(run, bitDigit);
   const TBLOCK word = run.head(run.length - digitsBack);
-  if (digitsBack && AllIn(word, bitLetter) &&
+  if (digitsBack && word.allIn(bitLetter) &&
       (digitsBack > 3 || OneCase(word) ||
        (IsCapitalised(word) && CountFront(word, bitUpperA) == 1))) {
     number = true;
@@ -255,10 +248,10 @@ void AddLetter(STR& adn, char letter, uint32_t length, uint32_t flags) {
 // The class of a run, or 0 for a mixture.
 char ClassOf(TBLOCK run, uint32_t flags, const TADNCLOCK& clock) {
   if (clock.date && IsTimestamp(run, Reference(clock))) return 't';
-  if (AllIn(run, bitDigit)) return DigitsLetter(run, clock);
+  if (run.allIn(bitDigit)) return DigitsLetter(run, clock);
   const char hex = HexLetter(run);
   if (hex) return hex;
-  if (AllIn(run, bitLetter)) return WordLetter(run, flags);
+  if (run.allIn(bitLetter)) return WordLetter(run, flags);
   if (clock.date && IsBase36Time(run, Reference(clock))) return 'j';
   return 0;
 }

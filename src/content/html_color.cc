@@ -20,9 +20,7 @@ const int32_t kLeastContrast = 24;
 const int32_t kMaxNumber = 1000000;
 
 bool IsAll(TBLOCK text, uint32_t mask) {
-  for (uint32_t i = 0; i < text.length; i++)
-    if (!TBLOCK::Is(text[i], mask)) return false;
-  return !text.empty();
+  return !text.empty() && text.allIn(mask);
 }
 
 int32_t ReadNumber(TBLOCK digits) {

@@ -21,12 +21,6 @@ const char* const kDrawn[] = {"/\\/", "|\\|", "\\/", "|_|",
                               "|-|",  "|<",   "|>",  "()"};
 const int32_t kMinDrawn = 2;
 
-bool AllAre(TBLOCK text, uint32_t mask) {
-  for (uint32_t i = 0; i < text.length; i++)
-    if (!TBLOCK::Is(text[i], mask)) return false;
-  return true;
-}
-
 unsigned char Small(unsigned char c) {
   return TBLOCK::LowerConvTable[c];
 }
@@ -53,8 +47,7 @@ int32_t PriceCount(const TBLOCKVECT& words) {
   int32_t found = 0;
   for (int32_t i = 0; i < words.count(); i++) {
     const TBLOCK word = words.get(i);
-    found +=
-        word.length > 1 && word[0] == '$' && AllAre(word.from(1), bitDigit);
+    found += word.length > 1 && word[0] == '$' && word.from(1).allIn(bitDigit);
   }
   return found;
 }
@@ -111,7 +104,7 @@ int32_t MultiLowersWordCount(const TBLOCKVECT& words, int32_t n) {
     const TBLOCK word = words.get(i);
     if (CheckMultiLowers(word, n) == 0) continue;
     found += word.length < kHexaTail ||
-             !AllAre(word.from(word.length - kHexaTail), bitHexa);
+             !word.from(word.length - kHexaTail).allIn(bitHexa);
   }
   return found;
 }

@@ -61,12 +61,6 @@ const char* const RcvdStdWords[] = {
     "verify",        "web",           "yes",      "user",      "as",
     "server",        "www",           "hostfix"};
 
-bool AllIn(TBLOCK text, uint32_t mask) {
-  for (uint32_t i = 0; i < text.length; i++)
-    if (!TBLOCK::Is(text[i], mask)) return false;
-  return !text.empty();
-}
-
 uint32_t Count(TBLOCK text, unsigned char byte) {
   uint32_t n = 0;
   for (uint32_t i = 0; i < text.length; i++) n += text[i] == byte;
@@ -74,7 +68,7 @@ uint32_t Count(TBLOCK text, unsigned char byte) {
 }
 
 bool IsDottedQuad(TBLOCK text) {
-  return AllIn(text, bitIpNumber) && Count(text, '.') == kDotsOfAddress;
+  return text.allIn(bitIpNumber) && Count(text, '.') == kDotsOfAddress;
 }
 
 // The number of the clause that the word begins, or fieldNone.
@@ -121,7 +115,7 @@ bool IsIpv6(TBLOCK word) {
   const uint32_t kNameLength = 4;  // of "ipv6"; the colon counts as one
   if (!word.begins("ipv6:")) return false;
   const TBLOCK rest = word.from(kNameLength);
-  return AllIn(rest, bitColon | bitHexa) && Count(rest, ':') >= 3;
+  return rest.allIn(bitColon | bitHexa) && Count(rest, ':') >= 3;
 }
 
 // Private ranges but one are addresses like any other, on purpose: TIP knows
@@ -193,9 +187,9 @@ const char* ClassOfWord(TBLOCK word) {
   const char* const address = ClassOfAddress(word);
   if (address) return address;
   if (IsMailAddress(word)) return adn_char_email;
-  if (word.begins("http://") && AllIn(word, bitUrl)) return adn_char_url;
+  if (word.begins("http://") && word.allIn(bitUrl)) return adn_char_url;
   if (HoldsHostName(word)) return ClassOfHost(word);
-  if (AllIn(word, bitDigit)) return adn_char_num;
+  if (!word.empty() && word.allIn(bitDigit)) return adn_char_num;
   return FindStdWord(word);
 }
 

@@ -32,7 +32,7 @@ bool SplitField(TBLOCK line, TBLOCK& name, TBLOCK& value) {
 class FIELDWALK {
  public:
   explicit FIELDWALK(TQMMSG& message)
-      : m(message), seen(false), subjectRead(false) {}
+      : m(message), seen(false), subjectFound(-1) {}
 
   // Takes the next field.
   void take(char letter, TBLOCK value);
@@ -46,20 +46,19 @@ class FIELDWALK {
   }
 
   TQMMSG& m;
-  bool seen;  // a field that the sender's program wrote
-  bool subjectRead;
+  bool seen;             // a field that the sender's program wrote
+  int32_t subjectFound;  // whether there is a first subject; -1 not looked for
   TBLOCK firstSubject;
 };
 
 // Relays that pass a subject on may write it once more.
 bool FIELDWALK::repeatsSubject(TBLOCK value) {
   if (letters.hasin('S', 0, 0) < 0) return false;
-  if (!subjectRead) m.readHeaderField("subject", firstSubject, 1);
-  subjectRead = true;
+  if (subjectFound < 0)
+    subjectFound = m.readHeaderField("subject", firstSubject, 1);
   value.trim();
   TBLOCK::BlockUnquote(value, 1);
-  return !firstSubject.empty() &&
-         firstSubject.equals(value, TBLOCK::NoConvTable);
+  return subjectFound && firstSubject.equals(value, TBLOCK::NoConvTable);
 }
 
 void FIELDWALK::take(char letter, TBLOCK value) {

@@ -47,7 +47,7 @@ TEST_F(HeaderAdnTest, LettersOfFields) {
       // A subject that is written again is the same one.
       {"Subject: a\nSubject:  \"a\" \nSubject: A\nSubject: b\n", "SSS"},
       {"Subject : a\nSubject : a\nSubject: b\n", "SS"},
-      {"Subject:\nSubject:\n", "SS"},
+      {"Subject:\nSubject: \"\"\nSubject: a\n", "SS"},
       {"From : a\n: b\nTo\nTo: c\n", "FqT"},
   };
   for (const auto& row : rows)

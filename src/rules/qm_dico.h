@@ -170,6 +170,9 @@ class TQMDICO {
   // Value of a name=value line, empty when there is none.
   TBLOCK stringValue(const char* section, const char* name) const;
   void sectionToBlockList(const char* section, TBLOCKVECT& list) const;
+  // Replaces `out` by the text with all that the patterns of a "name:pattern"
+  // section match put into `open`, the name and `close`. The lines take turns:
+  // each works on what those ahead of it made. "~" is no mark here.
   void replaceRegexMacro(const char* section, TBLOCK text, STR& out,
                          const char* open, const char* close);
 

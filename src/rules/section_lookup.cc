@@ -10,8 +10,10 @@
 
 namespace {
 
-// Bytes of a text with macros; what would pass them stays unreplaced.
+// Bytes of a text with macros, and matches of one line: what would pass them
+// stays unreplaced. Each match may cost a search of all that is left.
 const uint32_t kMaxMacroText = 1 << 20;
+const int32_t kMaxMacroMatches = 4096;
 
 // The test of string lines.
 bool MatchesString(TBLOCK pattern, TBLOCK text) {
@@ -38,19 +40,24 @@ bool CutNamed(TBLOCK line, TBLOCK& name, TBLOCK& pattern) {
   return true;
 }
 
-// Appends a text with every occurrence of `value` put into its macro.
-void ReplaceOne(TBLOCK text, TBLOCK value, TBLOCK macro, BLOCK& out) {
-  uint32_t from = 0;
-  while (uint64_t{out.length} + macro.length + (text.length - from) <
-         kMaxMacroText) {
-    const int32_t at = text.find(value, from, TBLOCK::NoConvTable);
-    if (at < 0) break;
-    const uint32_t start = static_cast<uint32_t>(at);
-    out.add(text.from(from).head(start - from));
-    out.add(macro);
-    from = start + value.length;
+// Appends a text with each match of the pattern put into its macro. What is
+// left behind a match is a subject of its own: "^" holds there. An empty match
+// has nothing to replace; the search goes on a byte further.
+void ReplaceMatches(TBLOCK text, REGEX& pattern, TBLOCK macro, BLOCK& out) {
+  for (int32_t i = 0;
+       i < kMaxMacroMatches && !text.empty() &&
+       uint64_t{out.length} + macro.length + text.length < kMaxMacroText;
+       i++) {
+    int32_t start, end;
+    if (pattern.matchWithDetails(text) == 0) break;
+    pattern.getDetail(0, start, end);
+    const bool isEmpty = start == end;
+    if (isEmpty) end = ++start;
+    out.add(text.head(static_cast<uint32_t>(start)));
+    if (!isEmpty) out.add(macro);
+    text.skip(static_cast<uint32_t>(end));
   }
-  out.add(text.from(from));
+  out.add(text);
 }
 
 }  // namespace
@@ -249,7 +256,8 @@ void TQMDICO::replaceRegexMacro(const char* section, TBLOCK text, STR& out,
     macro += name;
     macro += close;
     next.empty();
-    ReplaceOne(done.view(), value, macro.view(), next);
+    REGEX pattern(value, pool);
+    ReplaceMatches(done.view(), pattern, macro.view(), next);
     done.empty();
     done.add(next.view());
   }

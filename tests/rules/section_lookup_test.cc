@@ -105,8 +105,7 @@ TEST_F(SectionLookupTest, SumsOfStrings) {
 
 TEST_F(SectionLookupTest, NamesAndValues) {
   load({{"n", stNamedRegex, 0, {"no colon", "A:^a:", "B : b"}},
-        {"v", stString, 0, {"x=1", "name = \"two\"", "name=3"}},
-        {"m", stNamedRegex, 0, {"D: 12 ", "E:", "S:D"}}});
+        {"v", stString, 0, {"x=1", "name = \"two\"", "name=3"}}});
   TBLOCK name;
   EXPECT_EQ(1, dico.matchFirstNamedLine("n", TBLOCK("a:b"), name));
   EXPECT_EQ("A", Str(name));
@@ -115,10 +114,34 @@ TEST_F(SectionLookupTest, NamesAndValues) {
   EXPECT_EQ(0, dico.matchFirstNamedRegex("n", TBLOCK("no colon"), name));
   EXPECT_EQ("two", Str(dico.stringValue("v", "Name")));
   EXPECT_TRUE(dico.stringValue("v", "nam").empty());
-  // A later line finds what an earlier one wrote.
-  STR out;
-  dico.replaceRegexMacro("m", TBLOCK("12-121-2"), out, "{", "}");
-  EXPECT_STREQ("{{S}}-{{S}}1-2", out.c_str());
+}
+
+TEST_F(SectionLookupTest, Macros) {
+  const struct {
+    std::vector<std::string> lines;
+    const char* text;
+    const char* out;
+  } rows[] = {
+      // A later line finds what an earlier one wrote.
+      {{"D: 12 ", "E:", "no colon", "S:D"}, "12-121-2", "{{S}}-{{S}}1-2"},
+      {{"T:/T[AB]+(x|)"}, "/TA/ta/TBAx", "{T}/ta{T}"},
+      {{"a:^/A"}, "/A/A/B/A", "{a}{a}/B/A"},
+      {{"z:b$"}, "bab", "ba{z}"},
+      {{"n:a~b"}, "ab a~b", "ab {n}"},
+      {{"x:("}, "(", "("},
+      // Of empty matches nothing is replaced.
+      {{"e:a*"}, "baabca", "b{e}bc{e}"},
+      {{"e:(x|$)"}, "ab", "ab"},
+      {{"a:a"}, "", ""},
+  };
+  STR out("old");
+  for (const auto& row : rows) {
+    load({{"m", stNamedRegex, 0, row.lines}});
+    dico.replaceRegexMacro("m", HeapText(row.text).view(), out, "{", "}");
+    EXPECT_STREQ(row.out, out.c_str()) << row.lines[0];
+  }
+  dico.replaceRegexMacro("none", TBLOCK("a"), out, "{", "}");
+  EXPECT_STREQ("a", out.c_str());
 }
 
 TEST_F(SectionLookupTest, MacrosDoNotExplode) {

@@ -60,6 +60,22 @@ void TakeOuterLines(const TBLOCKVECT& lines, STR& first, STR& last,
   }
 }
 
+// Names joined by commas; one that could be taken for several has quotes around
+// it.
+void JoinNames(const TBLOCKVECT& names, STR& list) {
+  list = "";
+  for (int32_t i = 0; i < names.count(); i++) {
+    const TBLOCK name = names.get(i);
+    bool quoted = false;
+    for (uint32_t k = 0; k < name.length; k++)
+      quoted |= memchr(" \t\",", name[k], 4) != nullptr;
+    if (i > 0) list += ',';
+    if (quoted) list += '"';
+    list += name;
+    if (quoted) list += '"';
+  }
+}
+
 // Whether a letter of lineAdn stands for a kind that is divided further.
 bool IsDividedLine(char letter) {
   return (letter >= '1' && letter <= '9') || (letter >= 'A' && letter <= 'D');
@@ -155,6 +171,7 @@ void TQMMSG::parseBody() {
   BlockParsePhones(body, phones, PO_DEFAULTOPTIONS);
   getAdnCounts();
   getAdnFromBlock(kFieldAdnHtml, htmlContext.htmlPattern.view(), htmlAdn);
+  JoinNames(htmlContext.fontNames, fontList);
   getDatesAdn(datesAdn);
   dropRegexFields();
 }

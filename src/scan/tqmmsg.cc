@@ -213,7 +213,8 @@ void TQMMSG::clearBody() {
                         &bodyAdn,        &htmlAdn,      &datesAdn,
                         &countryProfile, &timeProfile,  &profileWords,
                         &countsAdn,      &charCounts,   &charPresence,
-                        &virusName,      &virusReason,  &notificationText};
+                        &virusName,      &virusReason,  &notificationText,
+                        &fontList};
   for (STR* value : texts) *value = "";
   TBLOCKVECT* const lists[] = {&bodyLines,  &bodyWords, &subjectWords,
                                &aliasWords, &emails,    &profiles};

@@ -351,6 +351,7 @@ class TQMMSG : public OLISTGURU {
   STR firstLine, lastLine, lastButOneLine;  // of those that are not blank
   STRVECT fieldTokens;
   int32_t highChars;  // share of distinct high bytes in the body
+  STR fontList;       // names of the HTML's fonts, joined by commas
 
   // Of the parts, in order.
   STRVECT attachAdns;         // fingerprints of file names

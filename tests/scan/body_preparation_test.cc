@@ -169,6 +169,17 @@ TEST(BodyPreparationTest, LinksAndPictures) {
   }
 }
 
+TEST(BodyPreparationTest, Fonts) {
+  TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
+  m.loadFromBlock(HeapText("Content-Type: text/html\n\n<font face='Times New, "
+                           "x'><font face='X,a\tb,c\"d,e'>t")
+                      .view(),
+                  "", 1);
+  EXPECT_STREQ("\"Times New\",x,\"a\tb\",\"c\"d\",e", m.fontList.c_str());
+  m.loadFromBlock(HeapText("\na").view(), "", 1);
+  EXPECT_STREQ("", m.fontList.c_str());
+}
+
 TEST(BodyPreparationTest, DomainsAreCapped) {
   std::string mail = "\n";
   for (int i = 0; i < 14; i++)

@@ -12,7 +12,7 @@
 
 // Whether a boundary is "=_" and the identifier's part ahead of the at sign.
 bool IsBoundaryOfId(TBLOCK boundary, TBLOCK id);
-// Whether the clock of a boundary shows a day more than 30 days ahead of the
+// Whether the clock of a boundary shows a day more than 30 days before the
 // message's. Two days are exempt that faulty programs are known to show.
 bool IsBoundaryOld(int32_t time, const BLOCKDATE& date);
 // Whether the clock of a boundary shows the message's local time, moved by its

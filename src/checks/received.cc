@@ -29,7 +29,8 @@ const char kBase62[] =
     "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 const char kBase36[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 
-// Lines that forging tools put on top of a line with the same address.
+// Oldest lines that forging tools write, when the line of the server that takes
+// the message tells the same address.
 const char* const kForgedPairs[] = {
     "from [IP] by host;DATE",
     "from [IP] by host;NUM NUM",
@@ -417,8 +418,8 @@ void TQMMSG::checkReceived() {
   checkCond(smtpSrv == 2, 200, "HiSMTPSVC");
 }
 
-// A tool that forges one line ahead of the one it is given writes its own
-// address twice.
+// A tool that forges a line writes its own address into it, which the server
+// that it talks to writes down too.
 int TQMMSG::checkForgedReceivedLabo(const BLOCKRECEIVED* first,
                                     const BLOCKRECEIVED* second) {
   if (!first || !second || first->fromIp.empty() || second->fromIp.empty())

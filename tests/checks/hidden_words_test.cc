@@ -68,8 +68,8 @@ TEST(HiddenWordsTest, WordsInPieces) {
         << row.what;
   }
   Words none("via gra");
-  TQMDICO empty(nullptr, nullptr);
-  EXPECT_EQ(0, TQMMSG::CheckSad(&empty, none.m->bodyWords, 3));
+  EXPECT_TRUE(LoadSource(none.m->dico, "[#Other]\nviagra\n"));
+  EXPECT_EQ(0, TQMMSG::CheckSad(&none.m->dico, none.m->bodyWords, 3));
 }
 
 TEST(HiddenWordsTest, CapitalsAmongSmallLetters) {

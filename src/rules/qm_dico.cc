@@ -16,6 +16,7 @@
 #include "base/score.h"
 #include "data/ready_kwo.h"
 #include "regex/regex_pool.h"
+#include "rules/pattern_book.h"
 #include "rules/rule_book.h"
 
 namespace {
@@ -144,6 +145,7 @@ HSTUFF::HSTUFF(BLOCK* ownedImage)
     : lineTables(0, hashExact),
       fieldNames(kFieldNameCapacity, hashAsciiLower),
       rules(nullptr),
+      patternBook(nullptr),
       ownImage(ownedImage),
       image(ownedImage ? ownedImage->view()
                        : TBLOCK(ReadyKWO, getReadyKWOLen())),
@@ -157,6 +159,7 @@ HSTUFF::HSTUFF(BLOCK* ownedImage)
 
 HSTUFF::~HSTUFF() {
   delete rules;
+  delete patternBook;
   for (int32_t i = lineTables.first(); i >= 0; lineTables.next(i))
     delete reinterpret_cast<HASHTAB*>(lineTables.getData(i));
   delete ownImage;
@@ -327,6 +330,7 @@ void TQMDICO::prepareRules() {
   // What is shared may be in use.
   if (!stuff || sharedStuff || stuff->rules) return;
   stuff->rules = new (std::nothrow) RULEBOOK(*this);
+  stuff->patternBook = new (std::nothrow) PATTERNBOOK(*this);
 }
 
 const TQMRULE* TQMDICO::preparedRule(const TQKLINE* line) const {

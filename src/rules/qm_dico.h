@@ -26,6 +26,7 @@
 #include "rules/pattern_index.h"
 
 class REGEXPOOL;
+class PATTERNBOOK;
 class RULEBOOK;
 struct TQMRULE;
 struct TKEYWORDSEARCH;  // of keyword_search.cc
@@ -44,7 +45,9 @@ class HSTUFF {
   HASHTAB lineTables;  // the same -> HASHTAB* of its lines, owned
   HASHTAB fieldNames;  // rule field -> its number, as a word
   FILTERSECTIONS filterSections;
-  RULEBOOK* rules;  // owned; null until TQMDICO::prepareRules
+  // Owned; null until TQMDICO::prepareRules.
+  RULEBOOK* rules;
+  PATTERNBOOK* patternBook;
   BLOCK* ownImage;  // owned image; null for the one of the library
   KWIMAGE image;
   PATTERNINDEX patterns;  // of the image
@@ -105,8 +108,9 @@ class TQMDICO {
   int anyWarning(STR& text) const;
   // Compiles the patterns of all rules and patterns into the pool.
   void precompileRegexesIntoPool();
-  // Parses all rules of the present image for those that share `stuff`. Their
-  // patterns are looked up in the pool, which must outlive `stuff`.
+  // Parses all rules of the present image, and finds the patterns of its lines,
+  // for those that share `stuff`. Patterns are looked up in the pool, which
+  // must outlive `stuff`.
   void prepareRules();
   // The rule of a line; null when it was not prepared.
   const TQMRULE* preparedRule(const TQKLINE* line) const;
@@ -235,6 +239,8 @@ class TQMDICO {
   void release();
   int makeCounters();
   void clearCounts(const TQKSECTION* section, uint16_t TLINECOUNTS::*count);
+  bool matchesLine(const TQKLINE* line, uint32_t sectionType, TBLOCK pattern,
+                   TBLOCK text) const;
   // Whether the line has counted and is passed over.
   bool isSpent(const TQKLINE* line);
   void countHit(const TQKLINE* line);

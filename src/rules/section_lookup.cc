@@ -6,6 +6,7 @@
 #include "base/score.h"
 #include "base/wildcard.h"
 #include "regex/regex.h"
+#include "rules/pattern_book.h"
 #include "rules/qm_dico.h"
 
 namespace {
@@ -28,16 +29,6 @@ bool TakeStringLine(const KWIMAGE& image, const TQKLINE* line, TBLOCK& text) {
   if (!(line->flags & KWLINEFLAGSTRING)) return false;
   text = image.lineBlock(line);
   return !text.empty() || line->length == 0;
-}
-
-// Cuts "name:pattern"; false when there is no ":".
-bool CutNamed(TBLOCK line, TBLOCK& name, TBLOCK& pattern) {
-  const int32_t colon = line.findByte(':');
-  if (colon < 0) return false;
-  name = line.head(static_cast<uint32_t>(colon));
-  pattern = line.from(static_cast<uint32_t>(colon) + 1);
-  pattern.trim();
-  return true;
 }
 
 // Appends a text with each match of the pattern put into its macro. What is
@@ -121,6 +112,18 @@ int TQMDICO::comparePattern(const TQKSECTION* section, TBLOCK text,
   return 0;
 }
 
+// Whether the text fits the pattern of a line, which is prepared for those who
+// share a dictionary.
+bool TQMDICO::matchesLine(const TQKLINE* line, uint32_t sectionType,
+                          TBLOCK pattern, TBLOCK text) const {
+  const RULEPATTERN* const ready =
+      stuff && stuff->patternBook
+          ? stuff->patternBook->find(image().lineNumber(line), sectionType)
+          : nullptr;
+  return ready ? ready->match(text)
+               : BlockMatchRegex(text, pattern, pool, nullptr);
+}
+
 int TQMDICO::compareRegex(const TQKSECTION* section, TBLOCK text,
                           const TQKLINE*& line, int clear) {
   if (clear) clearSectionMatchCount(section);
@@ -128,7 +131,7 @@ int TQMDICO::compareRegex(const TQKSECTION* section, TBLOCK text,
   for (uint32_t i = 0; i < n; i++) {
     const TQKLINE* candidate = image().sectionLine(section, i);
     if (isSpent(candidate) ||
-        !BlockMatchRegex(text, lineBlock(candidate), pool, nullptr))
+        !matchesLine(candidate, stRegex, lineBlock(candidate), text))
       continue;
     countHit(candidate);
     line = candidate;
@@ -144,7 +147,7 @@ int TQMDICO::compareNamedRegex(const TQKSECTION* section, TBLOCK text,
     const TQKLINE* candidate = image().sectionLine(section, i);
     TBLOCK name, pattern;
     if (!CutNamed(lineBlock(candidate), name, pattern) ||
-        !BlockMatchRegex(text, pattern, pool, nullptr))
+        !matchesLine(candidate, stNamedRegex, pattern, text))
       continue;
     line = candidate;
     return 1;

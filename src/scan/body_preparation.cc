@@ -6,7 +6,6 @@
 
 #include <string.h>
 
-#include <new>
 
 #include "content/adn.h"
 #include "content/html_parse.h"
@@ -15,7 +14,6 @@
 #include "content/text_parse.h"
 #include "content/unsub_text.h"
 #include "content/words.h"
-#include "regex/regex.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -81,43 +79,15 @@ bool IsDividedLine(char letter) {
   return (letter >= '1' && letter <= '9') || (letter >= 'A' && letter <= 'D');
 }
 
-// The section of patterns for lines, each read and looked up once for all lines
-// of a message.
-class LINEPATTERNS {
- public:
-  LINEPATTERNS(const TQMDICO& dico, REGEXPOOL* pool)
-      : lines(16), count(0), patterns(nullptr) {
-    dico.sectionToBlockList("AdnLines", lines);
-    patterns = new (std::nothrow) RULEPATTERN[lines.count()];
-    if (patterns) count = lines.count();
-    for (int32_t i = 0; i < count; i++) {
-      TBLOCK pattern = lines.get(i);
-      pattern.skip(static_cast<uint32_t>(pattern.findByte(':') + 1));
-      pattern.trim();
-      patterns[i].set(pattern, pool);
-    }
-  }
-  ~LINEPATTERNS() { delete[] patterns; }
-  LINEPATTERNS(const LINEPATTERNS&) = delete;
-  LINEPATTERNS& operator=(const LINEPATTERNS&) = delete;
-
-  // The first byte of the name of the first pattern that the line matches; "#"
-  // when there is none.
-  char letter(TBLOCK line) const {
-    for (int32_t i = 0; i < count; i++) {
-      const TBLOCK named = lines.get(i);
-      const int32_t colon = named.findByte(':');
-      if (colon >= 0 && patterns[i].match(line))
-        return colon > 0 ? static_cast<char>(named[0]) : '#';
-    }
-    return '#';
-  }
-
- private:
-  TBLOCKVECT lines;
-  int32_t count;
-  RULEPATTERN* patterns;
-};
+// The first byte of the name of the first pattern that the line matches; "#"
+// when there is none.
+char LetterOfLine(TQMDICO& dico, const TQKSECTION* section, TBLOCK line) {
+  line.trim();
+  const TQKLINE* found = nullptr;
+  if (!dico.compareNamedRegex(section, line, found)) return '#';
+  const unsigned char first = dico.lineBlock(found)[0];
+  return first == ':' ? '#' : static_cast<char>(first);
+}
 
 // Keeps the ends of a list that is too long.
 void DropMiddleWords(TBLOCKVECT& words) {
@@ -260,12 +230,10 @@ void TQMMSG::parseWords() {
   ParseBlockWords(pool, fromBox.name, aliasWords, nullptr);
   ParseLinesWords(lineAdn, pool, bodyLines, bodyWords, &emails);
   lineAdnDetail = lineAdn;
-  const LINEPATTERNS patterns(dico, pool);
+  const TQKSECTION* const patterns = dico.findSection("AdnLines");
   for (int32_t i = 0; i < lineAdnDetail.len(); i++) {
     if (!IsDividedLine(lineAdnDetail.text[i])) continue;
-    TBLOCK line = bodyLines.get(i);
-    line.trim();
-    lineAdnDetail.text[i] = patterns.letter(line);
+    lineAdnDetail.text[i] = LetterOfLine(dico, patterns, bodyLines.get(i));
   }
   DropMiddleWords(bodyWords);
   dropRegexFields();

@@ -6,7 +6,6 @@
 
 #include <string.h>
 
-
 #include "content/adn.h"
 #include "content/html_parse.h"
 #include "content/phone.h"

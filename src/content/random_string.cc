@@ -72,13 +72,6 @@ bool EndsInCount(TBLOCK text, unsigned char mark, uint32_t at) {
   return text.ends(TBLOCK(sign), TBLOCK::UpperToLower);
 }
 
-bool AllOf(TBLOCK text, uint32_t mask) {
-  const uint32_t n = text.empty() ? 0 : text.length;
-  for (uint32_t i = 0; i < n; i++)
-    if (!TBLOCK::Is(text[i], mask)) return false;
-  return true;
-}
-
 // Words that look random to the tests but are paths, addresses, rulers or
 // words with accents, which the triples do not cover.
 bool IsKnownShape(TBLOCK text) {
@@ -105,7 +98,7 @@ bool IsFileName(TBLOCK text) {
   const int32_t dot = text.findByte('.');
   if (dot < 0) return false;
   const TBLOCK ending = text.from(static_cast<uint32_t>(dot) + 1);
-  return (ending.length == 3 || ending.length == 4) && AllOf(ending, bitLetter);
+  return (ending.length == 3 || ending.length == 4) && ending.allIn(bitLetter);
 }
 
 bool IsOneOf(TBLOCK text, const char* const* words, uint32_t count) {
@@ -127,7 +120,7 @@ bool HasRandomLabels(TBLOCK host, TBLOCK domain) {
   uint32_t edges = 0;
   while (!host.empty() && !host.equals(domain)) {
     const TBLOCK label = TBLOCK::BlockBeforeChar(host, '.', 0, 0);
-    if (label.equals("www") || AllOf(label, bitHexa)) continue;
+    if (label.equals("www") || label.allIn(bitHexa)) continue;
     if (BadSeqCount(label) > 2) return true;
     uint16_t digits, caseEdges, digitEdges;
     EdgeCount(label, digits, caseEdges, digitEdges);
@@ -208,7 +201,7 @@ bool IsRandomString(TBLOCK text) {
   text.trim(bitQuote | bitWordSep);
   if (IsFileName(text)) return false;
   if (BadSeqCount(text) >= 3 || IsSpamSign(text)) return true;
-  if (text.length > 15 && AllOf(text, bitDigit)) return true;
+  if (text.length > 15 && text.allIn(bitDigit)) return true;
   if (text.length > 9) {
     uint16_t digits, caseEdges, digitEdges;
     EdgeCount(text, digits, caseEdges, digitEdges);

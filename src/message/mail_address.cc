@@ -6,20 +6,8 @@
 
 namespace {
 
-bool IsLocalPart(TBLOCK text) {
-  bool quoted = false;
-  for (uint32_t i = 0; i < text.length; i++) {
-    const unsigned char c = text[i];
-    if (c == '"')
-      quoted = !quoted;
-    else if (!quoted && !TBLOCK::Is(c, bitEmail))
-      return false;
-  }
-  return true;
-}
-
-}  // namespace
-
+// Offset of the first "@" outside quotes, or -1. A run opened by one kind of
+// quote ends at the same kind.
 int32_t FindAtSign(TBLOCK text) {
   unsigned char open = 0;
   for (uint32_t i = 0; i < text.length; i++) {
@@ -34,6 +22,20 @@ int32_t FindAtSign(TBLOCK text) {
   }
   return -1;
 }
+
+bool IsLocalPart(TBLOCK text) {
+  bool quoted = false;
+  for (uint32_t i = 0; i < text.length; i++) {
+    const unsigned char c = text[i];
+    if (c == '"')
+      quoted = !quoted;
+    else if (!quoted && !TBLOCK::Is(c, bitEmail))
+      return false;
+  }
+  return true;
+}
+
+}  // namespace
 
 bool IsMailAddress(TBLOCK text) {
   if (text.empty()) return false;

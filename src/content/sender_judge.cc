@@ -122,7 +122,7 @@ bool IsMadeUpSurname(const TMAILBOX& box) {
 bool IsMadeUpPair(const TMAILBOX& box, TBLOCK local) {
   if (!TBLOCK(box.adn).equals(TBLOCK("qllb"), TBLOCK::NoConvTable))
     return false;
-  HASHCOUNT triples;
+  HASHCOUNT triples(0, hashAsciiLower);
   HashSeqCount(WordOf(box.name, 0), triples, BadSeq3);
   HashSeqCount(WordOf(box.name, 1), triples, BadSeq3);
   return HashSeqCount(local, triples, BadSeq3) >= kBadTriples;
@@ -183,7 +183,7 @@ int GetFallScheme(const TMAILBOX& box) {
   if (local.length < kMinFallLocal || box.name.empty() || HoldsRole(box.name) ||
       HoldsRole(local))
     return flNoCase;
-  LETTERWORDS words(box.name);
+  NAMEWORDS words(box.name);
   for (int32_t i = words.count(); i-- > 0;)
     if (!words.get(i).allIn(bitLetter)) words.del(i);
   if (words.count() < 2 || CheckEmailScheme(box) == 1) return flNoCase;

@@ -62,6 +62,8 @@ TEST(CheckForgedMailBoxTest, Rows) {
        "4 \"Jane Qzkxwvb\" <marian@a.org>", "0 \"Jane Qzkxw\" <marian@a.org>",
        "0 Jane Qzkxwvb <marian@a.org>", "0 \"Jane Marley\" <horton@a.org>",
        "5 \"qzk xwvbq\" <marian@a.org>", "0 \"qzk xwzk\" <marian@a.org>",
+       // A triple counts once, in whatever case it is met again.
+       "0 \"qzk xwzk\" <ma1QZK1r@a.org>", "5 \"qzk xwzk\" <ma1qzx1r@a.org>",
        "0 \"jane marley\" <horton@a.org>"});
 }
 

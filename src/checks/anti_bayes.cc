@@ -51,13 +51,11 @@ bool NextToken(TBLOCK& rest, uint32_t separators, TBLOCK& token,
   return true;
 }
 
-// One long stretch of many different letters.
+// One long stretch of many different letters; how often the last of them is
+// repeated makes no difference to that.
 bool IsGibberish(TBLOCK line) {
-  if (line.length < kMinGibberish || !line.allIn(bitLower | bitQuote))
-    return false;
-  while (line.length > 1 && line[line.length - 2] == line[line.length - 1])
-    line.length--;
-  return TBLOCK::BlockCountChars(line) >= kMinGibberishLetters;
+  return line.length >= kMinGibberish && line.allIn(bitLower | bitQuote) &&
+         TBLOCK::BlockCountChars(line) >= kMinGibberishLetters;
 }
 
 // Sentences of small letters with exactly one comma each.

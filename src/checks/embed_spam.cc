@@ -23,9 +23,9 @@ bool HasLonePicture(const TIMGVECT& images, const TLINKVECT& links) {
   return false;
 }
 
-// The domain that most links, pictures and the sender have; false when two
-// share the first place.
-bool FindOwnDomain(const TLINKVECT& links, const TIMGVECT& images,
+// The domain that most of the links, the pictures and the sender have; none
+// when two share the first place.
+void FindOwnDomain(const TLINKVECT& links, const TIMGVECT& images,
                    TBLOCK sender, BLOCK& domain) {
   HASHCOUNT domains(0, hashAsciiLower);
   for (int32_t i = 0; i < links.count(); i++)
@@ -33,10 +33,8 @@ bool FindOwnDomain(const TLINKVECT& links, const TIMGVECT& images,
   for (int32_t i = 0; i < images.count(); i++)
     domains.incBlockCount(images.get(i)->url.domain, 1);
   domains.incBlockCount(sender, 1);
-  if (!domains.sort() || domains.getSortedCount(0) == domains.getSortedCount(1))
-    return false;
-  domains.getSortedString(0, domain);
-  return true;
+  if (domains.sort() && domains.getSortedCount(0) > domains.getSortedCount(1))
+    domains.getSortedString(0, domain);
 }
 
 // Of the URL what stands behind its domain, which is a view of it.
@@ -77,10 +75,10 @@ void TQMMSG::checkEmbedSpam() {
   int32_t points = 0;
   if (!testRuleSection(TBLOCK("EmbedFilterRegex"), nullptr, &points)) return;
   if (points != 0) return scoreEmbedSpam(points);
-  const int listed =
-      testRuleSection(TBLOCK("EmbedSpamRegex"), nullptr, &points);
-  if (listed && points != 0) return scoreEmbedSpam(points);
-  if (listed) return;
+  if (testRuleSection(TBLOCK("EmbedSpamRegex"), nullptr, &points)) {
+    if (points != 0) scoreEmbedSpam(points);
+    return;
+  }
   if (links && HasLonePicture(htmlContext.images, *links))
     return scoreEmbedSpam(200);
   if (!links || linkCount < kFewLinks) return;

@@ -17,9 +17,7 @@ const uint32_t kMaxPiece = 7;
 // Other words between the pieces, for each piece.
 const int32_t kMaxGap = 10;
 
-// A word of this length with at least so many capitals and at most so many
-// small letters.
-const uint32_t kMinStrewnWord = 5;
+// A word with at least so many capitals and at most so many small letters.
 const int32_t kMinCapitals = 5;
 const int32_t kMaxStrewn = 3;
 // Capitals that are looked up: no word of a dictionary has more.
@@ -49,7 +47,7 @@ bool StandsInPieces(TBLOCK rest, const TBLOCKVECT& words, int32_t count) {
 bool TakeCapitals(TBLOCK word, STR& capitals) {
   while (!word.empty() && !TBLOCK::Is(word[word.length - 1], bitUpper))
     word.length--;
-  if (word.length < kMinStrewnWord || word.length > kMaxCapitals) return false;
+  if (word.length > kMaxCapitals) return false;
   capitals = "";
   int32_t small = 0;
   for (uint32_t i = 0; i < word.length; i++) {

@@ -57,6 +57,9 @@ TEST(AntiBayesTest, RunsOfABody) {
       {"9 of them", Words(9, "fifty") + " ten", 4},
       {"open at the end of the body", Words(6, "seventy"), 7},
       {"lost at the end of a line", Words(6, "seventy") + "\nend", 0},
+      {"14 long words twice",
+       Words(14, "seventy") + " Ten " + Words(14, "seventy") + " ten", 28},
+      {"words of 20 letters", Words(6, std::string(20, 'x')) + " ten", 6},
       {"a word of 21 letters closes",
        Words(6, "seventy") + " " + std::string(21, 'x'), 6},
       {"equals signs are letters", Words(6, "se=enty") + " ten", 6},
@@ -117,5 +120,38 @@ TEST(AntiBayesTest, HiddenTexts) {
   EXPECT_EQ(6, BlockCount(Words(6, "fifty")));
   EXPECT_EQ(6, BlockCount(Words(6, "FIFTY") + " " + Words(5, "Fifty")));
   EXPECT_EQ(13, BlockCount(Words(6, "f=fty") + " four " + Words(7, "fifty")));
+  EXPECT_EQ(6, BlockCount(Words(6, std::string(20, 'x'))));
+  EXPECT_EQ(0, BlockCount(Words(6, std::string(21, 'x'))));
   EXPECT_EQ(0, BlockCount(""));
+}
+
+TEST(AntiBayesTest, TagsAndLinksOfPlainText) {
+  const struct {
+    int32_t tags, links;
+    const char* url;
+    const char* cause;
+  } rows[] = {
+      {10, 0, "", ""},
+      {11, 0, "", "Tags in text part (50)"},
+      {0, 1, "http://shop.example/", "Text scheme 1 (60)"},
+      {0, 1, "http://www.shop.example/", ""},
+      {0, 1, "http://shop.example/x", ""},
+      {0, 2, "http://shop.example/", ""},
+  };
+  for (const auto& row : rows) {
+    auto m = std::make_unique<TQMMSG>(nullptr, nullptr, nullptr, 0, 0);
+    HeapText url(row.url), type("TEXT/plain");
+    m->message.type = type.view();
+    m->textContext.tagCount = row.tags;
+    m->linkCount = row.links;
+    if (row.links > 0) m->textContext.links.add(url.view(), TBLOCK());
+    m->checkTextPlain();
+    EXPECT_EQ(row.cause, Str(m->ledger.cause.view())) << row.url;
+  }
+  auto m = std::make_unique<TQMMSG>(nullptr, nullptr, nullptr, 0, 0);
+  m->textContext.tagCount = 11;
+  m->message.htmlPart = &m->message;
+  m->checkTextPlain();
+  EXPECT_EQ(0, m->ledger.score);
+  m->message.htmlPart = nullptr;
 }

@@ -72,17 +72,72 @@ TEST(BodyTest, TagsOfAPage) {
   }
 }
 
+// A rule without points leaves alone what spoke for the message.
 TEST(BodyTest, EmbedSpamTakesWhitePointsAway) {
-  auto m = Message("[^EmbedFilterRegex]\n<140>(From!=.)\n");
-  m->ledger.whiteScoring = 1;
-  m->addToSpamScore(-250, "white", 1);
-  m->ledger.whiteScoring = 0;
-  m->addToSpamScore(30, "black", 1);
-  m->checkEmbedSpam();
-  EXPECT_EQ(170, m->ledger.score);
-  EXPECT_EQ(0, m->ledger.whiteScore);
-  EXPECT_EQ(170, m->ledger.blackScore);
-  EXPECT_EQ("white (-250);black (30);Embed spam (140)", Cause(*m));
+  const struct {
+    const char* sections;
+    int32_t score, white;
+  } rows[] = {
+      {"[^EmbedFilterRegex]\n<140>(From!=.)\n", 170, 0},
+      {"[^EmbedFilterRegex]\n<0>(From!=.)\n", -220, -250},
+      {"[^EmbedFilterRegex]\n<0>(From!=.)\n"
+       "[^EmbedSpamRegex]\n<0>(From!=.)\n",
+       -220, -250},
+      {"[^EmbedFilterRegex]\n<0>(From!=.)\n"
+       "[^EmbedSpamRegex]\n<9>(From!=.)\n",
+       39, 0},
+      {"[^EmbedSpamRegex]\n<140>(From!=.)\n", -220, -250},
+  };
+  for (const auto& row : rows) {
+    auto m = Message(row.sections);
+    m->ledger.whiteScoring = 1;
+    m->addToSpamScore(-250, "white", 1);
+    m->ledger.whiteScoring = 0;
+    m->addToSpamScore(30, "black", 1);
+    m->checkEmbedSpam();
+    EXPECT_EQ(row.score, m->ledger.score) << row.sections;
+    EXPECT_EQ(row.white, m->ledger.whiteScore) << row.sections;
+    EXPECT_EQ(0u, Cause(*m).find("white (-250);black (30)"));
+  }
+}
+
+TEST(BodyTest, BadStrings) {
+  const std::string bad = "xqzkv ";  // three bad triples
+  const struct {
+    std::string words;
+    uint32_t size;  // of the whole mail; 0: no matter
+    int32_t points;
+  } rows[] = {
+      {bad + bad + bad, 0, 0},
+      {bad + bad + bad + "xqzk", 0, 0},
+      {bad + bad + "xqzkvwjb", 0, 120},
+      {bad + bad + bad + bad, 0, 120},
+      {bad + bad + bad + "xqzk.vwjb", 0, 0},
+      {bad + bad + bad + "xqzkv@qxzvkwjq", 0, 0},
+      {bad + bad + bad + bad + "xcards", 0, 0},
+      {bad + bad + bad + bad + "Cards", 0, 0},
+      {bad + bad + bad + bad + "x.cards", 0, 120},
+      {bad + bad + bad + bad + bad + bad + bad + bad + bad + bad + bad + bad +
+           bad + bad + bad + bad + bad,
+       0, 500},
+      {bad + bad + bad + bad, 9999, 120},
+      {bad + bad + bad + bad, 10000, 0},
+  };
+  for (const auto& row : rows) {
+    std::string mail =
+        "Content-Type: text/html\n\n<a href=\"http://www.example.org/\"><img "
+        "src=\"http://www.example.org/a.gif\"></a>\n" +
+        row.words;
+    if (row.size) mail += "<!" + std::string(row.size - mail.size() - 3, '-');
+    if (row.size) mail += ">";
+    auto m = Message("[#Other]\nx\n");
+    HeapText text(mail);
+    m->loadFromBlock(text.view(), "", 0);
+    m->parse(0);
+    m->parseWords();
+    m->checkMsgByNature();
+    EXPECT_EQ(row.points, m->ledger.score) << row.words << row.size;
+  }
 }
 
 // An attached file explains a picture without text.

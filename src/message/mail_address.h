@@ -10,6 +10,10 @@
 // may hold anything between double quotes. An "@" between quotes does not
 // count, and an apostrophe opens them too, on purpose, so that
 // o'neil@example.org is no address.
+//
+// Known limit: bitEmail has no "=", so the return addresses that mailing lists
+// make for each member (list+bob=example.org@lists.example.com) are no mail
+// addresses here.
 bool IsMailAddress(TBLOCK text);
 
 #endif  // MESSAGE_MAIL_ADDRESS_H_

@@ -62,6 +62,21 @@ TEST_F(SendersTest, PatternsOnRecipients) {
        "team Copy to team", "c* "});
 }
 
+// An address that holds the user goes, and costs 50 points.
+TEST_F(SendersTest, AddressesOfTheUser) {
+  const char* const rows[][3] = {{"", "bob@example.com", "bob@example.com"},
+                                 {"BOB@example", "bob@example.com", ""},
+                                 {"ob@x.organ", "ob@x.org", "ob@x.org"}};
+  for (const auto& row : rows) {
+    Load("Subject: x\n");
+    message_->user = row[0];
+    TMAILBOX box = ParseMailBox(TBLOCK(row[1]));
+    message_->checkSenderAddr(box);
+    EXPECT_EQ(row[2], Str(box.email)) << row[0];
+    EXPECT_EQ(*row[2] ? 0 : 50, message_->ledger.score) << row[0];
+  }
+}
+
 // From, Reply-To, Return-Path, Sender; without a recipient all four.
 TEST_F(SendersTest, WhoseAddressHoldsTheRecipients) {
   const char* const rows[][2] = {{"", "1111"},

@@ -38,7 +38,8 @@ TEST(ParseMailBoxTest, Rows) {
       "X < a@b.org > => |X||1", " a@b.org  ( X )  => a@b.org|X|b.org|0",
       "<@b.org> => @b.org||b.org|1", "<a@b.org.> => a@b.org.||b.org.|1",
       "\"<a@b.org> => a@b.org|\"|b.org|1", "<a@b_c.org> => |a@b_c.org||1",
-      "o'neil@a.org => |o'neil@a.org||0"};
+      "o'neil@a.org => |o'neil@a.org||0",
+      "<x+a=b.org@c.org> => |x+a=b.org@c.org||1"};
   for (const char* line : rows) {
     const Row row(line);
     const TMAILBOX box = ParseMailBox(row.text.view());

@@ -5,7 +5,7 @@
 //   cmake --build --preset native --target adn_bench
 //   build/native/bench/adn_bench [FOLDER|FILE...]
 //
-// With paths, at most kMaxMessages of the messages below them, from all over
+// With paths, at most 1000 of the messages below them, from all over
 // the list, with the library's dictionary and its rules prepared. Prints the
 // microseconds a message and the bytes a second of
 //
@@ -23,41 +23,20 @@
 // marked, and are worth a second run. Time is the thread's own, and the best of
 // the rounds counts. Always exits 0.
 
-#include <dirent.h>
-#include <stdint.h>
 #include <stdio.h>
-#include <sys/stat.h>
-#include <time.h>
 
-#include <algorithm>
-#include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "bench_util.h"
 #include "content/adn.h"
-#include "regex/regex_pool.h"
-#include "rules/qm_dico.h"
-#include "scan/tqmmsg.h"
 
 namespace {
 
-const size_t kMaxMessages = 1000;
-const int kRounds = 5;
 const int32_t kNow = 1700000000;
-const size_t kSizes[] = {25600, 51200, 102400, 204800};
 const double kWorstRatio = 2.4;
 const uint32_t kTextFlags = adnUrl | adnNoSpace | adnMail;
 const uint32_t kMaxTextAdn = 2048;
-
-// Keeps what is computed from being left out.
-volatile int64_t g_sink;
-
-double Now() {
-  timespec now;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
-}
 
 void Shape(TBLOCK text, const char* keep, uint32_t flags,
            const BLOCKDATE* date) {
@@ -68,110 +47,48 @@ void Shape(TBLOCK text, const char* keep, uint32_t flags,
 
 // ---- Real mail
 
-void AddFiles(const std::string& path, std::vector<std::string>& files) {
-  struct stat info;
-  if (stat(path.c_str(), &info) != 0) return;
-  if (S_ISREG(info.st_mode)) files.push_back(path);
-  if (!S_ISDIR(info.st_mode)) return;
-  DIR* directory = opendir(path.c_str());
-  while (const dirent* entry = directory ? readdir(directory) : nullptr)
-    if (entry->d_name[0] != '.') AddFiles(path + "/" + entry->d_name, files);
-  if (directory) closedir(directory);
+// A row for the shape of a value.
+MAILROW ShapeRow(const char* name, TBLOCK TQMMSG::*value, const char* keep,
+                 uint32_t flags, uint32_t most, bool dated) {
+  return {name,
+          [=](TQMMSG& m) {
+            ParseBody(m);
+            return (m.*value).head(most).length;
+          },
+          [=](TQMMSG& m) {
+            Shape((m.*value).head(most), keep, flags,
+                  dated ? &m.messageDate : nullptr);
+          }};
 }
 
-class Context {
- public:
-  Context() : dico(&pool, nullptr) {
-    pool.addAllHardCodedRegexes();
-    dico.precompileRegexesIntoPool();
-    dico.prepareRules();
-  }
-  std::unique_ptr<TQMMSG> load(const std::string& path, bool parse) {
-    auto m = std::make_unique<TQMMSG>(&pool, dico.stuff, nullptr, 0, 0);
-    m->fixedTime = kNow;
-    if (!m->loadFromFile(path.c_str(), nullptr, 0)) return nullptr;
-    if (parse) m->parse(0);
-    return m;
-  }
-
- private:
-  REGEXPOOL pool;
-  TQMDICO dico;
-};
-
-struct Row {
-  const char* name;
-  std::function<uint32_t(TQMMSG&)> work;  // returns the bytes that it read
-  double best, seconds;
-  uint64_t bytes;
-};
-
-uint32_t Scan(TQMMSG& m) {
-  m.check(nullptr, nullptr, TBLOCK(), TBLOCK(), 0, 0, nullptr, 0);
-  return m.body.length;
-}
-
-void MeasureMail(std::vector<std::string> files) {
-  Context context;
-  std::sort(files.begin(), files.end());
-  const size_t n = std::min(files.size(), kMaxMessages);
-  const auto row = [](const char* name, TBLOCK TQMMSG::*value, const char* keep,
-                      uint32_t flags, uint32_t most, bool dated) {
-    return Row{name,
-               [=](TQMMSG& m) {
-                 const TBLOCK text = (m.*value).head(most);
-                 Shape(text, keep, flags, dated ? &m.messageDate : nullptr);
-                 return text.length;
-               },
-               1e9, 0, 0};
-  };
+void ReadMail(const std::vector<std::string>& files) {
+  const uint32_t all = UINT32_MAX, random = adnRepeat | adnRandom;
   const char* const ids = "javamail,qmail,root,squirrel";
-  Row rows[] = {
-      row("text", &TQMMSG::body, nullptr, kTextFlags, kMaxTextAdn, false),
-      row("body", &TQMMSG::body, nullptr, kTextFlags, UINT32_MAX, false),
-      row("ids", &TQMMSG::messageId, ids, adnRepeat, UINT32_MAX, true),
-      row("bounds", &TQMMSG::boundary, "nextpart,boundary",
-          adnRepeat | adnRandom, UINT32_MAX, false),
-      row("subjects", &TQMMSG::subject, "RE,TR,FW,WG", adnRepeat | adnRandom,
-          UINT32_MAX, false),
+  std::vector<MAILROW> rows = {
+      ShapeRow("text", &TQMMSG::body, nullptr, kTextFlags, kMaxTextAdn, false),
+      ShapeRow("body", &TQMMSG::body, nullptr, kTextFlags, all, false),
+      ShapeRow("ids", &TQMMSG::messageId, ids, adnRepeat, all, true),
+      ShapeRow("bounds", &TQMMSG::boundary, "nextpart,boundary", random, all,
+               false),
+      ShapeRow("subjects", &TQMMSG::subject, "RE,TR,FW,WG", random, all, false),
       {"from",
+       [](TQMMSG& m) {
+         ParseBody(m);
+         return m.from.length;
+       },
        [](TQMMSG& m) {
          STR out;
          GetEmailRegex(m.from, &m.dico, out, kNow);
-         return m.from.length;
-       },
-       1e9, 0, 0},
-      {"bytes",
+       }},
+      {"bytes", ParseBody,
        [](TQMMSG& m) {
          STR counts, presence;
          GetBlockCharAdn(m.body, counts, presence);
-         return m.body.length;
-       },
-       1e9, 0, 0},
-      {"scan", Scan, 1e9, 0, 0},
+       }},
   };
-  const Row& scan = rows[7];
-  for (int round = 0; round < kRounds; round++) {
-    for (Row& r : rows) r.seconds = r.bytes = 0;
-    for (size_t i = 0; i < n; i++) {
-      const std::string& path = files[i * files.size() / n];
-      const auto parsed = context.load(path, true);
-      const auto fresh = context.load(path, false);
-      for (Row& r : rows) {
-        TQMMSG* const m = &r == &scan ? fresh.get() : parsed.get();
-        if (!m) continue;
-        const double start = Now();
-        r.bytes += r.work(*m);
-        r.seconds += Now() - start;
-      }
-    }
-    for (Row& r : rows) r.best = std::min(r.best, r.seconds);
-  }
-  printf("%zu messages\n", n);
-  for (const Row& r : rows)
-    printf("%-9s %9.2f us a message %9.1f MB/s %7.2f %% of a scan\n", r.name,
-           r.best / double(n) * 1e6, double(r.bytes) / r.best / 1e6,
-           100 * r.best / scan.best);
+  MeasureMail(files, rows, true);
+  printf("%zu messages\n", files.size());
+  PrintMail(rows, files.size(), 9, 1);
 }
 
 // ---- Hostile text
@@ -240,37 +157,20 @@ void ReadHostile(WAY way, TBLOCK text, TBLOCKVECT& known) {
 
 void MeasureHostile(const Hostile& hostile, TBLOCKVECT& known) {
   printf("%-34s", hostile.name);
-  double before = 0;
-  bool bad = false;
-  std::string ratios;
-  for (size_t size : kSizes) {
-    std::string text = hostile.head;
-    while (text.size() < size) text += hostile.unit;
+  const auto seconds = [&](size_t size) {
+    const std::string text =
+        Repeat(size + hostile.unit.size(), hostile.head, hostile.unit);
     const TBLOCK view(text.data(), static_cast<uint32_t>(size));
-    double best = 1e9;
-    for (int round = 0; round < kRounds; round++) {
-      const double start = Now();
-      ReadHostile(hostile.way, view, known);
-      best = std::min(best, Now() - start);
-    }
-    printf(" %8.3f", best * 1e3);
-    if (before > 0) {
-      char ratio[16];
-      snprintf(ratio, sizeof ratio, " %5.2f", best / before);
-      ratios += ratio;
-      bad = best / before > kWorstRatio;
-    }
-    before = best;
-  }
-  printf("%s%s\n", ratios.c_str(), bad ? "  <-- too much" : "");
+    return BestOf([&] { ReadHostile(hostile.way, view, known); });
+  };
+  MeasureGrowth(seconds, 8, kWorstRatio);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::string> files;
-  for (int i = 1; i < argc; i++) AddFiles(argv[i], files);
-  if (!files.empty()) MeasureMail(files);
+  const std::vector<std::string> files = MailFiles(argc - 1, argv + 1);
+  if (!files.empty()) ReadMail(files);
   // Half of them numbers, half long texts with one front.
   std::vector<std::string> texts;
   for (int i = 0; i < 1000; i++)

@@ -25,11 +25,9 @@
 // Always exits 0, but for 64: usage.
 
 #include <dirent.h>
-#include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <time.h>
 
 #include <algorithm>
 #include <fstream>
@@ -37,6 +35,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_util.h"
 #include "content/html_item.h"
 #include "content/html_parse.h"
 #include "regex/regex_pool.h"
@@ -51,16 +50,7 @@
 
 namespace {
 
-double ThreadSeconds() {
-  timespec t;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9;
-}
-
 const double kNever = 1e9;  // seconds
-
-// Keeps what is computed from being left out.
-volatile uint64_t g_sink;
 
 // ---- Readers
 
@@ -210,9 +200,9 @@ void RaceReaders(const std::vector<std::string>& texts, int rounds,
   for (int round = 0; round < rounds; round++) {
     for (size_t reader = 0; reader < count; reader++) {
       if (only && strcmp(only, kReaders[reader].name) != 0) continue;
-      const double start = ThreadSeconds();
+      const double start = Now();
       for (const std::string& text : texts) kReaders[reader].read(text);
-      best[reader] = std::min(best[reader], ThreadSeconds() - start);
+      best[reader] = std::min(best[reader], Now() - start);
     }
   }
   size_t bytes = 0;
@@ -232,8 +222,6 @@ void RaceReaders(const std::vector<std::string>& texts, int rounds,
 
 // ---- Hostile HTML
 
-const size_t kSizes[] = {25600, 51200, 102400, 204800};
-const size_t kSizeCount = sizeof kSizes / sizeof *kSizes;
 // Twice, and something for what leaves a cache.
 const double kWorstRatio = 2.3;
 
@@ -295,40 +283,17 @@ const struct Shape {
     {"text that is not seen", "<font color=white>", "a.b <i>", ""},
 };
 
-double BestOf(void (*read)(const std::string&), const std::string& text) {
-  double best = kNever;
-  double total = 0;
-  for (int run = 0; run < 100 && (run < 5 || total < 0.1); run++) {
-    const double start = ThreadSeconds();
-    read(text);
-    const double seconds = ThreadSeconds() - start;
-    best = std::min(best, seconds);
-    total += seconds;
-  }
-  return best;
-}
-
 void RunShape(void (*read)(const std::string&), const Shape& shape) {
-  double best[kSizeCount];
   printf("%-30s", shape.name);
-  for (size_t i = 0; i < kSizeCount; i++) {
-    std::string text = shape.head;
-    while (text.size() + strlen(shape.unit) + strlen(shape.tail) <= kSizes[i])
-      text += shape.unit;
-    best[i] = BestOf(read, text + shape.tail);
-    printf(" %8.3f", best[i] * 1e3);
-  }
-  for (size_t i = 1; i < kSizeCount; i++)
-    printf(" %5.2f", best[i] / best[i - 1]);
-  if (best[kSizeCount - 1] / best[kSizeCount - 2] > kWorstRatio)
-    printf("  <--");
-  printf("\n");
+  const auto seconds = [&](size_t size) {
+    const std::string text = Repeat(size, shape.head, shape.unit, shape.tail);
+    return BestOf([&] { read(text); }, 5, 100, 0.1);
+  };
+  MeasureGrowth(seconds, 8, kWorstRatio);
 }
 
 void RunShapes(const char* name, void (*read)(const std::string&)) {
-  printf("%-30s", (std::string("milliseconds of ") + name + " at").c_str());
-  for (size_t size : kSizes) printf(" %8zu", size);
-  printf("  ratio of each doubling\n");
+  PrintSizes((std::string("milliseconds of ") + name + " at").c_str(), 30, 8);
   for (const Shape& shape : kShapes) RunShape(read, shape);
   printf("\n");
 }

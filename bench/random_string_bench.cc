@@ -6,7 +6,7 @@
 //   cmake --build --preset native --target random_string_bench
 //   build/native/bench/random_string_bench [FOLDER|FILE...]
 //
-// With paths, at most kMaxMessages of the messages below them, from all over
+// With paths, at most 1000 of the messages below them, from all over
 // the list, with the library's dictionary and its rules prepared. Prints the
 // microseconds a message and the bytes of the bodies a second of
 //
@@ -21,39 +21,18 @@
 // above kWorstRatio are marked, and are worth a second run. Time is the
 // thread's own, and the best of the rounds counts. Always exits 0.
 
-#include <stdint.h>
 #include <stdio.h>
-#include <string.h>
-#include <time.h>
 
-#include <algorithm>
-#include <filesystem>
-#include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "bench_util.h"
 #include "content/phone.h"
 #include "content/random_string.h"
-#include "regex/regex_pool.h"
-#include "rules/qm_dico.h"
-#include "scan/tqmmsg.h"
 
 namespace {
 
-const size_t kMaxMessages = 1000;
-const int kRounds = 5;
-const size_t kSizes[] = {25600, 51200, 102400, 204800};
 const double kWorstRatio = 2.4;
-
-// Keeps what is computed from being left out.
-volatile int64_t g_sink;
-
-double Now() {
-  timespec now;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
-}
 
 void FindPhones(TBLOCK text) {
   OLIST phones;
@@ -92,49 +71,18 @@ const Work kWorks[] = {{"phones", FindPhones},
                        {"random", CountRandom},
                        {"triples", CountTriples},
                        {"rare", CountRare}};
-const size_t kWorkCount = sizeof kWorks / sizeof *kWorks;
 
 // ---- Real mail
 
-void MeasureMail(std::vector<std::string> files) {
-  REGEXPOOL pool;
-  TQMDICO dico(&pool, nullptr);
-  pool.addAllHardCodedRegexes();
-  dico.precompileRegexesIntoPool();
-  dico.prepareRules();
-  std::sort(files.begin(), files.end());
-  const size_t n = std::min(files.size(), kMaxMessages);
-  double best[kWorkCount + 1];
-  std::fill(best, best + kWorkCount + 1, 1e9);
-  uint64_t bytes = 0;
-  for (int round = 0; round < kRounds; round++) {
-    double seconds[kWorkCount + 1] = {};
-    bytes = 0;
-    for (size_t i = 0; i < n; i++) {
-      TQMMSG m(&pool, dico.stuff, nullptr, 0, 0);
-      m.fixedTime = 1700000000;
-      const std::string& path = files[i * files.size() / n];
-      if (!m.loadFromFile(path.c_str(), nullptr, 0)) continue;
-      double start = Now();
-      m.check(nullptr, nullptr, TBLOCK(), TBLOCK(), 0, 0, nullptr, 0);
-      seconds[kWorkCount] += Now() - start;
-      // A scan that ended at the header has no body yet.
-      if (m.body.empty()) m.parse(0);
-      bytes += m.body.length;
-      for (size_t k = 0; k < kWorkCount; k++) {
-        start = Now();
-        kWorks[k].run(m.body);
-        seconds[k] += Now() - start;
-      }
-    }
-    for (size_t k = 0; k <= kWorkCount; k++)
-      best[k] = std::min(best[k], seconds[k]);
-  }
-  printf("%zu messages, %.1f MB of bodies\n", n, double(bytes) / 1e6);
-  for (size_t k = 0; k <= kWorkCount; k++)
-    printf("%-8s %9.2f us a message %9.1f MB/s %7.2f %% of a scan\n",
-           k < kWorkCount ? kWorks[k].name : "scan", best[k] / double(n) * 1e6,
-           double(bytes) / best[k] / 1e6, 100 * best[k] / best[kWorkCount]);
+void ReadMail(const std::vector<std::string>& files) {
+  std::vector<MAILROW> rows;
+  for (const Work& work : kWorks)
+    rows.push_back(
+        {work.name, ParseBody, [&](TQMMSG& m) { work.run(m.body); }});
+  MeasureMail(files, rows, true);
+  printf("%zu messages, %.1f MB of bodies\n", files.size(),
+         double(rows[0].bytes) / 1e6);
+  PrintMail(rows, files.size(), 8, 1);
 }
 
 // ---- Hostile text, all in one line
@@ -170,36 +118,14 @@ const Shape kShapes[] = {
     {"half marks", "smtRzneJK9"},
 };
 
-double BestOf(const Work& work, TBLOCK text) {
-  double best = 1e9;
-  for (int round = 0; round < kRounds; round++) {
-    const double start = Now();
-    work.run(text);
-    best = std::min(best, Now() - start);
-  }
-  return best;
-}
-
 void MeasureShape(const Shape& shape, const Work& work) {
   printf("%-8s %-24s", work.name, shape.name);
-  double before = 0;
-  bool bad = false;
-  std::string ratios;
-  for (size_t size : kSizes) {
-    std::string text;
-    while (text.size() < size) text += shape.unit;
-    const double best =
-        BestOf(work, TBLOCK(text.data(), static_cast<uint32_t>(size)));
-    printf(" %8.3f", best * 1e3);
-    if (before > 0) {
-      char ratio[16];
-      snprintf(ratio, sizeof ratio, " %5.2f", best / before);
-      ratios += ratio;
-      bad = best / before > kWorstRatio;
-    }
-    before = best;
-  }
-  printf("%s%s\n", ratios.c_str(), bad ? "  <-- too much" : "");
+  const auto seconds = [&](size_t size) {
+    const std::string text = Repeat(size + shape.unit.size(), "", shape.unit);
+    const TBLOCK view(text.data(), static_cast<uint32_t>(size));
+    return BestOf([&] { work.run(view); });
+  };
+  MeasureGrowth(seconds, 8, kWorstRatio);
 }
 
 // Distinct numbers, more than a list takes; and the same few again.
@@ -216,17 +142,8 @@ void MeasureNumbers() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::string> files;
-  for (int i = 1; i < argc; i++) {
-    if (!std::filesystem::is_directory(argv[i])) {
-      files.push_back(argv[i]);
-      continue;
-    }
-    for (const auto& entry :
-         std::filesystem::recursive_directory_iterator(argv[i]))
-      if (entry.is_regular_file()) files.push_back(entry.path());
-  }
-  if (!files.empty()) MeasureMail(files);
+  const std::vector<std::string> files = MailFiles(argc - 1, argv + 1);
+  if (!files.empty()) ReadMail(files);
   for (const Work& work : kWorks)
     for (const Shape& shape : kShapes) MeasureShape(shape, work);
   MeasureNumbers();

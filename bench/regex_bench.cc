@@ -25,7 +25,6 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <time.h>
 
 #include <algorithm>
 #include <fstream>
@@ -33,6 +32,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_util.h"
 #include "regex/zr_regex.h"
 #include "regex_subjects.h"
 
@@ -308,13 +308,6 @@ size_t Disagreements(const Engines& engines, const Texts& patterns,
   return patternsThatDiffer;
 }
 
-double Nanoseconds() {
-  timespec now;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) * 1e9 +
-         static_cast<double>(now.tv_nsec);
-}
-
 double Median(std::vector<double> values) {
   std::sort(values.begin(), values.end());
   return values[values.size() / 2];
@@ -332,11 +325,11 @@ std::vector<Row> Measure(const Engines& engines, size_t first, size_t last,
   // Round 0 warms up.
   for (int round = 0; round <= rounds; round++) {
     for (size_t e = 0; e < engines.size(); e++) {
-      double start = Nanoseconds();
+      double start = Now();
       size_t matches = 0;
       for (const std::string& text : texts)
         matches += engines[e]->count(first, last, text);
-      double each = (Nanoseconds() - start) / pairs;
+      double each = (Now() - start) * 1e9 / pairs;
       if (round > 0) rows[e].rounds.push_back(each);
       rows[e].matches = matches;
     }

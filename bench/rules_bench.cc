@@ -17,32 +17,27 @@
 // leaves were tested most. Time is the thread's own, and the best of the
 // rounds counts; the rows take turns, so that a busy machine does little harm.
 
-#include <dirent.h>
-#include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/stat.h>
-#include <time.h>
 
 #include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "bench_util.h"
 #include "regex/regex_pool.h"
 #include "rules/kw_obj.h"
 #include "rules/qm_dico.h"
 #include "rules/rule_expression.h"
-#include "scan/tqmmsg.h"
 
 namespace {
 
 const int kRules = 4500;
 const int kSections = 90;
-const size_t kMaxMessages = 1000;
 const size_t kSampleMessages = 10;  // of the row "nothing"
-const int kRounds = 3;
+const int kTurns = 3;
 const int kShownFields = 8;
 
 // ---- The rules
@@ -227,26 +222,6 @@ Way MakeWay(const char* name, bool patterns, bool rules, size_t messages) {
 
 // ---- Messages
 
-void AddFiles(const std::string& path, std::vector<std::string>& files) {
-  struct stat info;
-  if (stat(path.c_str(), &info) != 0) return;
-  if (S_ISREG(info.st_mode)) files.push_back(path);
-  if (!S_ISDIR(info.st_mode)) return;
-  DIR* directory = opendir(path.c_str());
-  while (const dirent* entry = directory ? readdir(directory) : nullptr)
-    if (entry->d_name[0] != '.') AddFiles(path + "/" + entry->d_name, files);
-  if (directory) closedir(directory);
-}
-
-// At most kMaxMessages of them, from all over the list.
-std::vector<std::string> Spread(std::vector<std::string> files) {
-  std::sort(files.begin(), files.end());
-  const size_t n = std::min(files.size(), kMaxMessages);
-  std::vector<std::string> chosen;
-  for (size_t i = 0; i < n; i++) chosen.push_back(files[i * files.size() / n]);
-  return chosen;
-}
-
 // Where the parsers know little of the header's fingerprint, one letter for
 // each field stands in, so that rules on it have something to look at.
 void FillScheme(TQMMSG& message) {
@@ -273,12 +248,6 @@ std::unique_ptr<TQMMSG> Load(const std::string& path, const Way& way) {
 }
 
 // ---- Measuring
-
-double Now() {
-  timespec now;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
-}
 
 int64_t WalkAll(TQMMSG& message) {
   int64_t sum = 0;
@@ -354,10 +323,9 @@ void PrintFields(const LeafCounts& counts) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::string> files;
   const bool alone = argc > 1 && strcmp(argv[1], "--context") == 0;
-  for (int i = alone ? 2 : 1; i < argc; i++) AddFiles(argv[i], files);
-  files = Spread(files);
+  const int from = alone ? 2 : 1;
+  const std::vector<std::string> files = MailFiles(argc - from, argv + from);
   if (files.empty()) {
     fprintf(stderr, "usage: rules_bench [--context] FOLDER|FILE...\n");
     return 64;
@@ -370,7 +338,7 @@ int main(int argc, char** argv) {
                            std::min(kSampleMessages, files.size())));
   }
   std::vector<int64_t> sums(ways.size());
-  for (int round = 0; round < kRounds; round++)
+  for (int turn = 0; turn < kTurns; turn++)
     for (size_t w = 0; w < ways.size(); w++) Measure(ways[w], files, sums[w]);
 
   printf("%d rules, %zu messages\n", kRules, files.size());

@@ -12,52 +12,24 @@
 // Time is the thread's own, so that a busy machine does little harm; a marked
 // row is worth a second run all the same.
 
-#include <malloc.h>
-#include <stdint.h>
 #include <stdio.h>
 #include <string.h>
-#include <time.h>
 
-#include <algorithm>
 #include <memory>
 #include <string>
 
-#include "scan/tqmmsg.h"
+#include "bench_util.h"
 
 namespace {
 
-const size_t kSizes[] = {25600, 51200, 102400, 204800};
-const size_t kSizeCount = sizeof kSizes / sizeof *kSizes;
 // Twice, and something for what grows with the logarithm or leaves a cache.
 const double kWorstRatio = 2.3;
-// Rounds over all sizes, so that a disturbance does not hit one size alone, and
-// runs of one size in each round.
-const int kRounds = 3;
+// Turns over all sizes, so that a disturbance does not hit one size alone, and
+// runs of one size in each turn.
+const int kTurns = 3;
 const int kMinRuns = 5;
 const int kMaxRuns = 100;
-const double kMaxSeconds = 0.15;  // of one size in one round, above kMinRuns
-
-// `head`, then `unit` as often as it fits whole into n bytes ahead of `tail`.
-std::string Repeat(size_t n, const std::string& head, const std::string& unit,
-                   const std::string& tail = "") {
-  std::string out = head;
-  while (out.size() + unit.size() + tail.size() <= n) out += unit;
-  return out + tail;
-}
-
-// The same with "#" in the unit as a number, from 0 on.
-std::string RepeatNumbered(size_t n, const std::string& head,
-                           const std::string& unit,
-                           const std::string& tail = "") {
-  std::string out = head;
-  for (int number = 0;; number++) {
-    std::string next;
-    for (char c : unit)
-      next += c == '#' ? std::to_string(number) : std::string(1, c);
-    if (out.size() + next.size() + tail.size() > n) return out + tail;
-    out += next;
-  }
-}
+const double kMaxSeconds = 0.15;  // of one size in one turn, above kMinRuns
 
 std::string Chars(const char* text, size_t n) {
   return std::string(text, n);
@@ -424,67 +396,29 @@ const Shape kShapes[] = {
     {"unknown set", [](N n) { return Repeat(n, TextIn("x-none"), "\xE0 "); }},
 };
 
-double ThreadSeconds() {
-  timespec t;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9;
-}
-
-// The seconds of one load, from the object's birth to its end.
-double ParseOnce(const std::string& mail) {
-  const TBLOCK view(mail.data(), static_cast<uint32_t>(mail.size()));
-  const double start = ThreadSeconds();
-  {
-    TQMMSG message(nullptr, nullptr, nullptr, 0, 0);
-    if (!message.loadFromBlock(view, nullptr, 1))
-      fprintf(stderr, "no memory\n");
-  }
-  return ThreadSeconds() - start;
-}
-
-// The best of several runs, none of them counted that `best` beats.
-double BestSeconds(const std::string& mail, double best) {
-  double all = 0;
-  for (int run = 0; run < kMaxRuns && (run < kMinRuns || all < kMaxSeconds);
-       run++) {
-    const double seconds = ParseOnce(mail);
-    best = std::min(best, seconds);
-    all += seconds;
-  }
-  return best;
+// A load, from the object's birth to its end.
+void ParseOnce(const std::string& mail) {
+  TQMMSG message(nullptr, nullptr, nullptr, 0, 0);
+  if (!message.loadFromBlock(
+          TBLOCK(mail.data(), static_cast<uint32_t>(mail.size())), nullptr, 1))
+    fprintf(stderr, "no memory\n");
 }
 
 // Prints the row of a shape; returns the ratio of the last doubling.
 double RunShape(const Shape& shape) {
   printf("%-30s", shape.name);
-  fflush(stdout);
-  double seconds[kSizeCount];
-  for (int round = 0; round < kRounds; round++) {
-    for (size_t i = 0; i < kSizeCount; i++) {
-      const double best = round ? seconds[i] : 1e9;
-      seconds[i] = BestSeconds(shape.make(kSizes[i]), best);
-    }
-  }
-  for (double best : seconds) printf(" %9.3f", best * 1e3);
-  double ratio = 0;
-  for (size_t i = 1; i < kSizeCount; i++) {
-    ratio = seconds[i] / seconds[i - 1];
-    printf(" %5.2f", ratio);
-  }
-  printf("%s\n", ratio > kWorstRatio ? "  <-- too much" : "");
-  return ratio;
+  const auto seconds = [&](size_t size) {
+    const std::string mail = shape.make(size);
+    return BestOf([&] { ParseOnce(mail); }, kMinRuns, kMaxRuns, kMaxSeconds);
+  };
+  return MeasureGrowth(seconds, 9, kWorstRatio, kTurns);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  // Freed memory is kept: how often the system takes pages back and clears
-  // them anew jumps with the size.
-  mallopt(M_TRIM_THRESHOLD, 1 << 30);
-  mallopt(M_MMAP_THRESHOLD, 1 << 30);
-  printf("%-30s", "milliseconds at bytes");
-  for (size_t size : kSizes) printf(" %9zu", size);
-  printf("  ratio of each doubling\n");
+  KeepMemory();
+  PrintSizes("milliseconds at bytes", 30, 9);
   double worst = 0;
   const char* worstName = "none";
   for (const Shape& shape : kShapes) {

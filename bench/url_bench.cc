@@ -12,42 +12,25 @@
 // Time is the thread's own, so that a busy machine does little harm; a marked
 // row is worth a second run all the same.
 
-#include <malloc.h>
 #include <stdio.h>
 #include <string.h>
-#include <time.h>
 
 #include <algorithm>
 #include <string>
 
+#include "bench_util.h"
 #include "content/text_parse.h"
 #include "content/unsub_text.h"
 #include "rules/qm_dico.h"
 
 namespace {
 
-const size_t kSizes[] = {25600, 51200, 102400, 204800};
-const size_t kSizeCount = sizeof kSizes / sizeof *kSizes;
 const double kWorstRatio = 2.3;
-const int kRounds = 3;
-const int kRuns = 15;  // of one size in one round
+const int kTurns = 3;  // of all sizes
+const int kRuns = 15;  // of one size in one turn
 
 typedef size_t N;
 typedef std::string S;
-
-S Repeat(N n, const S& head, const S& unit, const S& tail = "") {
-  S out = head;
-  while (out.size() + unit.size() + tail.size() <= n) out += unit;
-  return out + tail;
-}
-
-// The same with "#" in the unit as a number, from 0 on.
-S RepeatNumbered(N n, const S& unit) {
-  S out;
-  for (int number = 0; out.size() + unit.size() + 6 <= n; number++)
-    for (char c : unit) out += c == '#' ? std::to_string(number) : S(1, c);
-  return out;
-}
 
 // A body is parsed and asked for its ways out; or each of its lines is added
 // to the links, or the links are asked whether they know it, in turn.
@@ -69,7 +52,7 @@ const Shape kShapes[] = {
      [](N n) { return Repeat(n, "", " .  c  o  m"); }},
     {"domains", kText, [](N n) { return Repeat(n, "", "ab.com "); }},
     {"domains, all different", kText,
-     [](N n) { return RepeatNumbered(n, "ab#.com "); }},
+     [](N n) { return RepeatNumbered(n, "", "ab#.com "); }},
     {"domains of a mail address", kText,
      [](N n) { return Repeat(n, "", "ab.com:", "@"); }},
     {"domains, then \"@\"", kText,
@@ -117,12 +100,14 @@ const Shape kShapes[] = {
     {"percent signs", kText,
      [](N n) { return Repeat(n, "http://a.b/", "%41"); }},
     {"links, all different", kLinks,
-     [](N n) { return RepeatNumbered(n, "http://a#.org\n"); }},
+     [](N n) { return RepeatNumbered(n, "", "http://a#.org\n"); }},
     {"links, alike at the front", kLinks,
-     [](N n) { return RepeatNumbered(n, "http://" + S(80, 'a') + "#.org\n"); }},
+     [](N n) {
+       return RepeatNumbered(n, "", "http://" + S(80, 'a') + "#.org\n");
+     }},
     {"links, one protocol each", kLinks,
      [](N n) {
-       return RepeatNumbered(n, "ftp://a#\nmailto:a#\nhttps://a#\na#\n");
+       return RepeatNumbered(n, "", "ftp://a#\nmailto:a#\nhttps://a#\na#\n");
      }},
     {"links, the same", kLinks,
      [](N n) { return Repeat(n, "", "http://a.org\n"); }},
@@ -147,24 +132,19 @@ void RunLinks(TBLOCK text) {
   }
 }
 
-double ThreadSeconds() {
-  timespec t;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9;
-}
-
-double BestSeconds(KIND kind, const S& text, const TQMDICO& dico, double best) {
+double BestSeconds(KIND kind, const S& text, const TQMDICO& dico) {
+  double best = 1e9;
   S copy, output(text.size() + 128, 0);
   for (int run = 0; run < kRuns; run++) {
     copy = text;
     const TBLOCK view(&copy[0], static_cast<uint32_t>(copy.size()));
-    const double start = ThreadSeconds();
+    const double start = Now();
     if (kind == kText)
       RunText(view, TBLOCK(&output[0], static_cast<uint32_t>(output.size())),
               dico);
     else
       RunLinks(view);
-    best = std::min(best, ThreadSeconds() - start);
+    best = std::min(best, Now() - start);
   }
   return best;
 }
@@ -172,33 +152,18 @@ double BestSeconds(KIND kind, const S& text, const TQMDICO& dico, double best) {
 // Prints the row of a shape; returns the ratio of the last doubling.
 double RunShape(const Shape& shape, const TQMDICO& dico) {
   printf("%-30s", shape.name);
-  fflush(stdout);
-  double seconds[kSizeCount];
-  for (int round = 0; round < kRounds; round++)
-    for (size_t i = 0; i < kSizeCount; i++)
-      seconds[i] = BestSeconds(shape.kind, shape.make(kSizes[i]), dico,
-                               round ? seconds[i] : 1e9);
-  for (double best : seconds) printf(" %9.3f", best * 1e3);
-  double ratio = 0;
-  for (size_t i = 1; i < kSizeCount; i++) {
-    ratio = seconds[i] / seconds[i - 1];
-    printf(" %5.2f", ratio);
-  }
-  printf("%s\n", ratio > kWorstRatio ? "  <-- too much" : "");
-  return ratio;
+  const auto seconds = [&](size_t size) {
+    return BestSeconds(shape.kind, shape.make(size), dico);
+  };
+  return MeasureGrowth(seconds, 9, kWorstRatio, kTurns);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  // Freed memory is kept: how often the system takes pages back and clears
-  // them anew jumps with the size.
-  mallopt(M_TRIM_THRESHOLD, 1 << 30);
-  mallopt(M_MMAP_THRESHOLD, 1 << 30);
+  KeepMemory();
   const TQMDICO dico(nullptr, nullptr);
-  printf("%-30s", "milliseconds at bytes");
-  for (size_t size : kSizes) printf(" %9zu", size);
-  printf("  ratio of each doubling\n");
+  PrintSizes("milliseconds at bytes", 30, 9);
   double worst = 0;
   const char* worstName = "none";
   for (const Shape& shape : kShapes) {

@@ -5,7 +5,7 @@
 //   cmake --build --preset native --target words_bench
 //   build/native/bench/words_bench [FOLDER|FILE...]
 //
-// With paths, at most kMaxMessages of the messages below them, from all over
+// With paths, at most 1000 of the messages below them, from all over
 // the list, with the library's dictionary and its rules prepared. Prints the
 // microseconds a message and the bytes of the bodies a second of
 //
@@ -22,53 +22,20 @@
 // doubling. Ratios above kWorstRatio are marked, and are worth a second run.
 // Time is the thread's own, and the best of the rounds counts. Always exits 0.
 
-#include <dirent.h>
-#include <stdint.h>
 #include <stdio.h>
-#include <string.h>
-#include <sys/stat.h>
-#include <time.h>
 
-#include <algorithm>
-#include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "bench_util.h"
 #include "content/word_tests.h"
 #include "content/words.h"
-#include "regex/regex_pool.h"
-#include "rules/qm_dico.h"
-#include "scan/tqmmsg.h"
 
 namespace {
 
-const size_t kMaxMessages = 1000;
-const int kRounds = 5;
-const size_t kSizes[] = {25600, 51200, 102400, 204800};
 const double kWorstRatio = 2.4;
 
-// Keeps what is computed from being left out.
-volatile int64_t g_sink;
-
-double Now() {
-  timespec now;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
-}
-
 // ---- Real mail
-
-void AddFiles(const std::string& path, std::vector<std::string>& files) {
-  struct stat info;
-  if (stat(path.c_str(), &info) != 0) return;
-  if (S_ISREG(info.st_mode)) files.push_back(path);
-  if (!S_ISDIR(info.st_mode)) return;
-  DIR* directory = opendir(path.c_str());
-  while (const dirent* entry = directory ? readdir(directory) : nullptr)
-    if (entry->d_name[0] != '.') AddFiles(path + "/" + entry->d_name, files);
-  if (directory) closedir(directory);
-}
 
 void CutAll(const TQMMSG& m) {
   TBLOCK word;
@@ -93,75 +60,26 @@ void CutLines(const TBLOCKVECT& lines) {
   g_sink = g_sink + words.count();
 }
 
-struct Row {
-  const char* name;
-  std::function<void(TQMMSG&)> work;
-  bool parsed;  // the work begins with a parsed message
-  double best, seconds;
-};
-
-class Context {
- public:
-  Context() : dico(&pool, nullptr) {
-    pool.addAllHardCodedRegexes();
-    dico.precompileRegexesIntoPool();
-    dico.prepareRules();
-  }
-  std::unique_ptr<TQMMSG> load(const std::string& path, bool parse) {
-    auto m = std::make_unique<TQMMSG>(&pool, dico.stuff, nullptr, 0, 0);
-    m->fixedTime = 1700000000;
-    if (!m->loadFromFile(path.c_str(), nullptr, 0)) return nullptr;
-    if (parse) m->parse(0);
-    return m;
-  }
-
- private:
-  REGEXPOOL pool;
-  TQMDICO dico;
-};
-
-void MeasureMail(std::vector<std::string> files) {
-  Context context;
-  std::sort(files.begin(), files.end());
-  const size_t n = std::min(files.size(), kMaxMessages);
-  Row rows[] = {
-      {"cutter", CutAll, true, 1e9, 0},
-      {"NextWord", NextAll, true, 1e9, 0},
-      {"lines", [](TQMMSG& m) { CutLines(m.bodyLines); }, true, 1e9, 0},
+void ReadMail(const std::vector<std::string>& files) {
+  std::vector<MAILROW> rows = {
+      {"cutter", ParseBody, CutAll},
+      {"NextWord", ParseBody, NextAll},
+      {"lines", ParseBody, [](TQMMSG& m) { CutLines(m.bodyLines); }},
       {"doubled",
        [](TQMMSG& m) {
-         g_sink = g_sink + MultiLowersWordCount(m.bodyWords, 3);
+         const uint64_t bytes = ParseBody(m);
+         m.parseWords();
+         return bytes;
        },
-       true, 1e9, 0},
-      {"words", [](TQMMSG& m) { m.parseWords(); }, true, 1e9, 0},
-      {"scan",
        [](TQMMSG& m) {
-         m.check(nullptr, nullptr, TBLOCK(), TBLOCK(), 0, 0, nullptr, 0);
-       },
-       false, 1e9, 0},
+         g_sink = g_sink + MultiLowersWordCount(m.bodyWords, 3);
+       }},
+      {"words", ParseBody, [](TQMMSG& m) { m.parseWords(); }},
   };
-  uint64_t bytes = 0;
-  for (int round = 0; round < kRounds; round++) {
-    bytes = 0;
-    for (Row& row : rows) row.seconds = 0;
-    for (size_t i = 0; i < n; i++) {
-      for (Row& row : rows) {
-        const auto m = context.load(files[i * files.size() / n], row.parsed);
-        if (!m) continue;
-        if (&row == rows) bytes += m->body.length;
-        if (!strcmp(row.name, "doubled")) m->parseWords();
-        const double start = Now();
-        row.work(*m);
-        row.seconds += Now() - start;
-      }
-    }
-    for (Row& row : rows) row.best = std::min(row.best, row.seconds);
-  }
-  printf("%zu messages, %.1f MB of bodies\n", n, double(bytes) / 1e6);
-  for (const Row& row : rows)
-    printf("%-9s %9.2f us a message %9.1f MB/s %7.2f %% of a scan\n", row.name,
-           row.best / double(n) * 1e6, double(bytes) / row.best / 1e6,
-           100 * row.best / rows[5].best);
+  MeasureMail(files, rows, false);
+  printf("%zu messages, %.1f MB of bodies\n", files.size(),
+         double(rows[0].bytes) / 1e6);
+  PrintMail(rows, files.size(), 9, 1);
 }
 
 // ---- Hostile text, all in one line
@@ -205,50 +123,28 @@ const Shape kShapes[] = {
     {"apostrophes", "", "l'a "},
 };
 
-double BestOf(const std::function<void()>& work) {
-  double best = 1e9;
-  for (int round = 0; round < kRounds; round++) {
-    const double start = Now();
-    work();
-    best = std::min(best, Now() - start);
-  }
-  return best;
-}
-
 void MeasureShape(const Shape& shape, bool byNextWord) {
   printf("%-9s %-31s", byNextWord ? "NextWord" : "lines", shape.name);
-  double before = 0;
-  bool bad = false;
-  std::string ratios;
-  for (size_t size : kSizes) {
-    std::string text = shape.head;
-    while (text.size() < size) text += shape.unit;
+  const auto seconds = [&](size_t size) {
+    const std::string text =
+        Repeat(size + shape.unit.size(), shape.head, shape.unit);
     const TBLOCK line(text.data(), static_cast<uint32_t>(size));
     TBLOCKVECT lines(1);
     lines.add(line, 0, 0);
-    const double best = BestOf([&] {
+    return BestOf([&] {
       if (!byNextWord) return CutLines(lines);
       TBLOCK rest = line, word;
       while (const int32_t kind = NextWord(rest, word)) g_sink = g_sink + kind;
     });
-    printf(" %8.3f", best * 1e3);
-    if (before > 0) {
-      char ratio[16];
-      snprintf(ratio, sizeof ratio, " %5.2f", best / before);
-      ratios += ratio;
-      bad = best / before > kWorstRatio;
-    }
-    before = best;
-  }
-  printf("%s%s\n", ratios.c_str(), bad ? "  <-- too much" : "");
+  };
+  MeasureGrowth(seconds, 8, kWorstRatio);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::string> files;
-  for (int i = 1; i < argc; i++) AddFiles(argv[i], files);
-  if (!files.empty()) MeasureMail(files);
+  const std::vector<std::string> files = MailFiles(argc - 1, argv + 1);
+  if (!files.empty()) ReadMail(files);
   for (const Shape& shape : kShapes) {
     MeasureShape(shape, false);
     MeasureShape(shape, true);

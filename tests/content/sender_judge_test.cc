@@ -48,7 +48,7 @@ TEST(CheckForgedMailBoxTest, Rows) {
   Judge(
       CheckForgedMailBox,
       {// No judgement: short, a digit at the end, other bytes, the Web, roles.
-       "0 Jane Doe <qzkxw@a.org>", "0 Jane Doe <qzkxwvb1@a.org>",
+       "0 \"qzkxw\" <qzkxw@a.org>", "0 Jane Doe <qzkxwvb1@a.org>",
        "0 Jane Doe <qzk.xwvb@a.org>", "0 Jane Doe <qzkwebxw@a.org>",
        "0 Jane Doe <qzkMAILxw@a.org>", "0 Jane Doe <infoqzkxwvb@a.org>",
        "0 qzkxwvbq@a.org (Jane Qzkxwvb)", "2 Jane Doe <qzkxwvbq@a.org>",
@@ -59,7 +59,7 @@ TEST(CheckForgedMailBoxTest, Rows) {
        "0 qzkxab <qzkxab@a.org>", "0 \"marian\" <marian@a.org>",
        "1 \"42\" <marian@a.org>",
        // Plain names of which nothing is language.
-       "4 \"Jane Qzkxwvb\" <marian@a.org>", "0 \"Jane Qzkxw\" <marian@a.org>",
+       "4 \"Jane Qzkxwv\" <marian@a.org>", "0 \"Jane Qzkxw\" <marian@a.org>",
        "0 Jane Qzkxwvb <marian@a.org>", "0 \"Jane Marley\" <horton@a.org>",
        "5 \"qzk xwvbq\" <marian@a.org>", "0 \"qzk xwzk\" <marian@a.org>",
        // A triple counts once, in whatever case it is met again.

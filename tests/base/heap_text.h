@@ -13,11 +13,12 @@
 
 class HeapText {
  public:
-  explicit HeapText(const std::string& text)
-      : size_(static_cast<uint32_t>(text.size())),
-        bytes_(new unsigned char[size_]) {
-    if (size_) memcpy(bytes_.get(), text.data(), size_);
+  HeapText(const void* bytes, size_t size)
+      : size_(static_cast<uint32_t>(size)), bytes_(new unsigned char[size_]) {
+    if (size_) memcpy(bytes_.get(), bytes, size_);
   }
+  explicit HeapText(const std::string& text)
+      : HeapText(text.data(), text.size()) {}
   TBLOCK view() const { return TBLOCK(bytes_.get(), size_); }
   // The bytes as they are now.
   std::string str() const {
@@ -41,6 +42,12 @@ inline std::string Join(const TBLOCKVECT& members) {
   for (int32_t i = 0; i < members.count(); i++)
     out += Str(members.get(i)) + "|";
   return out;
+}
+
+inline std::string Times(uint32_t n, const std::string& text) {
+  std::string all;
+  while (n-- > 0) all += text;
+  return all;
 }
 
 // The number `index` of all texts of `length` letters of an alphabet; false

@@ -27,12 +27,6 @@ struct Words {
   }
 };
 
-std::string Repeat(int n, const std::string& text) {
-  std::string all;
-  while (n-- > 0) all += text;
-  return all;
-}
-
 }  // namespace
 
 TEST(HiddenWordsTest, WordsInPieces) {
@@ -50,12 +44,12 @@ TEST(HiddenWordsTest, WordsInPieces) {
       {"another order", "gra via", 0},
       {"longer than what is left", "via gram", 0},
       {"the first piece that fits is taken", "v via gra", 0},
-      {"words between: 19 for 2 pieces", "via " + Repeat(19, "x ") + "gra", 1},
-      {"20 for 2 pieces", "via " + Repeat(20, "x ") + "gra", 0},
-      {"29 for 3 pieces", "via " + Repeat(29, "x ") + "gr a", 1},
-      {"30 for 3 pieces", "vi a " + Repeat(30, "x ") + "gra", 0},
-      {"words ahead are no gap", Repeat(98, "x ") + "via gra", 1},
-      {"the 101st word", Repeat(99, "x ") + "via gra", 0},
+      {"words between: 19 for 2 pieces", "via " + Times(19, "x ") + "gra", 1},
+      {"20 for 2 pieces", "via " + Times(20, "x ") + "gra", 0},
+      {"29 for 3 pieces", "via " + Times(29, "x ") + "gr a", 1},
+      {"30 for 3 pieces", "vi a " + Times(30, "x ") + "gra", 0},
+      {"words ahead are no gap", Times(98, "x ") + "via gra", 1},
+      {"the 101st word", Times(99, "x ") + "via gra", 0},
       {"pieces of two words", "vi ci agra alis", 2},
       {"three, of which two are asked for", "abcd efghijk vi agra cial is", 2},
       {"accents", "v\xCC \xE4gr\xE3", 1},
@@ -92,10 +86,10 @@ TEST(HiddenWordsTest, CapitalsAmongSmallLetters) {
       {"ABxCDE", "ABCDE"},
       {"VIxAG", ""},
       {"OTxHERS VIAxGRA ABxCDE", "VIAGRA"},
-      {Repeat(49, "x ") + "VIAxGRA", "VIAGRA"},
-      {Repeat(50, "x ") + "VIAxGRA", ""},
-      {Repeat(249, "1") + "VIAxGRA", "VIAGRA"},
-      {Repeat(250, "1") + "VIAxGRA", ""},
+      {Times(49, "x ") + "VIAxGRA", "VIAGRA"},
+      {Times(50, "x ") + "VIAxGRA", ""},
+      {Times(249, "1") + "VIAxGRA", "VIAGRA"},
+      {Times(250, "1") + "VIAxGRA", ""},
       {"", ""},
   };
   for (const auto& row : rows) {

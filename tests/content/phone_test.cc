@@ -5,18 +5,9 @@
 #include <gtest/gtest.h>
 
 #include "base/heap_text.h"
+#include "content/phones.h"
 
 namespace {
-
-struct PHONES : OLIST {
-  ~PHONES() override {
-    while (first) {
-      const BLOCKPHONE* phone = static_cast<const BLOCKPHONE*>(first->item);
-      remove(phone);
-      delete phone;
-    }
-  }
-};
 
 // The text with each number that is found in brackets.
 std::string Find(std::string text) {

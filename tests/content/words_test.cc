@@ -30,12 +30,6 @@ std::string Cut(const std::string& text) {
   return out;
 }
 
-std::string Times(int n, const std::string& text) {
-  std::string out;
-  while (n-- > 0) out += text;
-  return out;
-}
-
 TEST(WordsTest, Kinds) {
   const struct {
     const char* text;

@@ -92,12 +92,6 @@ class Compiled {
   int code_;
 };
 
-std::string Times(uint32_t count, const std::string& text) {
-  std::string out;
-  for (uint32_t i = 0; i < count; i++) out += text;
-  return out;
-}
-
 }  // namespace
 
 TEST(ZrRegexec, AnswersAndPairs) {

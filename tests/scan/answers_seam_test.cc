@@ -34,10 +34,6 @@ uint32_t QmHtmlParse(TBLOCK src, TBLOCK dest, THTMLCONTEXT&, REGEXPOOL*,
 
 namespace {
 
-std::string Times(int n, const std::string& text) {
-  return n ? text + Times(n - 1, text) : "";
-}
-
 TEST(AnswersTest, Cuts) {
   const struct {
     std::string text;  // with "|" where it is cut

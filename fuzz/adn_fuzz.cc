@@ -9,17 +9,12 @@
 #include <stdint.h>
 #include <string.h>
 
-#include <memory>
-
 #include "content/adn.h"
 #include "content/words.h"
+#include "fuzz_util.h"
 #include "rules/qm_dico.h"
 
 static const int64_t kNow = 1795275720;
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
 
 static bool IsAlnum(unsigned char byte) {
   return TBLOCK::Is(byte, bitLetter | bitDigit);
@@ -83,13 +78,12 @@ static void CheckText(TBLOCK text, uint32_t flags, const TADNCLOCK& clock,
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   static TQMDICO dico(nullptr, nullptr);
   if (size < 5) return 0;
-  const uint32_t n = static_cast<uint32_t>(size - 5);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
-  if (n) memcpy(copy.get(), bytes + 5, n);
+  const HeapText copy(bytes + 5, size - 5);
   BLOCKDATE date;
   memcpy(&date.utc, bytes + 1, 4);
   const TADNCLOCK clock = {bytes[0] & 0x80 ? &date : nullptr, kNow};
-  TBLOCK text(copy.get(), n), rest = text;
+  const TBLOCK text = copy.view();
+  TBLOCK rest = text;
   TBLOCKVECT known(4);
   known.fillFromBigBlock(TBLOCK::BlockNextLine(rest), ',', 0);
   CheckText(rest, bytes[0] & 0x3F, clock, &known);
@@ -106,9 +100,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   Check(out.len() == 95 && presence.len() == 95);
   Tt2Adn(date.utc, out);
   Check(out.len() == (date.utc == -1 ? 0 : 14));
-  if (n >= sizeof(FILETIME) * 2) {
+  if (text.length >= sizeof(FILETIME) * 2) {
     FILETIME times[2];
-    memcpy(times, copy.get(), sizeof times);
+    memcpy(times, text.pointer, sizeof times);
     const char there = ftAdnChar(times[0], times[1]);
     const char back = ftAdnChar(times[1], times[0]);
     Check(strchr("0123456789>", there) || strchr("abcdefghz<", there));

@@ -6,15 +6,10 @@
 #include <stdint.h>
 #include <string.h>
 
-#include <memory>
-
+#include "fuzz_util.h"
 #include "scan/tqmmsg.h"
 
 namespace {
-
-void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
 
 // A listing is a text, and its names stand in it, without its separators.
 void CheckListing(BLOCKPART& part) {
@@ -45,13 +40,11 @@ void CheckSize(TBLOCK text, bool jpeg) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   static TQMMSG scan(nullptr, nullptr, nullptr, 0, 0);
   if (size < 1) return 0;
-  const uint32_t n = static_cast<uint32_t>(size - 1);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
-  if (n) memcpy(copy.get(), bytes + 1, n);
-  const TBLOCK text(copy.get(), n);
+  const HeapText copy(bytes + 1, size - 1);
+  const TBLOCK text = copy.view();
   BLOCKPART part;
   part.content = text;
-  part.rawLength = n;
+  part.rawLength = text.length;
   part.displayName = TBLOCK("a:b");
   const bool coded = bytes[0] == 'B';
   part.flags = coded ? pfBase64Checked : pfDecoded;

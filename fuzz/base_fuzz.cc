@@ -3,13 +3,13 @@
 // buffer of exactly its size.
 
 #include <stdint.h>
-#include <string.h>
 
 #include <memory>
 
 #include "base/block.h"
 #include "base/vectors.h"
 #include "base/wildcard.h"
+#include "fuzz_util.h"
 
 // What callers do with lists of values, in place.
 static void ReadPieces(TBLOCK rest, int vary) {
@@ -27,10 +27,9 @@ static void ReadPieces(TBLOCK rest, int vary) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   if (size < 2) return 0;
-  const uint32_t n = static_cast<uint32_t>(size - 2);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
-  memcpy(copy.get(), bytes + 2, n);
-  TBLOCK text(copy.get(), n);
+  const HeapText copy(bytes + 2, size - 2);
+  TBLOCK text = copy.view();
+  const uint32_t n = text.length;
   const int vary = bytes[1] & 1;
   const TBLOCK front = text.head(bytes[1] % 32);
   TBLOCK rest = text.from(front.length);
@@ -43,12 +42,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   int anomaly = 0;
   switch (bytes[0] % 11) {
     case 0:
-      if (TBLOCK::HeaderToBlocks(text, list, vary) > int(n)) __builtin_trap();
+      Check(TBLOCK::HeaderToBlocks(text, list, vary) <= int(n));
       break;
     case 1:
       TBLOCK::BlockParseHeader(text, list, vary, anomaly);
       for (int32_t i = 1; i < list.count(); i++)
-        if (list.get(i).pointer < list.get(i - 1).end()) __builtin_trap();
+        Check(list.get(i).pointer >= list.get(i - 1).end());
       break;
     case 2:
       TBLOCK::BlockFindParts(rest, front, list);
@@ -61,11 +60,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
       break;
     case 5:
       TBLOCK::BlockUnbase64(text, out, vary);
-      if (out.length > size2) __builtin_trap();
+      Check(out.length <= size2);
       break;
     case 6:
-      if (TBLOCK::BlockBase64(text, out, vary, 0, '=') > size2)
-        __builtin_trap();
+      Check(TBLOCK::BlockBase64(text, out, vary, 0, '=') <= size2);
       break;
     case 7:
       block.add(text);

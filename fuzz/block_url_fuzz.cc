@@ -5,16 +5,9 @@
 // Input: URLs, one a line; the list gets every other one.
 
 #include <stdint.h>
-#include <string.h>
-
-#include <memory>
 
 #include "content/links.h"
-
-static void CheckInside(TBLOCK part, TBLOCK text) {
-  if (part.empty()) return;
-  if (part.pointer < text.pointer || part.end() > text.end()) __builtin_trap();
-}
+#include "fuzz_util.h"
 
 static void CheckParts(TBLOCK text) {
   TBLOCKURL url;
@@ -22,23 +15,21 @@ static void CheckParts(TBLOCK text) {
   const TBLOCK parts[] = {url.url,    url.host,     url.path,      url.file,
                           url.port,   url.query,    url.tld,       url.user,
                           url.domain, url.password, url.hostName()};
-  for (const TBLOCK& part : parts) CheckInside(part, text);
-  if (!url.tld.empty() && !url.domain.ends(url.tld)) __builtin_trap();
-  if (!url.domain.empty() && url.domain.length < 3) __builtin_trap();
+  for (const TBLOCK& part : parts) Check(IsInside(part, text));
+  Check(url.tld.empty() || url.domain.ends(url.tld));
+  Check(url.domain.empty() || url.domain.length >= 3);
   if (!TBLOCKURL::CompareUrl(text, text)) {
     TBLOCK left = text;
     TBLOCKURL::TakeComparable(left);
-    if (!left.empty()) __builtin_trap();
+    Check(left.empty());
   }
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  const uint32_t n = static_cast<uint32_t>(size);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
-  if (n) memcpy(copy.get(), bytes, n);
+  const HeapText copy(bytes, size);
   TLINKVECT links;
   TIMGVECT images;
-  TBLOCK rest(copy.get(), n);
+  TBLOCK rest = copy.view();
   bool ask = false;
   while (!rest.empty()) {
     const TBLOCK url = TBLOCK::BlockNextLine(rest);
@@ -46,18 +37,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     ask = !ask;
     if (!ask) {
       const TLINKRECORD* const link = links.add(url, url);
-      if (links.add(url, url) != link) __builtin_trap();
-      if (link->useCount == 0 && links.count() < kMaxLinkRecords)
-        __builtin_trap();
+      Check(links.add(url, url) == link);
+      Check(link->useCount != 0 || links.count() >= kMaxLinkRecords);
       images.add(url, rest, url);
       continue;
     }
     bool known = false;
     for (int32_t i = 0; i < links.count() && !known; i++)
       known = TBLOCKURL::CompareUrl(links.get(i)->url.url, url);
-    if (known != links.knows(url)) __builtin_trap();
+    Check(known == links.knows(url));
   }
-  if (links.count() != images.count()) __builtin_trap();
+  Check(links.count() == images.count());
   for (int32_t i = links.count(); i >= 0; i -= 2) links.del(i);
   return 0;
 }

@@ -9,9 +9,7 @@
 
 #include <string>
 
-#include "base/score.h"
-#include "regex/regex_pool.h"
-#include "rules/source_util.h"
+#include "fuzz_util.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -135,16 +133,6 @@ const char kPadding[] =
 const char* const kSubjects[] = {"hidden syllables", "maybe",   "maybe again",
                                  "maybe listed",     "wrapped", kPadding};
 
-struct Shared {
-  REGEXPOOL pool;
-  TQMDICO dico;
-  Shared() : dico(&pool, nullptr) {
-    if (!LoadSource(dico, kSections)) __builtin_trap();
-    dico.precompileRegexesIntoPool();
-    dico.prepareRules();
-  }
-};
-
 void AddPiece(uint8_t byte, std::string& out) {
   if (byte < 0x80)
     out += static_cast<char>(byte);
@@ -174,10 +162,10 @@ std::string MailOf(const uint8_t* at, const uint8_t* end, uint8_t flags) {
 }
 
 void RequireRange(int32_t value, int32_t least, int32_t most) {
-  if (value < least || value > most) __builtin_trap();
+  Check(value >= least && value <= most);
 }
 
-std::string Verdict(Shared& shared, const std::string& mail, uint8_t flags) {
+std::string Verdict(FUZZDICO& shared, const std::string& mail, uint8_t flags) {
   TQMMSG m(&shared.pool, shared.dico.stuff, nullptr, 0, 0);
   m.fixedTime = 1200000000;
   m.loadFromBlock(TBLOCK(mail.data(), static_cast<uint32_t>(mail.size())), "",
@@ -195,26 +183,21 @@ std::string Verdict(Shared& shared, const std::string& mail, uint8_t flags) {
   RequireRange(m.checkWordsWithoutChars("Words", m.body), -3, 12);
   RequireRange(m.checkPhrasesWithoutChars("Phrases", m.body), 0, 6);
   // Runs of a lower minimum count more.
-  if (TQMMSG::checkAntiBayesBlock(m.body, 5, 20, 10) >
-      TQMMSG::checkAntiBayesBlock(m.body, 5, 20, 6))
-    __builtin_trap();
+  Check(TQMMSG::checkAntiBayesBlock(m.body, 5, 20, 10) <=
+        TQMMSG::checkAntiBayesBlock(m.body, 5, 20, 6));
   m.checkHtmlMeta("Meta", flags & 1);
   RequireRange(m.ledger.score, -40, 204800);
-  const TBLOCK cause = m.ledger.cause.view();
-  return std::to_string(m.ledger.score) +
-         std::string(reinterpret_cast<const char*>(cause.pointer),
-                     cause.empty() ? 0 : cause.length);
+  return ScoreAndCause(m);
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  static Shared* const shared = new Shared;
+  static FUZZDICO* const shared = new FUZZDICO(kSections);
   if (size == 0) return 0;
   const std::string mail = MailOf(bytes + 1, bytes + size, bytes[0]);
   const std::string verdict = Verdict(*shared, mail, bytes[0]);
   // A scan leaves nothing behind in what it shares.
-  if (size % 8 == 0 && Verdict(*shared, mail, bytes[0]) != verdict)
-    __builtin_trap();
+  Check(size % 8 != 0 || Verdict(*shared, mail, bytes[0]) == verdict);
   return 0;
 }

@@ -8,11 +8,8 @@
 
 #include <memory>
 
+#include "fuzz_util.h"
 #include "message/charset.h"
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
 
 static uint64_t Sum(const TCharset& charset) {
   uint64_t sum = 0;
@@ -43,16 +40,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   static const char* const kEncodings[] = {
       "q", "quoted-printable", "b", "base64", "8bit", ""};
   if (size < 2) return 0;
-  const uint32_t n = static_cast<uint32_t>(size - 2);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
-  memcpy(copy.get(), bytes + 2, n);
-  TBLOCK text(copy.get(), n);
+  const HeapText copy(bytes + 2, size - 2);
+  const TBLOCK whole = copy.view();
+  TBLOCK text = whole;
   // Row 36 is the empty name, 37 an unknown one.
   const uint32_t row = bytes[0] % 38;
   const char* name = row < 37 ? TCharset::CharsetNames[row] : "x-none";
   const TBLOCK encoding(kEncodings[bytes[1] % 6]);
   DecodeCharset(text, text, nullptr, encoding, bytes[1] >> 7);
-  Check(text.length <= n && (text.empty() || text.pointer == copy.get()));
+  Check(text.length <= whole.length &&
+        (text.empty() || text.pointer == whole.pointer));
 
   TCharset charset = Convert(name, text);
   const uint64_t folded = Sum(charset);

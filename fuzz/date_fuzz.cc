@@ -6,11 +6,8 @@
 
 #include <memory>
 
+#include "fuzz_util.h"
 #include "message/block_date.h"
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
 
 static void CheckRecord(const BLOCKDATE& date) {
   Check(date.error == 0 || date.error == 1);
@@ -36,10 +33,10 @@ static BLOCKDATE Parse(TBLOCK text) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   static const char kGood[] = "Mon, 3 Mar 2008 10:00 -0500 ";
   const uint32_t head = sizeof(kGood) - 1;
-  const uint32_t n = static_cast<uint32_t>(size);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
-  if (n) memcpy(copy.get(), bytes, n);
-  const BLOCKDATE alone = Parse(TBLOCK(copy.get(), n));
+  const HeapText copy(bytes, size);
+  const TBLOCK text = copy.view();
+  const uint32_t n = text.length;
+  const BLOCKDATE alone = Parse(text);
 
   const std::unique_ptr<unsigned char[]> longer(new unsigned char[head + n]);
   memcpy(longer.get(), kGood, head);
@@ -58,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
                                          "yyyyddmm", "yyyy-mm-dd hh:nn:ss"};
   for (const char* format : kFormats) {
     int32_t time = 7;
-    if (!DecodeDateBlock(format, TBLOCK(copy.get(), n), time)) Check(time == 7);
+    if (!DecodeDateBlock(format, text, time)) Check(time == 7);
   }
   return 0;
 }

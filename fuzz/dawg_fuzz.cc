@@ -2,15 +2,9 @@
 // follows. Words that the edges spell out must be found, and no others.
 
 #include <stdint.h>
-#include <string.h>
-
-#include <memory>
 
 #include "base/blockdawg.h"
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
+#include "fuzz_util.h"
 
 struct Edge {
   uint32_t child;
@@ -49,16 +43,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   if (size == 0) return 0;
   const uint32_t rest = static_cast<uint32_t>(size - 1);
   const uint32_t n = bytes[0] < rest ? bytes[0] : rest;
-  const std::unique_ptr<unsigned char[]> word(new unsigned char[n]);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[rest - n]);
-  if (n) memcpy(word.get(), bytes + 1, n);
-  if (rest > n) memcpy(copy.get(), bytes + 1 + n, rest - n);
+  const HeapText word(bytes + 1, n), copy(bytes + 1 + n, rest - n);
   BLOCKDAWG graph, borrowed;
-  const TBLOCK image(copy.get(), rest - n);
+  const TBLOCK image = copy.view();
   Check(graph.loadFromBlock(image) == borrowed.useBlock(image));
   Check(graph.edgeCount == borrowed.edgeCount);
   Check(graph.edgeCount <= image.length / 4);
-  CheckWord(graph, borrowed, TBLOCK(word.get(), n));
+  CheckWord(graph, borrowed, word.view());
   // Words along the first edges, and along the second ones.
   for (uint32_t way = 0; way < 2 && graph.edges; way++) {
     unsigned char text[40];

@@ -11,6 +11,7 @@
 
 #include "content/text_parse.h"
 #include "content/unsub_text.h"
+#include "fuzz_util.h"
 #include "rules/qm_dico.h"
 
 namespace {
@@ -28,12 +29,11 @@ void CheckFinding(TBLOCK text, const TQMDICO& dico) {
   for (;;) {
     const TBLOCK before = cursor;
     const TBLOCK url = TBLOCKURL::FindUrl(cursor, &dico);
-    if (cursor.end() != text.end()) __builtin_trap();
+    Check(cursor.end() == text.end());
     if (url.empty()) break;
-    if (url.pointer < before.pointer || url.end() > cursor.pointer)
-      __builtin_trap();
+    Check(url.pointer >= before.pointer && url.end() <= cursor.pointer);
   }
-  if (cursor.length != 0 || CountNameBytes(text) != nameBytes) __builtin_trap();
+  Check(cursor.length == 0 && CountNameBytes(text) == nameBytes);
 }
 
 }  // namespace
@@ -43,32 +43,29 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   if (size == 0) return 0;
   const uint32_t n = static_cast<uint32_t>(size) - 1;
   const uint32_t room = n * bytes[0] / 255;
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
+  const HeapText copy(bytes + 1, n);
   const std::unique_ptr<unsigned char[]> output(new unsigned char[room]);
-  const TBLOCK text(copy.get(), n);
-  if (n) memcpy(copy.get(), bytes + 1, n);
+  const TBLOCK text = copy.view();
   CheckFinding(text, *dico);
 
-  if (n) memcpy(copy.get(), bytes + 1, n);
+  if (n) memcpy(text.pointer, bytes + 1, n);
   STRVECT unsub(0, 64);
   STR pattern;
   GetUnsubText(text, unsub);
   AddUnsubText(LastUnsubLine(text), unsub);
   GetTextPattern(text, pattern);
-  if (unsub.count() > kMaxUnsubTexts || pattern.len() > kMaxPatternLines)
-    __builtin_trap();
+  Check(unsub.count() <= kMaxUnsubTexts && pattern.len() <= kMaxPatternLines);
 
   TTEXTCONTEXT context;
   const uint32_t written =
       QmTextParse(text, TBLOCK(output.get(), room), context, nullptr, dico);
-  if (written > room) __builtin_trap();
+  Check(written <= room);
   const int32_t links = context.links.count();
   for (int32_t i = 0; i < links; i++) {
-    const TBLOCK url = context.links.get(i)->url.url;
-    if (url.pointer < text.pointer || url.end() > text.end()) __builtin_trap();
+    Check(IsInside(context.links.get(i)->url.url, text));
   }
-  if (n) memcpy(copy.get(), bytes + 1, n);
+  if (n) memcpy(text.pointer, bytes + 1, n);
   QmTextParse(text, TBLOCK(), context, nullptr, dico);
-  if (context.links.count() != links || context.length != 0) __builtin_trap();
+  Check(context.links.count() == links && context.length == 0);
   return 0;
 }

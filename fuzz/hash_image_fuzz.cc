@@ -8,10 +8,7 @@
 
 #include "base/hash_count.h"
 #include "base/hash_file.h"
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
+#include "fuzz_util.h"
 
 // The same entries at the same slots.
 static void CheckSame(const HASHFILE& a, const HASHFILE& b) {
@@ -61,10 +58,8 @@ static void CheckEntries(const HASHFILE& table, TBLOCK text) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  const uint32_t n = static_cast<uint32_t>(size);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
-  if (n) memcpy(copy.get(), bytes, n);
-  const TBLOCK buffer(copy.get(), n);
+  const HeapText copy(bytes, size);
+  const TBLOCK buffer = copy.view();
   HASHFILE borrowed, owned;
   borrowed.insert(TBLOCK("old"));
   const TBLOCK rest = borrowed.loadFromConstBuf(buffer);
@@ -91,6 +86,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   if (counter.loadFromConstBuf(buffer).pointer)
     for (int32_t i = counter.first(); i >= 0; counter.next(i))
       counter.incBlockCount(counter.getBlock(i), 1);
-  Check(n == 0 || memcmp(copy.get(), bytes, n) == 0);
+  Check(size == 0 || memcmp(buffer.pointer, bytes, size) == 0);
   return 0;
 }

@@ -6,6 +6,7 @@
 
 #include <string>
 
+#include "fuzz_util.h"
 #include "scan/tqmmsg.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
@@ -16,13 +17,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   message.setUserFromHeaderXField("x-user");
   STR address;
   message.getUserEmail(address);
-  if (message.headerEnd > size || !message.header) __builtin_trap();
+  Check(message.headerEnd <= size && message.header);
   // A scan always adds its mark; a header of blanks alone would be no header.
   message.header->appendEntry("X-Mark:", "1");
 
   const int32_t length = message.header->length();
   std::string again(static_cast<size_t>(length) + 1, 0);
-  if (!message.header->copyTo(&again[0], length + 1)) __builtin_trap();
+  Check(message.header->copyTo(&again[0], length + 1));
   again.pop_back();
   again.append(reinterpret_cast<const char*>(bytes) + message.headerEnd,
                size - message.headerEnd);
@@ -30,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   second.loadFromBlock(
       TBLOCK(again.data(), static_cast<uint32_t>(again.size())), "", 0);
   second.parseHeader();
-  if (second.headerEnd != static_cast<uint32_t>(length)) __builtin_trap();
+  Check(second.headerEnd == static_cast<uint32_t>(length));
 
   std::string changed(reinterpret_cast<const char*>(bytes), size);
   message.changeHeader(TBLOCK(changed.data(), static_cast<uint32_t>(size)));

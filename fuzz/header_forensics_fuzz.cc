@@ -1,17 +1,13 @@
 // Whole scans of headers made of what the header checks know: forms of
 // identifiers, relay lines, mail programs, boundaries, dates and senders. The
-// first byte of the input is a set of switches; of the rest each byte below
-// 0x80 stands for itself and each other one for a row of kPieces, so that a
-// seed is a plain message. In a piece "#" becomes a digit, "~" a hexadecimal
-// one and "^" a letter, by the bytes of input that follow.
+// input is read by ScanPieces: a seed is a byte of switches and a plain
+// message.
 
 #include <stdint.h>
 
 #include <string>
 
-#include "base/score.h"
-#include "regex/regex_pool.h"
-#include "rules/source_util.h"
+#include "fuzz_util.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -168,49 +164,8 @@ const char kSections[] =
     "[^no-forgedrcvdlabo]\n<0>(@X-Spare=l)\n[^no-dates]\n<0>(@X-Spare=t)\n"
     "[^no-spam]\n<0>(@X-Spare=nospam)\n[^only-fall]\n<0>(From=.)\n";
 
-struct Shared {
-  REGEXPOOL pool;
-  TQMDICO dico;
-  Shared() : dico(&pool, nullptr) {
-    if (!LoadSource(dico, kSections)) __builtin_trap();
-    dico.precompileRegexesIntoPool();
-    dico.prepareRules();
-  }
-};
-
-// Writes a piece with its signs filled in.
-void AddPiece(const char* piece, const uint8_t*& at, const uint8_t* end,
-              std::string& out) {
-  for (; *piece; piece++) {
-    const bool sign = *piece == '#' || *piece == '~' || *piece == '^';
-    const uint32_t byte = sign && at < end ? *at++ : 0;
-    if (*piece == '#')
-      out += static_cast<char>('0' + byte % 10);
-    else if (*piece == '~')
-      out += "0123456789abcdef0123456789ABCDEF"[byte % 32];
-    else if (*piece == '^')
-      out += static_cast<char>((byte & 32 ? 'a' : 'A') + byte % 26);
-    else
-      out += *piece;
-  }
-}
-
-std::string MailOf(const uint8_t* at, const uint8_t* end) {
-  std::string mail;
-  while (at < end && mail.size() < kMaxMessageBytes) {
-    const uint8_t byte = *at++;
-    if (byte < 0x80)
-      mail += static_cast<char>(byte);
-    else if (byte == 0x80)
-      mail += static_cast<char>(at < end ? *at++ : 0);
-    else
-      AddPiece(kPieces[(byte - 0x80) % kPieceCount], at, end, mail);
-  }
-  return mail;
-}
-
 // Score and cause of a scan, and then of what no scan calls yet.
-std::string Verdict(Shared& shared, const std::string& mail, uint8_t flags) {
+std::string Verdict(FUZZDICO& shared, const std::string& mail, uint8_t flags) {
   TQMMSG m(&shared.pool, shared.dico.stuff, nullptr, flags & 1, 0);
   m.fixedTime = 1200000000;
   const char* user = flags & 2 ? "bob@example.com" : "";
@@ -228,26 +183,14 @@ std::string Verdict(Shared& shared, const std::string& mail, uint8_t flags) {
   m._ccFilter(TBLOCK("bob*"), 1);
   int valid[4];
   m._checkValidSender(valid[0], valid[1], valid[2], valid[3]);
-  for (int v : valid)
-    if (v != 0 && v != 1) __builtin_trap();
-  if (m.ledger.score > kMaxScore || m.ledger.score < -kMaxScore)
-    __builtin_trap();
-  const TBLOCK cause = m.ledger.cause.view();
-  return std::to_string(m.ledger.score) +
-         std::string(reinterpret_cast<const char*>(cause.pointer),
-                     cause.empty() ? 0 : cause.length);
+  for (int v : valid) Check(v == 0 || v == 1);
+  return ScoreAndCause(m);
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  static Shared* const shared = new Shared;
-  if (size == 0) return 0;
-  const std::string mail = MailOf(bytes + 1, bytes + size);
-  const std::string verdict = Verdict(*shared, mail, bytes[0]);
-  // A scan leaves nothing behind in what it shares, and reads nothing that
-  // nobody wrote.
-  if ((bytes[0] & 64) && Verdict(*shared, mail, bytes[0]) != verdict)
-    __builtin_trap();
+  static FUZZDICO* const shared = new FUZZDICO(kSections);
+  ScanPieces(bytes, size, kPieces, kPieceCount, *shared, Verdict);
   return 0;
 }

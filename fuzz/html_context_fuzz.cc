@@ -10,11 +10,8 @@
 #include <string>
 
 #include "content/html_parse.h"
+#include "fuzz_util.h"
 #include "rules/qm_dico.h"
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
 
 static void Add(std::string& out, TBLOCK text) {
   out += std::to_string(text.empty() ? 0 : text.length) + ":";
@@ -80,12 +77,11 @@ static void CheckBounds(const THTMLCONTEXT& c) {
 
 static std::string Parse(const uint8_t* bytes, uint32_t n, uint32_t room,
                          THTMLCONTEXT& c, const TQMDICO* dico) {
-  const std::unique_ptr<unsigned char[]> source(new unsigned char[n]);
+  const HeapText source(bytes, n);
   const std::unique_ptr<unsigned char[]> output(new unsigned char[room]);
   memset(output.get(), '#', room);
-  if (n) memcpy(source.get(), bytes, n);
-  const uint32_t length = QmHtmlParse(
-      TBLOCK(source.get(), n), TBLOCK(output.get(), room), c, nullptr, dico);
+  const uint32_t length =
+      QmHtmlParse(source.view(), TBLOCK(output.get(), room), c, nullptr, dico);
   Check(length == c.length && length <= room);
   for (uint32_t i = 0; i < room - length && i < 64; i++)
     Check(length > 0 || output[i] == '#');

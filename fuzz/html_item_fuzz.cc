@@ -3,26 +3,10 @@
 // and overwrites with spaces what it frees.
 
 #include <stdint.h>
-#include <string.h>
-
-#include <memory>
 
 #include "content/html_item.h"
+#include "fuzz_util.h"
 #include "message/charset.h"
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
-
-// An exact copy.
-struct Text {
-  Text(const void* bytes, uint32_t n) : copy(new unsigned char[n]), view() {
-    if (n) memcpy(copy.get(), bytes, n);
-    view = TBLOCK(copy.get(), n);
-  }
-  std::unique_ptr<unsigned char[]> copy;
-  TBLOCK view;
-};
 
 static void CheckRest(TBLOCK whole, TBLOCK kept) {
   Check(kept.length <= whole.length);
@@ -47,8 +31,8 @@ static void ReadParams(TBLOCK tag) {
     Check(!found || !name.empty());
     if (!value.empty()) Check(found && value.end() <= tag.end());
     if (found && value.length < 100) {
-      const Text url(value.pointer, value.length);
-      TBLOCK whole = url.view;
+      const HeapText url(value.pointer, value.length);
+      TBLOCK whole = url.view();
       int32_t hidden = 0;
       const TBLOCK clean = DecodeUrl(whole, hidden);
       CheckRest(whole, clean);
@@ -59,9 +43,9 @@ static void ReadParams(TBLOCK tag) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   const uint32_t n = static_cast<uint32_t>(size);
-  const Text plain(bytes, n);
-  TBLOCK cursor = plain.view;
-  TBLOCK second = plain.view;
+  const HeapText plain(bytes, n);
+  TBLOCK cursor = plain.view();
+  TBLOCK second = plain.view();
   const unsigned char* at = cursor.pointer;
   TCharset charset;
   THITEM item;
@@ -81,21 +65,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     Check(at == item.block.pointer && item.block.length > 0);
     at = item.block.end();
     if (item.type == hitOpenTag) ReadParams(item.block);
-    const Text copy(item.block.pointer, item.block.length);
+    const HeapText copy(item.block.pointer, item.block.length);
     THITEM text = item;
-    text.block = copy.view;
+    text.block = copy.view();
     DecodeText(text, &charset, count & 1);
-    CheckRest(copy.view, text.block);
+    CheckRest(copy.view(), text.block);
   }
-  while (at < plain.view.end()) Check(*at++ < 0x21);
+  while (at < plain.view().end()) Check(*at++ < 0x21);
   if (n < 1000) {
     ClearHtmlItem(item, 0);
-    Check(HtmlItemCount(plain.view, item) == count);
+    Check(HtmlItemCount(plain.view(), item) == count);
   }
-  const Text block(bytes, n);
-  CheckRest(block.view, DecodeBlockEntities(block.view, nullptr));
-  const Text url(bytes, n);
-  TBLOCK whole = url.view;
+  const HeapText block(bytes, n);
+  CheckRest(block.view(), DecodeBlockEntities(block.view(), nullptr));
+  const HeapText url(bytes, n);
+  TBLOCK whole = url.view();
   int32_t hidden = 0;
   const TBLOCK clean = DecodeUrl(whole, hidden);
   CheckRest(whole, clean);

@@ -3,44 +3,30 @@
 // and a selector without comments must not lean on the element's bytes.
 
 #include <stdint.h>
-#include <string.h>
 
 #include <memory>
 #include <vector>
 
 #include "content/html_parse.h"
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
-
-// An exact copy.
-struct Text {
-  Text(const void* bytes, uint32_t n) : copy(new unsigned char[n]), view() {
-    if (n) memcpy(copy.get(), bytes, n);
-    view = TBLOCK(copy.get(), n);
-  }
-  std::unique_ptr<unsigned char[]> copy;
-  TBLOCK view;
-};
+#include "fuzz_util.h"
 
 static bool IsColor(int32_t color) {
   return color >= kStyleUnknown && color <= 0xFFFFFF;
 }
 
 static void CheckValues(const uint8_t* bytes, uint32_t n) {
-  const Text text(bytes, n);
-  const int32_t color = ParseHtmlColor(text.view);
+  const HeapText text(bytes, n);
+  const int32_t color = ParseHtmlColor(text.view());
   Check(color >= kStyleUnset && IsColor(color));
   int16_t size = kStyleUnset;
-  ParseHtmlFontSize(text.view, size);
+  ParseHtmlFontSize(text.view(), size);
   Check(size == kStyleUnset || (size >= FontSizes[0] && size <= FontSizes[6]));
   size = kStyleUnset;
-  TSTYLEPROPS(text.view).getFontSize(size);
+  TSTYLEPROPS(text.view()).getFontSize(size);
   Check(size >= kStyleUnset && size <= 72);
   int32_t set = kStyleUnset, background = kStyleUnset;
-  TSTYLEPROPS(text.view).getColor(set);
-  TSTYLEPROPS(text.view).getBackground(background);
+  TSTYLEPROPS(text.view()).getColor(set);
+  TSTYLEPROPS(text.view()).getBackground(background);
   Check(IsColor(set) && IsColor(background));
 }
 
@@ -120,13 +106,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   CheckValues(bytes, n);
   CheckStack(bytes, n);
   THTMLCONTEXT c;
-  const Text element(bytes, n);
-  c.parseStyle(element.view);
+  const HeapText element(bytes, n);
+  c.parseStyle(element.view());
   Check(c.stylePattern.view().length <= kMaxStylePattern + 1);
   CheckRules(c);
-  const Text page(bytes, n);
+  const HeapText page(bytes, n);
   std::unique_ptr<unsigned char[]> room(new unsigned char[n + 128]);
-  QmHtmlParse(page.view, TBLOCK(room.get(), n + 128), c, nullptr, nullptr);
+  QmHtmlParse(page.view(), TBLOCK(room.get(), n + 128), c, nullptr, nullptr);
   Check(IsColor(c.curColor) && IsColor(c.curBackground));
   Check(c.curFontSize >= kStyleUnknown && c.curFontSize <= 72);
   Check(c.tagStack.count() <= kMaxTagStack);

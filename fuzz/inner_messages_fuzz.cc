@@ -1,15 +1,12 @@
 // Scans of messages with messages inside: parts, copies in a text, archives of
-// any shape. The first byte of the input is a set of switches; of the rest
-// each byte below 0x80 stands for itself and each other one for a row of
-// kPieces, so that a seed is a plain message.
+// any shape. The input is read by ScanPieces: a seed is a byte of switches and
+// a plain message.
 
 #include <stdint.h>
 
 #include <string>
 
-#include "base/score.h"
-#include "regex/regex_pool.h"
-#include "rules/source_util.h"
+#include "fuzz_util.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -89,31 +86,7 @@ const char kSections[] =
     "[#NOTIFICATION-ATTACH-NAME]\n<71>*.txt\n"
     "[!NOTIFICATION-ATTACH-CONTENT]\n<81>^x\n";
 
-struct Shared {
-  REGEXPOOL pool;
-  TQMDICO dico;
-  Shared() : dico(&pool, nullptr) {
-    if (!LoadSource(dico, kSections)) __builtin_trap();
-    dico.precompileRegexesIntoPool();
-    dico.prepareRules();
-  }
-};
-
-std::string MailOf(const uint8_t* at, const uint8_t* end) {
-  std::string mail;
-  while (at < end && mail.size() < kMaxMessageBytes) {
-    const uint8_t byte = *at++;
-    if (byte < 0x80)
-      mail += static_cast<char>(byte);
-    else if (byte == 0x80)
-      mail += static_cast<char>(at < end ? *at++ : 0);
-    else
-      mail += kPieces[(byte - 0x80) % kPieceCount];
-  }
-  return mail;
-}
-
-std::string Verdict(Shared& shared, const std::string& mail, uint8_t flags) {
+std::string Verdict(FUZZDICO& shared, const std::string& mail, uint8_t flags) {
   TQMMSG m(&shared.pool, shared.dico.stuff, nullptr, 0, 0);
   m.fixedTime = 1200000000;
   m.loadFromBlock(TBLOCK(mail.data(), static_cast<uint32_t>(mail.size())),
@@ -123,28 +96,17 @@ std::string Verdict(Shared& shared, const std::string& mail, uint8_t flags) {
   const QMUSERSETUP own = {20, -100, 200, 0, flags & 1 ? wanted : 0};
   m.check(&global, &own, TBLOCK(), TBLOCK(), flags & 8, flags & 16, nullptr, 0);
   const TBLOCK cause = m.ledger.cause.view();
-  if (m.ledger.state == ssVirus &&
-      (m.ledger.score != 9999 || !cause.begins("VIRUS ")))
-    __builtin_trap();
+  if (m.ledger.state == ssVirus)
+    Check(m.ledger.score == 9999 && cause.begins("VIRUS "));
   m.checkMailingList();
   m.checkPartsCid();
-  if (m.ledger.score > kMaxScore || m.ledger.score < -kMaxScore)
-    __builtin_trap();
-  return std::to_string(m.ledger.score) +
-         std::string(reinterpret_cast<const char*>(cause.pointer),
-                     cause.empty() ? 0 : cause.length);
+  return ScoreAndCause(m);
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  static Shared* const shared = new Shared;
-  if (size == 0) return 0;
-  const std::string mail = MailOf(bytes + 1, bytes + size);
-  const std::string verdict = Verdict(*shared, mail, bytes[0]);
-  // A scan leaves nothing behind in what it shares, and reads nothing that
-  // nobody wrote.
-  if ((bytes[0] & 64) && Verdict(*shared, mail, bytes[0]) != verdict)
-    __builtin_trap();
+  static FUZZDICO* const shared = new FUZZDICO(kSections);
+  ScanPieces(bytes, size, kPieces, kPieceCount, *shared, Verdict);
   return 0;
 }

@@ -9,14 +9,10 @@
 
 #include <string>
 
-#include "base/heap_text.h"
+#include "fuzz_util.h"
 #include "rules/kw_obj.h"
 #include "rules/kw_patch.h"
 #include "rules/source_util.h"
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
 
 static void Write(int fd, const std::string& bytes) {
   Check(ftruncate(fd, 0) == 0 && pwrite(fd, bytes.data(), bytes.size(), 0) ==

@@ -4,16 +4,12 @@
 // with itself.
 
 #include <stdint.h>
-#include <string.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "fuzz_util.h"
 #include "rules/kw_obj.h"
 #include "rules/pre_processor.h"
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
 
 static void CheckPreprocessed(const uint8_t* bytes, size_t size, BLOCK& out) {
   static const int fd = dup2(memfd_create("source", 0), 9);

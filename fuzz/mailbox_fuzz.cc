@@ -6,21 +6,12 @@
 #include <string.h>
 
 #include <algorithm>
-#include <memory>
 
 #include "content/address_scheme.h"
 #include "content/mailbox.h"
 #include "content/sender_judge.h"
+#include "fuzz_util.h"
 #include "message/mail_address.h"
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
-
-static bool IsInside(TBLOCK part, TBLOCK whole) {
-  return part.empty() ||
-         (part.pointer >= whole.pointer && part.end() <= whole.end());
-}
 
 // The longest end of `stem` that begins `word`, by trying all.
 static uint32_t SuffixByTrying(TBLOCK stem, TBLOCK word) {
@@ -64,10 +55,8 @@ static void CheckBox(const TMAILBOX& box, TBLOCK piece) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  const uint32_t n = static_cast<uint32_t>(size);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
-  if (n) memcpy(copy.get(), bytes, n);
-  const TBLOCK text(copy.get(), n);
+  const HeapText copy(bytes, size);
+  const TBLOCK text = copy.view();
   TMAILBOXVECT boxes(1);
   STR shapes;
   const int32_t count = ParseEmailAddressesWithAdn(text, boxes, shapes);

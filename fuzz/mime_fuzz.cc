@@ -3,18 +3,11 @@
 // parts that are not bodies must be safe as well.
 
 #include <stdint.h>
-#include <string.h>
 
-#include <memory>
-
+#include "fuzz_util.h"
 #include "message/block_part.h"
 
 namespace {
-
-void CheckInside(TBLOCK view, TBLOCK text) {
-  if (view.empty()) return;
-  if (view.pointer < text.pointer || view.end() > text.end()) __builtin_trap();
-}
 
 void CheckPart(const BLOCKPART& part, TBLOCK text) {
   const TBLOCK views[] = {
@@ -24,23 +17,20 @@ void CheckPart(const BLOCKPART& part, TBLOCK text) {
       part.name,          part.fileName,         part.boundary,
       part.type,          part.subType,          part.disposition,
       part.charset.name};
-  for (const TBLOCK& view : views) CheckInside(view, text);
+  for (const TBLOCK& view : views) Check(IsInside(view, text));
   for (int32_t i = 0; i < part.fields.count(); i++)
-    CheckInside(part.fields.get(i), text);
-  CheckInside(part.displayName, part.nameBuffer.view());
-  CheckInside(part.extension, part.displayName);
-  if (part.contentClass < ccNone || part.contentClass > ccOther ||
-      part.content.length > part.rawLength)
-    __builtin_trap();
+    Check(IsInside(part.fields.get(i), text));
+  Check(IsInside(part.displayName, part.nameBuffer.view()));
+  Check(IsInside(part.extension, part.displayName));
+  Check(part.contentClass >= ccNone && part.contentClass <= ccOther &&
+        part.content.length <= part.rawLength);
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  const uint32_t n = static_cast<uint32_t>(size);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
-  if (n) memcpy(copy.get(), bytes, n);
-  const TBLOCK text(copy.get(), n);
+  const HeapText copy(bytes, size);
+  const TBLOCK text = copy.view();
   BLOCKMSG message(nullptr);
   message.parse(text);
   const BLOCKPART* chosen[] = {message.textPart, message.htmlPart,
@@ -53,13 +43,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     CheckPart(*part, text);
     const TBLOCK body = part->decodeContent();
     CheckPart(*part, text);
-    if (part->decodeContent().pointer != body.pointer) __builtin_trap();
+    Check(part->decodeContent().pointer == body.pointer);
   }
   for (const BLOCKPART* choice : chosen) found -= choice != nullptr;
-  if (found != 0 || message.parts.len() > kMaxParts) __builtin_trap();
+  Check(found == 0 && message.parts.len() <= kMaxParts);
   CheckPart(message, text);
   for (int32_t i = 0; i < message.contentTypes.count(); i++)
-    CheckInside(message.contentTypes.get(i), text);
+    Check(IsInside(message.contentTypes.get(i), text));
   message.clear();
   return 0;
 }

@@ -7,19 +7,14 @@
 
 #include <string.h>
 
-#include <memory>
-
 #include "checks/message_id.h"
+#include "fuzz_util.h"
 #include "regex/regex_pool.h"
 
 static const int64_t kNow = 1204538400;
 
 // Keeps the patterns from one input to the next.
 static REGEXPOOL pool(1);
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
 
 static void CheckDecoders(TBLOCK text, const BLOCKDATE& date) {
   TMIMEOLEID id(&pool);
@@ -73,10 +68,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   date.error = zone & 1;
   date.local = static_cast<int32_t>(static_cast<uint32_t>(date.utc) +
                                     static_cast<uint32_t>(date.zoneSeconds));
-  const uint32_t n = static_cast<uint32_t>(size - 6);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
-  if (n) memcpy(copy.get(), bytes + 6, n);
-  TBLOCK email(copy.get(), n);
+  const HeapText copy(bytes + 6, size - 6);
+  TBLOCK email = copy.view();
   const TBLOCK id = TBLOCK::BlockBeforeChar(email, 0, 0, 0);
   CheckDecoders(id, date);
   CheckIds(id, email, date.utc);

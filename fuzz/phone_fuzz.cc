@@ -4,26 +4,11 @@
 #include <stdint.h>
 #include <string.h>
 
-#include <memory>
-
-#include "content/phone.h"
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
-
-struct PHONES : OLIST {
-  ~PHONES() override {
-    while (first) {
-      const BLOCKPHONE* phone = static_cast<const BLOCKPHONE*>(first->item);
-      remove(phone);
-      delete phone;
-    }
-  }
-};
+#include "content/phones.h"
+#include "fuzz_util.h"
 
 static void CheckRecord(const BLOCKPHONE& phone, TBLOCK text) {
-  Check(phone.text.pointer >= text.pointer && phone.text.end() <= text.end());
+  Check(IsInside(phone.text, text));
   const TBLOCK digits = phone.digits.view();
   // A number of nine digits has lost one.
   Check(digits.length >= 7 && digits.length <= 13);
@@ -43,10 +28,8 @@ static void CheckRecord(const BLOCKPHONE& phone, TBLOCK text) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  const uint32_t n = static_cast<uint32_t>(size);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
-  if (n) memcpy(copy.get(), bytes, n);
-  const TBLOCK text(copy.get(), n);
+  const HeapText copy(bytes, size);
+  const TBLOCK text = copy.view();
   PHONES phones;
   BlockParsePhones(text, phones, PO_DEFAULTOPTIONS);
   Check(phones.len() <= kMaxPhones);
@@ -54,11 +37,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   while (const void* item = walk.next())
     CheckRecord(*static_cast<const BLOCKPHONE*>(item), text);
 
-  const std::unique_ptr<unsigned char[]> longer(new unsigned char[n + 2]);
-  memcpy(longer.get(), "1\n", 2);
-  if (n) memcpy(longer.get() + 2, bytes, n);
+  const HeapText longer("1\n" + copy.str());
   PHONES others;
-  BlockParsePhones(TBLOCK(longer.get(), n + 2), others, PO_DEFAULTOPTIONS);
+  BlockParsePhones(longer.view(), others, PO_DEFAULTOPTIONS);
   Check(others.len() == phones.len());
   OITER left(&phones), right(&others);
   while (const void* item = left.next()) {

@@ -2,18 +2,12 @@
 // window of three bytes, and the input is read as a word, a text and a URL.
 
 #include <stdint.h>
-#include <string.h>
-
-#include <memory>
 
 #include "base/hash_count.h"
 #include "content/block_url.h"
 #include "content/random_string.h"
 #include "data/letter_triples.h"
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
+#include "fuzz_util.h"
 
 // Bad triples among all windows, without a look at how varied the text is.
 static int32_t BadWindows(TBLOCK text) {
@@ -32,10 +26,8 @@ static int32_t BadWindows(TBLOCK text) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  const uint32_t n = static_cast<uint32_t>(size);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
-  if (n) memcpy(copy.get(), bytes, n);
-  const TBLOCK text(copy.get(), n);
+  const HeapText copy(bytes, size);
+  const TBLOCK text = copy.view();
 
   const int32_t bad = BadSeqCount(text);
   Check(bad == (TBLOCK::BlockCountChars(text) < 3 ? 0 : BadWindows(text)));
@@ -47,14 +39,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
 
   uint16_t digits, caseEdges, digitEdges;
   EdgeCount(text, digits, caseEdges, digitEdges);
-  Check(digitEdges <= digits && digits + caseEdges <= static_cast<int>(n));
+  Check(digitEdges <= digits && digits + caseEdges <= static_cast<int>(size));
   int32_t length = 0;
   const int32_t words = RandomStringCount(text, length);
-  Check(4 * words <= length && length <= static_cast<int32_t>(n));
+  Check(4 * words <= length && length <= static_cast<int32_t>(size));
   const int32_t share = HighCharCount(text);
   Check(share >= 0 && share <= 100);
-  if (IsRandomBlock(text)) Check(n > 5);
-  if (IsRandomString(text) || IsSpamSign(text)) Check(n > 3);
+  if (IsRandomBlock(text)) Check(size > 5);
+  if (IsRandomString(text) || IsSpamSign(text)) Check(size > 3);
   CheckRandomWords(text);
 
   TBLOCKURL url;

@@ -6,22 +6,10 @@
 #include <stdint.h>
 #include <string.h>
 
-#include <memory>
-
-#include "regex/regex_pool.h"
-#include "rules/qm_dico.h"
+#include "fuzz_util.h"
 #include "scan/tqmmsg.h"
 
 namespace {
-
-void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
-
-void CheckInside(TBLOCK view, TBLOCK text) {
-  if (view.empty()) return;
-  Check(view.pointer >= text.pointer && view.end() <= text.end());
-}
 
 void CheckTemplate(TBLOCK adn, uint32_t lineLength) {
   // No word takes less of a line than half of what it leaves, and each bracket
@@ -35,27 +23,15 @@ void CheckTemplate(TBLOCK adn, uint32_t lineLength) {
 void CheckLine(const BLOCKRECEIVED& line, TBLOCK text) {
   const TBLOCK views[] = {line.from, line.by,         line.via, line.with,
                           line.id,   line.forAddress, line.date};
-  for (TBLOCK view : views) CheckInside(view, text);
-  CheckInside(line.fromIp, line.from);
+  for (TBLOCK view : views) Check(IsInside(view, text));
+  Check(IsInside(line.fromIp, line.from));
   if (line.isSmtpComment())
     Check(line.fromIp.empty() && line.id.empty() && line.by.empty());
 }
 
-// Made once: most of what a message costs without it.
-struct Context {
-  REGEXPOOL pool;
-  TQMDICO dico;
-
-  Context() : dico(&pool, nullptr) {
-    pool.addAllHardCodedRegexes();
-    dico.precompileRegexesIntoPool();
-    dico.prepareRules();
-  }
-};
-
-Context& Shared() {
-  static Context* const context = new Context;
-  return *context;
+FUZZDICO& Shared() {
+  static FUZZDICO* const shared = new FUZZDICO(nullptr);
+  return *shared;
 }
 
 void CheckAlone(TBLOCK text) {
@@ -105,10 +81,8 @@ void CheckChain(TBLOCK lines) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  const uint32_t n = static_cast<uint32_t>(size);
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[n]);
-  if (n) memcpy(copy.get(), bytes, n);
-  CheckAlone(TBLOCK(copy.get(), n));
-  CheckChain(TBLOCK(copy.get(), n));
+  const HeapText copy(bytes, size);
+  CheckAlone(copy.view());
+  CheckChain(copy.view());
   return 0;
 }

@@ -7,11 +7,8 @@
 
 #include <memory>
 
+#include "fuzz_util.h"
 #include "regex/zr_regex.h"
-
-static void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
 
 // The text that fits into `size` bytes is the beginning of the whole one.
 static void CheckPrinting(int code, const zr_regex* regex) {

@@ -2,19 +2,15 @@
 // steps and give the same result as its text, patterns pooled or not.
 
 #include <stdint.h>
-#include <string.h>
 
 #include <memory>
 
+#include "fuzz_util.h"
 #include "regex/regex_pool.h"
 #include "rules/rule_expression.h"
 #include "scan/tqmmsg.h"
 
 namespace {
-
-void Check(bool holds) {
-  if (!holds) __builtin_trap();
-}
 
 const char kPlainMail[] =
     "From: A B <a.b@shop.example>\r\nTo: c@d.example, e@f.example\r\n"
@@ -96,9 +92,8 @@ void Compare(TQMMSG& message, TBLOCK text) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   static const Messages messages;
   if (size > 4096) return 0;
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[size]);
-  if (size) memcpy(copy.get(), bytes, size);
-  const TBLOCK text(copy.get(), static_cast<uint32_t>(size));
+  const HeapText copy(bytes, size);
+  const TBLOCK text = copy.view();
   for (const auto& mail : messages.mails) Compare(*mail, text);
   return 0;
 }

@@ -4,10 +4,10 @@
 // same when they are made again.
 
 #include <stdint.h>
-#include <string.h>
 
 #include <string>
 
+#include "fuzz_util.h"
 #include "regex/regex_pool.h"
 #include "scan/tqmmsg.h"
 
@@ -50,24 +50,20 @@ std::string BuildHeader(const uint8_t* bytes, size_t size) {
   return header + "\n";
 }
 
-void Require(bool condition) {
-  if (!condition) __builtin_trap();
-}
-
 void CheckHeader(TQMMSG& m) {
   const TBLOCK signature = m.hdrAdn.view();
   const int32_t at = signature.findLastByte('@');
-  Require(at >= 0 && at <= 255 && signature.length == at + 7u);
+  Check(at >= 0 && at <= 255 && signature.length == at + 7u);
   STR again;
   m.buildHeaderAdn(again);
-  Require(signature.equals(again.view(), TBLOCK::NoConvTable));
-  Require(m.tabAdn.len() <= 1000);
+  Check(signature.equals(again.view(), TBLOCK::NoConvTable));
+  Check(m.tabAdn.len() <= 1000);
   m.getTabAdn(again);
-  Require(m.tabAdn.view().equals(again.view(), TBLOCK::NoConvTable));
+  Check(m.tabAdn.view().equals(again.view(), TBLOCK::NoConvTable));
   m.getDatesAdn(again);
-  Require(again.len() == 11);
+  Check(again.len() == 11);
   m.getAdnCounts();
-  Require(m.countsAdn.len() == 18);
+  Check(m.countsAdn.len() == 18);
 }
 
 void CheckValues(TQMMSG& m, TBLOCK text) {
@@ -79,12 +75,12 @@ void CheckValues(TQMMSG& m, TBLOCK text) {
     TBLOCKVECT given(2);
     for (int32_t i = 0; i < known.count(); i++) given.add(known.get(i), 0, 0);
     m.getAdnFromBlock(field, text, adn, &given);
-    Require(field != kFieldAdnTable || adn.len() <= 50);
+    Check(field != kFieldAdnTable || adn.len() <= 50);
   }
   m.getMailBoxAdn(text, adn);
   TBLOCKURL url;
   url.parseUrl(text);
-  Require(url.host.ends(m.extractUrlTld(url)));
+  Check(url.host.ends(m.extractUrlTld(url)));
   m.getAdnFromUrl(url, adn);
 }
 

@@ -7,19 +7,15 @@
 #include <stdint.h>
 #include <string.h>
 
-#include <memory>
 #include <string>
 
 #include "content/word_tests.h"
 #include "content/words.h"
+#include "fuzz_util.h"
 
 namespace {
 
 typedef const unsigned char* P;
-
-void Require(bool condition) {
-  if (!condition) __builtin_trap();
-}
 
 // End of the run of a class from p on, of at most n bytes.
 P Run(P p, P end, uint32_t mask, size_t n) {
@@ -109,29 +105,27 @@ void CheckLine(TBLOCK line) {
   P p = line.pointer;
   for (;;) {
     const int32_t kind = Naive(p, line.end(), expected);
-    Require(cutter.next(found) == kind && NextWord(rest, next) == kind);
+    Check(cutter.next(found) == kind && NextWord(rest, next) == kind);
     if (kind == wkNone) break;
-    Require(found.pointer == expected.pointer &&
-            found.length == expected.length &&
-            next.pointer == expected.pointer && next.length == expected.length);
+    Check(found.pointer == expected.pointer &&
+          found.length == expected.length && next.pointer == expected.pointer &&
+          next.length == expected.length);
   }
-  Require(rest.empty() && cutter.rest().empty());
+  Check(rest.empty() && cutter.rest().empty());
 }
 
 void CheckInside(const TBLOCKVECT& words, TBLOCK text) {
   for (int32_t i = 0; i < words.count(); i++) {
     const TBLOCK word = words.get(i);
-    Require(!word.empty() && word.pointer >= text.pointer &&
-            word.end() <= text.end());
+    Check(!word.empty() && IsInside(word, text));
   }
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  const std::unique_ptr<unsigned char[]> copy(new unsigned char[size]);
-  if (size) memcpy(copy.get(), bytes, size);
-  const TBLOCK text(copy.get(), static_cast<uint32_t>(size));
+  const HeapText copy(bytes, size);
+  const TBLOCK text = copy.view();
   TBLOCKVECT lines(16), words(64), mails(4), subject(64);
   for (TBLOCK rest = text; !rest.empty();)
     lines.add(TBLOCK::BlockNextLine(rest), 1, 0);
@@ -139,7 +133,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
 
   STR letters;
   ParseLinesWords(letters, nullptr, lines, words, &mails);
-  Require(
+  Check(
       letters.len() ==
       (lines.count() < kMaxLetteredLines ? lines.count() : kMaxLetteredLines));
   CheckInside(words, text);
@@ -148,15 +142,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   CheckInside(subject, text);
 
   const int32_t count = words.count();
-  Require(MultiLowersWordCount(words, 3) <= count);
-  Require(SameLetterCount(words, 3, 0) <= SameLetterCount(words, 2, 0));
-  Require(PriceCount(words) <= count);
+  Check(MultiLowersWordCount(words, 3) <= count);
+  Check(SameLetterCount(words, 3, 0) <= SameLetterCount(words, 2, 0));
+  Check(PriceCount(words) <= count);
   CheckForgedChars(text);
   // What is written over must not lie in two words.
   TBLOCKVECT plain(64);
   BlockToWords(text, plain, 0);
   const int32_t useless = BlocklistUselessVowelCount(plain, 0);
-  Require(BlocklistUselessVowelCount(plain, 1) == useless);
+  Check(BlocklistUselessVowelCount(plain, 1) == useless);
   CheckInside(plain, text);
   return 0;
 }

@@ -704,9 +704,10 @@ class TQMMSG : public OLISTGURU {
   // checks/phishing.cc
   void checkPhishing();
 
-  // checks/links.cc. The first gives the part of a host that the section "TLD"
-  // knows.
+  // checks/url_suffix.cc: the part of a host that the section "TLD" knows.
   TBLOCK extractUrlTld(const TBLOCKURL& url) const;
+
+  // checks/links.cc
   void checkBlackLinks();
   void checkSpamDomains();
   void checkTld();

@@ -55,7 +55,10 @@ class WhiteListsTest : public ::testing::Test {
   }
   int check(const char* from, const char* user) {
     TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
-    const std::string text = std::string("From: ") + from + "\r\n\r\n";
+    const std::string text =
+        std::string("From: ") + from +
+        "\r\nTo: a@b.example\r\nSubject: s\r\nDate: Thu, 10 "
+        "Jan 2008 20:00:00 +0000\r\n\r\ntext\r\n";
     m.loadFromBlock(TBLOCK(text.c_str()), "", 1);
     m.addToSpamScore(150, "before", 1);
     const int score =

@@ -48,8 +48,7 @@ bool IsZoneAddedTwice(const TMIMEOLEBOUND& bound, const BLOCKDATE& date) {
 }
 
 bool IsClockTooFine(const TMIMEOLEBOUND& bound) {
-  const uint64_t clock = uint64_t{bound.fileTimeHigh} << 32 | bound.fileTimeLow;
-  return !bound.error && clock % kClockUnit != 0;
+  return !bound.error && bound.fileTime().units() % kClockUnit != 0;
 }
 
 // A stamp that is a time is made of digits, so its bytes need no other test.

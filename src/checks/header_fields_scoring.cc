@@ -10,10 +10,6 @@
 
 namespace {
 
-// Header lines that are held against a line for any field: more than any mail
-// has.
-const int32_t kMaxMatchedFields = 2048;
-
 // One line "field=value". The field "*" stands for any.
 class FIELDLINE {
  public:

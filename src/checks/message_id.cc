@@ -35,12 +35,8 @@ const char* const kDirectTemplates[] = {
     "from IP (helo dom) by dom with esmtp () id for @;DATE",
     "from IP (helo dom) by dom with esmtp ([] []) id for @;DATE"};
 
-int64_t Distance(int64_t a, int64_t b) {
-  return a < b ? b - a : a - b;
-}
-
 bool IsDayOff(int64_t a, int64_t b) {
-  return Distance(a, b) > kDaySeconds;
+  return TimeDistance(a, b) > kDaySeconds;
 }
 
 // Whether `text` begins with `local` and an at sign.
@@ -103,14 +99,14 @@ bool AreClocksTwins(const FILETIME& a, const FILETIME& b) {
 bool IsLocalClock(const TMIMEOLEID& id, const BLOCKDATE& date,
                   bool fromExpress) {
   if (!id.isOle) return false;
-  const FILETIME clock = {id.fileTimeLow, id.fileTimeHigh};
+  const FILETIME clock = id.fileTime();
   const int32_t time = win2posix_time(&clock);
   return time == date.local &&
          (time != date.utc || (fromExpress && id.sequence >= kHighSequence));
 }
 
 bool IsWholeHoursOff(int32_t a, int32_t b) {
-  const int64_t off = Distance(a, b);
+  const int64_t off = TimeDistance(a, b);
   const int64_t rest = off % kHourSeconds;
   return off > 60 && (rest < 2 || rest == kHourSeconds - 1);
 }
@@ -328,9 +324,7 @@ void ScoreExpressIds(TQMMSG& m) {
   const TMIMEOLEBOUND& bound = m.mimeOleBound;
   if (!id.isOle || !bound.isOle || !m.replyTo.empty()) return;
   const bool fresh = id.sequence == 0 && bound.sequence == 1;
-  m.checkCond(AreClocksTwins({id.fileTimeLow, id.fileTimeHigh},
-                             {bound.fileTimeLow, bound.fileTimeHigh}),
-              300, "Jfk");
+  m.checkCond(AreClocksTwins(id.fileTime(), bound.fileTime()), 300, "Jfk");
   m.checkCond(fresh && m.message.type.equals("multipart/alternative"), 300,
               "Jfk2");
   m.checkCond(fresh && m.headerDate.zone == -500, 300, "Mlk");

@@ -11,7 +11,6 @@
 
 namespace {
 
-const uint64_t kUnitsPerMillisecond = 10000;
 const uint64_t kUnitsPerSecond = 10000000;
 // A forger counts the clock on by a few of these.
 const uint32_t kForgedStep = 100000;
@@ -30,23 +29,9 @@ enum : int {
   fcOtherHost = 11
 };
 
-FILETIME ClockOf(const TMIMEOLEID& id) {
-  return FILETIME{id.fileTimeLow, id.fileTimeHigh};
-}
-
-FILETIME ClockOf(const TMIMEOLEBOUND& bound) {
-  return FILETIME{bound.fileTimeLow, bound.fileTimeHigh};
-}
-
-uint64_t UnitsOf(const FILETIME& clock) {
-  return uint64_t{clock.high} << 32 | clock.low;
-}
-
 // The clock of the Message-ID was written again, or counted on.
 int CompareClocks(const FILETIME& message, const FILETIME& part) {
-  if (UnitsOf(message) / kUnitsPerMillisecond ==
-      UnitsOf(part) / kUnitsPerMillisecond)
-    return fcSameClock;
+  if (IdenticalToTheMillisecond(&message, &part)) return fcSameClock;
   const uint32_t ahead = message.low - part.low;
   if (message.high == part.high && ahead % kForgedStep == 0 &&
       ahead / kForgedStep <= kMaxForgedSteps)
@@ -92,9 +77,9 @@ int TQMMSG::checkCid(TBLOCK contentId, uint32_t& seen) {
 // The identifiers of one program against each other.
 int TQMMSG::checkOleCid(const TMIMEOLEID& id, uint32_t& seen) {
   if (id.errors != 0) return fcErrors;
-  const FILETIME clock = ClockOf(id);
+  const FILETIME clock = id.fileTime();
   if (mimeOleId.isOle) {
-    const int fault = CompareClocks(ClockOf(mimeOleId), clock);
+    const int fault = CompareClocks(mimeOleId.fileTime(), clock);
     if (fault != fcNone) return fault;
     const uint32_t address = id.ip.getValue();
     if (!id.ip.isPrivate) {
@@ -110,10 +95,10 @@ int TQMMSG::checkOleCid(const TMIMEOLEID& id, uint32_t& seen) {
     }
   }
   if (!mimeOleBound.isOle) return fcNone;
-  const FILETIME bound = ClockOf(mimeOleBound);
+  const FILETIME bound = mimeOleBound.fileTime();
   if (DifferByZone(bound, clock, headerDate.zone)) return fcZoneInClock;
   if (mimeOleId.isOle &&
-      UnitsOf(bound) % kUnitsPerSecond == UnitsOf(clock) % kUnitsPerSecond &&
+      bound.units() % kUnitsPerSecond == clock.units() % kUnitsPerSecond &&
       DifferInHost(messageId, id.id))
     return fcOtherHost;
   return fcNone;

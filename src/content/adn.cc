@@ -443,10 +443,6 @@ char SignedLetter(uint64_t seconds, bool negative) {
   return SecondsLetter(seconds, negative ? "abcdefghz" : "123456789");
 }
 
-uint64_t Units(const FILETIME& time) {
-  return static_cast<uint64_t>(time.high) << 32 | time.low;
-}
-
 }  // namespace
 
 void AdnFromBlock(TBLOCK text, STR& adn, const char* keep, uint32_t flags,
@@ -533,8 +529,9 @@ char ttAdnChar(int32_t a, int32_t b) {
 }
 
 char ftAdnChar(const FILETIME& a, const FILETIME& b) {
-  const bool negative = Units(a) < Units(b);
-  const uint64_t units = negative ? Units(b) - Units(a) : Units(a) - Units(b);
+  const bool negative = a.units() < b.units();
+  const uint64_t units =
+      negative ? b.units() - a.units() : a.units() - b.units();
   const uint64_t hundredths = units / 100000;
   if (hundredths >= 1 && hundredths <= 99) return negative ? '<' : '>';
   return SignedLetter(units / 10000000, negative);

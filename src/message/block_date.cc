@@ -391,12 +391,6 @@ const TFormatField* FindFormatField(TBLOCK format) {
   return nullptr;
 }
 
-// ---- FILETIME
-
-uint64_t WinUnits(const FILETIME* time) {
-  return static_cast<uint64_t>(time->high) << 32 | time->low;
-}
-
 }  // namespace
 
 void BLOCKDATE::clear() {
@@ -435,10 +429,12 @@ bool DecodeDateBlock(const char* format, TBLOCK text, int32_t& time) {
   return true;
 }
 
+// ---- FILETIME
+
 int32_t win2posix_time(const FILETIME* time) {
   if (!time) return -1;
-  const int64_t seconds = static_cast<int64_t>(WinUnits(time) / kWinSecond) -
-                          kWinEpoch / kWinSecond;
+  const int64_t seconds =
+      static_cast<int64_t>(time->units() / kWinSecond) - kWinEpoch / kWinSecond;
   if (seconds < INT32_MIN || seconds > INT32_MAX) return -1;
   return static_cast<int32_t>(seconds);
 }
@@ -468,11 +464,11 @@ int FileTimeToDays(const FILETIME* time, int32_t& days, int32_t from,
 }
 
 uint32_t ModHoursAsMilliSeconds(const FILETIME* time) {
-  return static_cast<uint32_t>(WinUnits(time) / 10000 % 3600000);
+  return static_cast<uint32_t>(time->units() / 10000 % 3600000);
 }
 
 bool IdenticalToTheMillisecond(const FILETIME* a, const FILETIME* b) {
-  return WinUnits(a) / 10000 == WinUnits(b) / 10000;
+  return a->units() / 10000 == b->units() / 10000;
 }
 
 void tt2YYYYMM(const int32_t* time, char* out) {

@@ -45,7 +45,14 @@ bool DecodeDateBlock(const char* format, TBLOCK text, int32_t& time);
 struct FILETIME {
   uint32_t low;
   uint32_t high;
+
+  uint64_t units() const { return uint64_t{high} << 32 | low; }
 };
+
+// How far two times are apart, in whatever units.
+inline int64_t TimeDistance(int64_t a, int64_t b) {
+  return a < b ? b - a : a - b;
+}
 
 // Seconds since 1970; -1 for null and for what does not fit 32 bits.
 int32_t win2posix_time(const FILETIME* time);

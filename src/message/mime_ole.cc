@@ -35,14 +35,6 @@ const int32_t kYear2000 = 946684800;
 const int64_t kThreadFuture = 12 * kDaySeconds;
 const int64_t kHour = 3600;
 
-uint64_t UnitsOf(const FILETIME& clock) {
-  return uint64_t{clock.high} << 32 | clock.low;
-}
-
-int64_t Distance(int64_t a, int64_t b) {
-  return a < b ? b - a : a - b;
-}
-
 int32_t Clamp32(int64_t value) {
   if (value > INT32_MAX) return INT32_MAX;
   return value < INT32_MIN ? INT32_MIN : static_cast<int32_t>(value);
@@ -57,7 +49,7 @@ bool IsHex(TBLOCK digits) {
 // date is right whatever the day.
 bool IsBadDate(const FILETIME& clock, int32_t seconds, int32_t utc,
                int64_t now) {
-  if (Distance(seconds, utc) <= kClockSlack) return false;
+  if (TimeDistance(seconds, utc) <= kClockSlack) return false;
   const int32_t days = win2posix_days(&clock);
   return days < kFirstDay || days > now / kDaySeconds + kFutureDays;
 }
@@ -119,8 +111,8 @@ void TMIMEOLEID::parse(TBLOCK text, const BLOCKDATE* date, int64_t now) {
   if (two.length != kHalfDigits) return;
   fileTimeHigh = HexNumber(one.from(counter));
   fileTimeLow = HexNumber(two);
-  const FILETIME clock = {fileTimeLow, fileTimeHigh};
-  if (UnitsOf(clock) % kClockUnit != 0) errors |= moNotRounded;
+  const FILETIME clock = fileTime();
+  if (clock.units() % kClockUnit != 0) errors |= moNotRounded;
   time = win2posix_time(&clock);
   if (IsBadDate(clock, time, date->utc, now)) errors |= moBadDate;
   // The address has its last byte first.
@@ -174,12 +166,12 @@ void TMIMEOLEBOUND::parse(TBLOCK text, const BLOCKDATE* date, int32_t zone,
   if (!IsHex(high) || !IsHex(low)) return;
   fileTimeLow = HexNumber(low);
   fileTimeHigh = HexNumber(high);
-  const FILETIME clock = {fileTimeLow, fileTimeHigh};
+  const FILETIME clock = fileTime();
   time = win2posix_time(&clock);
   error = time == -1 || IsBadDate(clock, time, date->utc, now);
   zoneSeconds = zone;
   const uint64_t zoned =
-      UnitsOf(clock) - static_cast<uint64_t>(zone * kUnitsPerSecond);
+      clock.units() - static_cast<uint64_t>(zone * kUnitsPerSecond);
   zonedFileTimeLow = static_cast<uint32_t>(zoned);
   zonedFileTimeHigh = static_cast<uint32_t>(zoned >> 32);
   zonedTime = Clamp32(int64_t{time} - zone);
@@ -214,7 +206,7 @@ void TTHREADINDEX::parse(TBLOCK index, const BLOCKDATE& date, int64_t now) {
   };
   fileTimeHigh = word(0);
   fileTimeLow = word(4);
-  const FILETIME clock = {fileTimeLow, fileTimeHigh};
+  const FILETIME clock = fileTime();
   time = win2posix_time(&clock);
   const bool late = date.error ? time > now + kHour
                                : int64_t{time} - date.utc > kThreadFuture;

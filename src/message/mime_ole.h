@@ -42,6 +42,7 @@ class TMIMEOLEID {
   REGEXPOOL* pool;   // borrowed; may be null
 
   explicit TMIMEOLEID(REGEXPOOL* pool);
+  FILETIME fileTime() const { return {fileTimeLow, fileTimeHigh}; }
   void clear();
   // REQUIRES a date, the message's. `now`: the present time in seconds since
   // 1970. Where the text ends too early or is no hexadecimal, what stands
@@ -64,6 +65,7 @@ class TMIMEOLEBOUND {
   REGEXPOOL* pool;  // borrowed; may be null
 
   explicit TMIMEOLEBOUND(REGEXPOOL* pool);
+  FILETIME fileTime() const { return {fileTimeLow, fileTimeHigh}; }
   void clear();
   void parse(TBLOCK text, const BLOCKDATE* date, int32_t zoneSeconds,
              int64_t now);
@@ -78,6 +80,7 @@ class TTHREADINDEX {
   uint32_t fileTimeLow, fileTimeHigh;
 
   TTHREADINDEX() { clear(); }
+  FILETIME fileTime() const { return {fileTimeLow, fileTimeHigh}; }
   void clear();
   void parse(TBLOCK index, const BLOCKDATE& date, int64_t now);
 };

@@ -9,10 +9,6 @@
 
 namespace {
 
-// Header lines that are held against the patterns of a section: more than any
-// mail has.
-const int32_t kMaxMatchedFields = 2048;
-
 // A rest of the mailer field below this tells nothing.
 const uint32_t kMinMailerName = 6;
 

@@ -67,6 +67,9 @@ const int32_t kMaxScanDepth = 7;
 // Messages inside of one, at all depths, that are looked at: a text may name
 // more copies of itself at each level.
 const int32_t kMaxInnerMessages = 64;
+// Header lines that are held against the patterns of a section: more than any
+// mail has.
+const int32_t kMaxMatchedFields = 2048;
 // A score at or above the bailout ends a scan early, unless the host forbids.
 const int32_t kDefaultBailout = 300;
 // A host's bailout counts from here on.

@@ -1,9 +1,12 @@
 // The lists live under a fixed directory, so this needs to write there; it
-// uses a domain of its own, and is skipped where it may not.
+// uses a domain of its own, and is skipped where it may not. Tests run as
+// processes side by side, here and in other builds: they take turns by a lock.
 
 #include <errno.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <stdio.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -25,8 +28,13 @@ std::string Join(const STRVECT& lines) {
 
 class WhiteListsTest : public ::testing::Test {
  protected:
-  WhiteListsTest() : root("/etc/oakrun/Mail/"), lines(0, 512) {}
+  WhiteListsTest()
+      : root("/etc/oakrun/Mail/"),
+        lines(0, 512),
+        lock(open("/tmp/quaymarsh-white-lists.lock", O_RDWR | O_CREAT, 0666)) {}
+  ~WhiteListsTest() override { close(lock); }
   void SetUp() override {
+    ASSERT_EQ(0, flock(lock, LOCK_EX));
     for (const std::string& dir :
          {std::string("/etc/oakrun"), std::string("/etc/oakrun/Mail"),
           root + kDomain, root + kDomain + "/joe"})
@@ -70,6 +78,7 @@ class WhiteListsTest : public ::testing::Test {
   }
   const std::string root;
   STRVECT lines;
+  const int lock;  // held until it is closed
 };
 
 TEST_F(WhiteListsTest, LinesAreTrimmedLoweredSortedAndUnique) {

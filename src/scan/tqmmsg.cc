@@ -119,6 +119,7 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
       subjectAntiBayes(0),
       bodyAntiBayesCount(0),
       subjectAntiBayesCount(0),
+      phishing(0),
       ruleFields(),
       noElements(0) {
   domains.setRecSize(kDigestBytes);
@@ -198,14 +199,23 @@ void TQMMSG::clearBody() {
   messageCharset.clear();
   TBLOCK* const values[] = {&text, &html, &body};
   for (TBLOCK* value : values) value->clear();
-  int32_t* const numbers[] = {&bodyIsHtml,         &answerCount,
-                              &answersRemoved,     &linkCount,
-                              &imageCount,         &nonBlankLines,
-                              &highChars,          &attachmentCount,
-                              &attachScored,       &virusFound,
-                              &virusSure,          &notificationScore,
-                              &bodyAntiBayes,      &subjectAntiBayes,
-                              &bodyAntiBayesCount, &subjectAntiBayesCount};
+  int32_t* const numbers[] = {&bodyIsHtml,
+                              &answerCount,
+                              &answersRemoved,
+                              &linkCount,
+                              &imageCount,
+                              &nonBlankLines,
+                              &highChars,
+                              &attachmentCount,
+                              &attachScored,
+                              &virusFound,
+                              &virusSure,
+                              &notificationScore,
+                              &bodyAntiBayes,
+                              &subjectAntiBayes,
+                              &bodyAntiBayesCount,
+                              &subjectAntiBayesCount,
+                              &phishing};
   for (int32_t* number : numbers) *number = 0;
   STR* const texts[] = {&firstLine,      &lastLine,     &lastButOneLine,
                         &imageSizes,     &imageWeights, &lineAdn,
@@ -214,7 +224,7 @@ void TQMMSG::clearBody() {
                         &countryProfile, &timeProfile,  &profileWords,
                         &countsAdn,      &charCounts,   &charPresence,
                         &virusName,      &virusReason,  &notificationText,
-                        &fontList};
+                        &fontList,       &causeText};
   for (STR* value : texts) *value = "";
   TBLOCKVECT* const lists[] = {&bodyLines,  &bodyWords, &subjectWords,
                                &aliasWords, &emails,    &profiles};
@@ -334,4 +344,17 @@ void TQMMSG::getQMVersion(STR& version) const {
     version += bailout;
 }
 
-void TQMMSG::appendExtendedCause(BLOCK& /*text*/) {}
+void TQMMSG::appendExtendedCause(BLOCK& report) {
+  report.add("; Hdr=");
+  report.add(hdrAdn.view());
+  report.add("; From=");
+  report.add(fromBox.text);
+  report.add("; Domain=");
+  bool first = true;
+  for (int32_t slot = domains.first(); slot >= 0; domains.next(slot)) {
+    if (!first) report.add(",");
+    first = false;
+    report.add(domains.getBlock(slot));
+  }
+  report.add(";");
+}

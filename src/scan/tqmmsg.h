@@ -152,8 +152,9 @@ class TQMMSG : public OLISTGURU {
 
   // "Quay Marsh <version> AV+AS Profile: ...; Bailout: ...".
   void getQMVersion(STR& text) const;
-  // Appends what a dictionary may ask for behind the cause text.
-  void appendExtendedCause(BLOCK& text);
+  // Appends what a dictionary may ask for behind the cause text: fingerprint of
+  // the header, the sender, the domains of the links.
+  void appendExtendedCause(BLOCK& report);
 
   // Borrowed; outlive the scan; may be null.
   REGEXPOOL* pool;
@@ -554,8 +555,8 @@ class TQMMSG : public OLISTGURU {
   // Forgets the lists; for whatever changes what fields are made of.
   void dropRegexFields();
 
-  // ==== Filters and other checks. Bodies are empty until the file that is
-  // named has them. A result is 1 when the check scored, unless told.
+  // ==== Filters and other checks. A result is 1 when the check scored, unless
+  // told.
 
   // scan/filters.cc
   int checkRegex(int purge);
@@ -704,18 +705,37 @@ class TQMMSG : public OLISTGURU {
   int checkWordsWithoutChars(const char* section, TBLOCK block);
   int checkPhrasesWithoutChars(const char* section, TBLOCK block);
 
-  // checks/phishing.cc
+  // checks/phishing.cc, checks/brand_phishing.cc. The first calls the others;
+  // both tell whether they gave a verdict.
   void checkPhishing();
+  int checkDeepPhishing();
+  int checkEbayPhishing();
+  int32_t phishing;  // 1: the message was judged to be phishing
+  STR causeText;     // what is behind that verdict, for tools and tests
 
   // checks/url_suffix.cc: the part of a host that the section "TLD" knows.
   TBLOCK extractUrlTld(const TBLOCKURL& url) const;
 
   // checks/links.cc
   void checkBlackLinks();
+  // checks/tracking.cc: whether links, or the query of one, carry the
+  // recipient's address.
+  bool checkTracking();
+  bool checkUrlTracking(const TBLOCKURL& url);
+  // checks/link_reputation.cc
   void checkSpamDomains();
+  void checkWhiteLinks();
+  void checkWhiteDomains();
+  void checkWhiteImgUrl();
+  // 1 when the URL of a picture is random. Scores nothing, and nothing calls
+  // it: pictures are scored by checkImg.
+  int checkBlackImgUrl();
   void checkTld();
+  // Sum of what the section "TLD" says of the suffixes, and their number.
+  int32_t checkTldList(const TBLOCKVECT& suffixes, int32_t& count);
   void checkHiddenUrl();
   void checkLinkText();
+  void checkAlt();
   void checkPhone();
   void checkUnsub();
 
@@ -723,6 +743,7 @@ class TQMMSG : public OLISTGURU {
   void checkBlackAndWhite();
   void checkWhiteRecip();
   int listFilter(TBLOCK list);
+  void checkAnswer();
   void checkWhite();
   void checkBlackWords();
   void checkTipsWords();
@@ -732,11 +753,18 @@ class TQMMSG : public OLISTGURU {
                    const QMUSERSETUP* userSetup);
 
   // checks/word_groups.cc
+  // Adds what a group's sections score to `total`: whether that is spam.
+  // `description`, when not null, gets the subgroups that scored.
+  bool checkWordGroup(const char* name, int32_t& total, STR* description);
+  // 1 when a group of the section was met.
   int checkWordGroups(const char* section);
   void checkResit();
   // Not 0 when it fixed the state.
   int checkCommercial(const QMGLOBALSETUP* globalSetup,
                       const QMUSERSETUP* userSetup);
+  // Whether the message is a newsletter by its words and links. Nothing calls
+  // it: no score is given for that.
+  bool checkNewsletter();
 
  private:
   // Steps of parseHeader, in order.

@@ -1,7 +1,7 @@
 // corpus_run: scans files through the shared library as a host does, many
 // times over in one process, and holds the results against each other.
 //
-//   corpus_run [--list-no-mail] [--slow MS] PATH...
+//   corpus_run [--checks] [--list-no-mail] [--slow MS] [--threads N] PATH...
 //   corpus_run --mutate SEED COUNT PATH...
 //
 // Each file is scanned four ways, from memory and from its file, without and
@@ -11,15 +11,23 @@
 // larger one holds. A message of kMaxMessageBytes or more may differ between
 // memory and file, since only there its length is known.
 //
+// --checks asks for the checks that a host has to ask for: viruses,
+// notifications, suspect and commercial mail. With --threads N threads then
+// scan all files at once on one context, each beginning with another one, and
+// every answer must be the one that a single thread got.
+//
 // With --mutate each file is also scanned cut off at every length and COUNT
 // times with a few bytes changed; the changes follow from SEED alone.
 //
 // Prints one row for each PATH and a total; every fault has a line with the
-// file's name. Exit 0: no fault; 1: faults; 64: usage. Meant to be run under
-// the sanitizers: messages and buffers are heap blocks of exact size.
+// file's name. The digest of a row is that of all answers in it, byte for byte:
+// two builds that judge alike print the same one. Exit 0: no fault; 1: faults;
+// 64: usage. Meant to be run under the sanitizers: messages and buffers are
+// heap blocks of exact size.
 
 #include <dirent.h>
 #include <errno.h>
+#include <inttypes.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -31,6 +39,7 @@
 #include <algorithm>
 #include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "quaymarsh.h"
@@ -43,7 +52,9 @@ const int kMaxChanges = 8;  // bytes changed by one mutation
 const char kNoMail[] = "This is not a mail";
 
 struct Options {
+  bool checks = false;
   bool listNoMail = false;
+  int threads = 0;
   double slowMs = 0;
   bool mutate = false;
   uint64_t seed = 0;
@@ -53,6 +64,7 @@ struct Options {
 struct Figures {
   long files = 0, scans = 0, noMail = 0, faults = 0;
   double bytes = 0, scannedBytes = 0, seconds = 0;
+  uint64_t digest = 0;
   std::map<int, long> states;
 
   void add(const Figures& other) {
@@ -63,6 +75,7 @@ struct Figures {
     bytes += other.bytes;
     scannedBytes += other.scannedBytes;
     seconds += other.seconds;
+    digest = digest * 31 + other.digest;
     for (const auto& state : other.states) states[state.first] += state.second;
   }
 };
@@ -99,6 +112,12 @@ struct Result {
   int headerLength = -1, headerOutLength = -1, headerOutSize = -1;
   std::string cause, version, params, header;
   double seconds = 0;
+  bool messageKept = false;
+};
+
+// Of the host's buffers.
+struct Sizes {
+  int cause, version, params, header;
 };
 
 // What the letter pairs stand for; empty when the text holds anything else.
@@ -112,6 +131,25 @@ std::string Decode(const std::string& text) {
   }
   return out;
 }
+
+// What a host gets to see of a scan.
+std::string AnswerOf(const Result& result) {
+  return std::to_string(result.state) + " " + std::to_string(result.score) +
+         " " + std::to_string(result.headerLength) + "\n" + result.cause +
+         "\n" + result.header;
+}
+
+// FNV-1a.
+uint64_t Digest(const std::string& text) {
+  uint64_t digest = 14695981039346656037u;
+  for (const char c : text)
+    digest = (digest ^ static_cast<unsigned char>(c)) * 1099511628211u;
+  return digest;
+}
+
+struct Mail {
+  std::string path, text, answer;
+};
 
 class Runner {
  public:
@@ -131,12 +169,10 @@ class Runner {
   Figures figures;
 
   void runPath(const std::string& path);
+  // Scans all files of the paths so far once more, in all threads.
+  void runThreads();
 
  private:
-  struct Sizes {
-    int cause, version, params, header;
-  };
-
   void fault(const char* what);
   Result scan(const std::string& message, const char* path, void* context,
               Sizes sizes);
@@ -152,6 +188,7 @@ class Runner {
   const Options& options_;
   void* context_;
   std::string name_;  // of the message in hand, for faults
+  std::vector<Mail> mails_;
   char tempPath_[40] = "/tmp/corpus_run-XXXXXX";
 };
 
@@ -167,9 +204,13 @@ std::string TextOf(const Exact& buffer) {
   return std::string(buffer.bytes, n);
 }
 
-// Scans from memory, or from a file with a path.
-Result Runner::scan(const std::string& message, const char* path, void* context,
-                    Sizes sizes) {
+const uint32_t kAllChecks = QM_CHECK_VIRUS | QM_CHECK_NOTIFICATION |
+                            QM_CHECK_COMMERCIAL | QM_CHECK_SUSPECT;
+
+// Scans from memory, or from a file with a path. Writes to nothing that
+// threads share.
+Result Scan(const std::string& message, const char* path, void* context,
+            const Sizes& sizes, bool checks) {
   Result result;
   Exact copy(message.size());
   memcpy(copy.bytes, message.data(), message.size());
@@ -178,6 +219,8 @@ Result Runner::scan(const std::string& message, const char* path, void* context,
   Exact params(static_cast<size_t>(sizes.params));
   Exact header(static_cast<size_t>(sizes.header));
   Exact record(sizeof(QMINFO));
+  QMGLOBALSETUP globalSetup = {8, kAllChecks};
+  QMUSERSETUP userSetup = {20, -100, 200, 0, kAllChecks};
   QMINFO* info = reinterpret_cast<QMINFO*>(record.bytes);
   memset(info, 0, sizeof *info);
   info->size = sizeof *info;
@@ -188,6 +231,10 @@ Result Runner::scan(const std::string& message, const char* path, void* context,
   } else {
     info->msg = reinterpret_cast<unsigned char*>(copy.bytes);
     info->msgLength = static_cast<unsigned>(copy.size);
+  }
+  if (checks) {
+    info->globalSetup = &globalSetup;
+    info->userSetup = &userSetup;
   }
   info->state = -99;
   info->subjectTag = "[tag] ";
@@ -203,11 +250,7 @@ Result Runner::scan(const std::string& message, const char* path, void* context,
   const double start = Now();
   result.returned = QmScanMessageWithContext(info, context);
   result.seconds = Now() - start;
-  figures.scans++;
-  figures.seconds += result.seconds;
-  figures.scannedBytes += static_cast<double>(message.size());
-  if (memcmp(copy.bytes, message.data(), message.size()) != 0)
-    fault("a byte of the caller's message was changed");
+  result.messageKept = memcmp(copy.bytes, message.data(), message.size()) == 0;
   result.state = info->state;
   result.score = info->score;
   result.headerLength = info->headerLength;
@@ -218,6 +261,16 @@ Result Runner::scan(const std::string& message, const char* path, void* context,
   result.params = TextOf(params);
   if (info->headerOutLength > 0 && info->headerOutLength < sizes.header)
     result.header = TextOf(header);
+  return result;
+}
+
+Result Runner::scan(const std::string& message, const char* path, void* context,
+                    Sizes sizes) {
+  const Result result = Scan(message, path, context, sizes, options_.checks);
+  figures.scans++;
+  figures.seconds += result.seconds;
+  figures.scannedBytes += static_cast<double>(message.size());
+  if (!result.messageKept) fault("a byte of the caller's message was changed");
   return result;
 }
 
@@ -261,10 +314,14 @@ void Runner::runSmallBuffers(const std::string& message, const Result& full) {
   }
 }
 
+// Buffers that hold all of an answer. The version text grows the header a
+// little, never by this much.
+Sizes LargeSizes(const std::string& message) {
+  return {kCauseBytes, 300, 300, static_cast<int>(message.size() * 3 + 4096)};
+}
+
 void Runner::runMessage(const std::string& message, const char* path) {
-  // The version text grows the header a little, never by this much.
-  const Sizes large = {kCauseBytes, 300, 300,
-                       static_cast<int>(message.size() * 3 + 4096)};
+  const Sizes large = LargeSizes(message);
   const Result plain = scan(message, nullptr, nullptr, large);
   const Result shared = scan(message, nullptr, context_, large);
   const Result file = scan(message, path, nullptr, large);
@@ -293,6 +350,8 @@ void Runner::runMessage(const std::string& message, const char* path) {
   }
   runSmallBuffers(message, shared);
   figures.states[plain.state]++;
+  figures.digest = figures.digest * 31 + Digest(AnswerOf(shared));
+  if (options_.threads > 0) mails_.push_back({path, message, AnswerOf(shared)});
   const std::string cause =
       plain.state == QM_STATE_VIRUS ? plain.cause : Decode(plain.cause);
   if (cause.find(plain.version) != 0) fault("the cause can't be read");
@@ -303,6 +362,31 @@ void Runner::runMessage(const std::string& message, const char* path) {
   const double ms = plain.seconds * 1000;
   if (options_.slowMs > 0 && ms >= options_.slowMs)
     printf("slow: %.1f ms, %zu bytes: %s\n", ms, message.size(), name_.c_str());
+}
+
+void Runner::runThreads() {
+  const size_t n = mails_.size();
+  std::vector<std::vector<size_t>> wrong(static_cast<size_t>(options_.threads));
+  std::vector<std::thread> threads;
+  for (size_t t = 0; t < wrong.size(); t++) {
+    threads.emplace_back([this, n, t, &wrong] {
+      for (size_t i = 0; i < n; i++) {
+        const Mail& mail = mails_[(i + t * n / wrong.size()) % n];
+        const Result result = Scan(mail.text, nullptr, context_,
+                                   LargeSizes(mail.text), options_.checks);
+        if (AnswerOf(result) != mail.answer)
+          wrong[t].push_back(static_cast<size_t>(&mail - mails_.data()));
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  figures.scans += static_cast<long>(n * threads.size());
+  for (const std::vector<size_t>& list : wrong) {
+    for (const size_t i : list) {
+      name_ = mails_[i].path;
+      fault("a thread got another answer");
+    }
+  }
 }
 
 bool WriteFile(const char* path, const std::string& bytes) {
@@ -376,8 +460,9 @@ void Runner::runPath(const std::string& path) {
 }
 
 void PrintHead() {
-  printf("%6s %10s %7s %6s %7s %8s %7s  %-20s %s\n", "files", "bytes", "scans",
-         "faults", "no mail", "seconds", "MB/s", "states", "path");
+  printf("%6s %10s %7s %6s %7s %8s %7s %16s  %-20s %s\n", "files", "bytes",
+         "scans", "faults", "no mail", "seconds", "MB/s", "digest", "states",
+         "path");
 }
 
 void PrintRow(const Figures& f, const char* path) {
@@ -385,17 +470,17 @@ void PrintRow(const Figures& f, const char* path) {
   for (const auto& state : f.states)
     states +=
         std::to_string(state.first) + ":" + std::to_string(state.second) + " ";
-  printf("%6ld %10.0f %7ld %6ld %7ld %8.2f %7.2f  %-20s %s\n", f.files, f.bytes,
-         f.scans, f.faults, f.noMail, f.seconds,
-         f.seconds > 0 ? f.scannedBytes / f.seconds / 1e6 : 0.0, states.c_str(),
-         path);
+  printf("%6ld %10.0f %7ld %6ld %7ld %8.2f %7.2f %016" PRIx64 "  %-20s %s\n",
+         f.files, f.bytes, f.scans, f.faults, f.noMail, f.seconds,
+         f.seconds > 0 ? f.scannedBytes / f.seconds / 1e6 : 0.0, f.digest,
+         states.c_str(), path);
   fflush(stdout);
 }
 
 int Usage() {
   fprintf(stderr,
-          "usage: corpus_run [--list-no-mail] [--slow MS] "
-          "[--mutate SEED COUNT] PATH...\n");
+          "usage: corpus_run [--checks] [--list-no-mail] [--slow MS] "
+          "[--threads N] [--mutate SEED COUNT] PATH...\n");
   return 64;
 }
 
@@ -406,7 +491,11 @@ int main(int argc, char** argv) {
   int i = 1;
   for (; i < argc && strncmp(argv[i], "--", 2) == 0; i++) {
     const std::string option = argv[i];
-    if (option == "--list-no-mail") {
+    if (option == "--checks") {
+      options.checks = true;
+    } else if (option == "--threads" && i + 1 < argc) {
+      options.threads = atoi(argv[++i]);
+    } else if (option == "--list-no-mail") {
       options.listNoMail = true;
     } else if (option == "--slow" && i + 1 < argc) {
       options.slowMs = atof(argv[++i]);
@@ -424,6 +513,7 @@ int main(int argc, char** argv) {
   for (; i < argc; i++) {
     Runner runner(options);
     runner.runPath(argv[i]);
+    runner.runThreads();
     PrintRow(runner.figures, argv[i]);
     total.add(runner.figures);
   }

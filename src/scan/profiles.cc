@@ -54,3 +54,9 @@ void TQMMSG::addRuleProfiles() {
     dropRegexFields();
   }
 }
+
+bool TQMMSG::hasProfile(const char* word) const {
+  for (int32_t i = 0; i < profiles.count(); i++)
+    if (profiles.get(i).equals(word)) return true;
+  return false;
+}

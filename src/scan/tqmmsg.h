@@ -488,6 +488,8 @@ class TQMMSG : public OLISTGURU {
                    int mode);
   // scan/profiles.cc: fills `profiles`, the last step of the header.
   void buildProfils();
+  // Whether the word is one of them, through LowerConvTable.
+  bool hasProfile(const char* word) const;
   // Seconds since 1970: the host's clock, or a fixed time when that is not 0.
   // For tools and tests, set before a load.
   int64_t presentTime() const;

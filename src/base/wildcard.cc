@@ -34,3 +34,9 @@ bool MatchWildcard(TBLOCK pattern, TBLOCK value, WildcardMiddle middle) {
   }
   return false;
 }
+
+bool FitsListPattern(TBLOCK pattern, TBLOCK value) {
+  pattern.trim();
+  if (value.empty()) return pattern.length == 1 && pattern[0] == '*';
+  return MatchWildcard(pattern, value, wmLiteral);
+}

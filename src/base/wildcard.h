@@ -22,4 +22,8 @@ enum WildcardMiddle {
 // A pattern with a "*" and a text never takes an empty value.
 bool MatchWildcard(TBLOCK pattern, TBLOCK value, WildcardMiddle middle);
 
+// A pattern of a host's or a client's list of senders, trimmed: with wmLiteral,
+// and an empty value fits a star alone.
+bool FitsListPattern(TBLOCK pattern, TBLOCK value);
+
 #endif  // BASE_WILDCARD_H_

@@ -74,16 +74,10 @@ bool IsDrawnFromNames(TBLOCK from, const HASHTAB* names, REGEXPOOL* pool) {
   return known != 0 && known + 2 <= first.length && !half.ends("and");
 }
 
-// A pattern with "@" is one of addresses, any other one of names. Only "*"
-// takes what is empty.
-bool FitsValue(TBLOCK pattern, TBLOCK value) {
-  pattern.trim();
-  if (value.empty()) return pattern.length == 1 && pattern[0] == '*';
-  return MatchWildcard(pattern, value, wmLiteral);
-}
-
+// A pattern with "@" is one of addresses, any other one of names.
 bool FitsBox(TBLOCK pattern, const TMAILBOX& box) {
-  return FitsValue(pattern, pattern.findByte('@') >= 0 ? box.email : box.name);
+  return FitsListPattern(pattern,
+                         pattern.findByte('@') >= 0 ? box.email : box.name);
 }
 
 bool FitsAny(TBLOCK pattern, const TMAILBOXVECT& boxes) {
@@ -171,7 +165,7 @@ int TQMMSG::_mbFilter(TBLOCK pattern, const TMAILBOX& box, int score,
 // "FIELD=PATTERN" or "IP=ADDRESS".
 int TQMMSG::_fromFilter(TBLOCK pattern, int score) {
   if (IsIpPattern(pattern)) {
-    if (!FitsValue(pattern, sourceIpBlock)) return 0;
+    if (!FitsListPattern(pattern, sourceIpBlock)) return 0;
     STR cause("IP=");
     cause += sourceIpBlock;
     addToSpamScore(score, cause.c_str(), 1);

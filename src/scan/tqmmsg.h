@@ -789,6 +789,18 @@ class TQMMSG : public OLISTGURU {
   int32_t walkSection(const char* section, TSECTIONWALK& walk,
                       int32_t sectionDepth);
 
+  struct TGROUPWALK;
+  bool walkGroup(TGROUPWALK& walk, const char* name, int32_t groupDepth,
+                 int32_t& total, STR* description);
+  int64_t groupWords(TGROUPWALK& walk, const char* group, const char* suffix,
+                     const TBLOCKVECT& words, int limit, bool& found);
+  int64_t groupFieldWords(TGROUPWALK& walk, const char* group,
+                          const char* suffix, const TBLOCKVECT& words);
+  int64_t groupRules(TGROUPWALK& walk, const char* group, const char* suffix);
+  int64_t groupChildren(TGROUPWALK& walk, const char* group, bool unlimited,
+                        int32_t groupDepth, int32_t total, STR* description);
+  bool setCommercial(const char* section, SpamState state);
+
   int takeFieldValue(TBLOCK field, TBLOCK& value, int strip);
   int readBareField(const char* name, TBLOCK& value);
   void readRootFields();

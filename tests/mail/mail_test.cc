@@ -1,8 +1,8 @@
 // Whole messages against what a scan of them gives. A file NAME.eml holds
-// cases, each a line "From CASE [now=SECONDS] [user=ADDRESS]" and a message
-// behind it; NAME.ref holds, for each case, state and score and the cause's
-// entries; NAME.sections, where there is one, the dictionary in the form of
-// rules/source_util.h. Nothing of the built-in dictionary is read.
+// cases, each a line "From CASE [now=SECONDS] [user=ADDRESS] [profile=WORDS]"
+// and a message behind it; NAME.ref holds, for each case, state and score and
+// the cause's entries; NAME.sections, where there is one, the dictionary in the
+// form of rules/source_util.h. Nothing of the built-in dictionary is read.
 // tests/mail/approve writes the .ref files anew, to be looked at by diff.
 
 #include <dirent.h>
@@ -27,7 +27,7 @@ const char kFolder[] = "tests/mail/";
 const int64_t kDefaultNow = 1200000000;
 
 struct Case {
-  std::string name, user, text;
+  std::string name, user, profile, text;
   int64_t now = kDefaultNow;
 };
 
@@ -53,6 +53,7 @@ std::vector<Case> ReadCases(const std::string& path) {
     for (std::string word; words >> word;) {
       if (word.rfind("now=", 0) == 0) c.now = atoll(word.c_str() + 4);
       if (word.rfind("user=", 0) == 0) c.user = word.substr(5);
+      if (word.rfind("profile=", 0) == 0) c.profile = word.substr(8);
     }
     cases.push_back(c);
   }
@@ -64,6 +65,7 @@ std::string Verdict(const Case& c, const std::string& sections) {
   auto m = std::make_unique<TQMMSG>(nullptr, nullptr, nullptr, 0, 0);
   EXPECT_TRUE(LoadSource(m->dico, sections));
   m->fixedTime = c.now;
+  m->setProfileInfo(0, c.profile.c_str());
   m->loadFromBlock(TBLOCK(c.text.data(), static_cast<uint32_t>(c.text.size())),
                    c.user.c_str(), 0);
   const uint32_t wanted = QM_CHECK_VIRUS | QM_CHECK_NOTIFICATION;

@@ -7,14 +7,8 @@
 
 namespace {
 
-const int32_t kIpDots = 3;
 // Labels of a suffix that is looked for.
 const int32_t kMaxSuffixLabels = 2;
-
-bool IsIpNumber(TBLOCK host) {
-  return CountOf(host, bitIpNumber) == static_cast<int32_t>(host.length) &&
-         CountByte(host, '.') == kIpDots;
-}
 
 }  // namespace
 
@@ -24,7 +18,7 @@ bool IsIpNumber(TBLOCK host) {
 TBLOCK TQMMSG::extractUrlTld(const TBLOCKURL& url) const {
   const TBLOCK host = url.host;
   if (url.proto == upFile || url.proto == upCid || host.empty() ||
-      IsIpNumber(host))
+      url.hasIpHost())
     return TBLOCK();
   if (CountByte(host, '.') == 1) return host;
   TBLOCK suffix, ahead = host;

@@ -208,9 +208,13 @@ bool TBLOCKURL::CompareUrl(TBLOCK a, TBLOCK shown) {
   return !a.empty() && a.begins(shown);
 }
 
+bool TBLOCKURL::hasIpHost() const {
+  return IsIpAddress(host);
+}
+
 TBLOCK TBLOCKURL::hostName() const {
   TBLOCK label = host, behind;
-  if (IsIpAddress(host) || CountDots(host) < 2) return TBLOCK();
+  if (hasIpHost() || CountDots(host) < 2) return TBLOCK();
   SplitAt(label, '.', behind);
   return label;
 }

@@ -42,6 +42,8 @@ struct TBLOCKURL {
 
   // Fills the fields; an empty text leaves them as they are.
   void parseUrl(TBLOCK text);
+  // Whether the host is an IP address, in numbers.
+  bool hasIpHost() const;
   // The host's first label; empty for an IP address and a host of fewer than
   // three labels.
   TBLOCK hostName() const;

@@ -710,16 +710,17 @@ int32_t TQMDICO::brokenSearch(TBLOCK text, const char* section,
   return hits;
 }
 
-// The words of a domain: its first label, cut at dashes. No sound label has
-// more bytes than are looked at.
-int TQMDICO::CheckDomainWords(const char* section, TBLOCK domain) {
-  TBLOCK label = TBLOCK::BlockBeforeChar(domain, '.', 0, 0).head(255);
+// The words of a domain: what stands between the dashes of its first label, if
+// it is long enough to be one. No sound label has more bytes than are looked
+// at.
+int TQMDICO::CheckDomainWords(const char* section, TBLOCK domain,
+                              const TQKLINE*& line) {
+  const uint32_t kMinWord = 3;
+  const uint32_t kMaxLabel = 255;
+  TBLOCK label = TBLOCK::BlockBeforeChar(domain, '.', 0, 0).head(kMaxLabel);
   while (!label.empty()) {
-    const TBLOCK piece = TBLOCK::BlockBeforeChar(label, '-', 0, 0);
-    if (piece.empty()) continue;
-    const TQKLINE* line = nullptr;
-    if (hashedFind(section, piece, line)) return 1;
-    if (matchBlock(section, piece, line)) return 1;
+    const TBLOCK word = TBLOCK::BlockBeforeChar(label, '-', 0, 0);
+    if (word.length >= kMinWord && scanBlock(section, word, line, 0)) return 1;
   }
   return 0;
 }

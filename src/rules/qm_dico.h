@@ -230,7 +230,10 @@ class TQMDICO {
   int checkConsonantSection(const char* section, const TBLOCKVECT& words,
                             const TQKLINE*& line);
   int32_t brokenSearch(TBLOCK text, const char* section, int32_t maxLines);
-  int CheckDomainWords(const char* section, TBLOCK domain);
+  // The first of the words of a domain, see keyword_search.cc, that scanBlock
+  // finds a line for.
+  int CheckDomainWords(const char* section, TBLOCK domain,
+                       const TQKLINE*& line);
 
  private:
   TLINECOUNTS uncounted;  // of a line that has no counters; always zeros

@@ -196,7 +196,7 @@ TEST(KeywordSearchTest, OtherSearches) {
   TQMDICO dico(nullptr, nullptr);
   ASSERT_TRUE(LoadSource(dico,
                          "[#bones]\nvgr\ncls*\n[#broken]\ncheap pills\n..\n"
-                         "[domain]\npill&|meds"));
+                         "[domain]\npill&|meds|md"));
   const TQKLINE* line = nullptr;
   const char* const bones[][2] = {
       {"vgr", "1"},  {"ViaGra", "1"}, {"vgrx", ""},    {"vg", ""},
@@ -225,14 +225,17 @@ TEST(KeywordSearchTest, OtherSearches) {
     EXPECT_EQ(row.hits, dico.brokenSearch(text.view(), "broken", row.maxLines))
         << row.text;
   }
-  const char* const domains[][2] = {{"buy-pills.com", "1"}, {"meds", "1"},
-                                    {"x-y.meds.com", ""},   {"-.x", ""},
-                                    {"--meds-", "1"},       {"", ""}};
+  const char* const domains[][2] = {
+      {"buy-pills.com", "1"}, {"meds", "1"}, {"x-y.meds.com", ""}, {"-.x", ""},
+      {"--meds-", "1"},       {"", ""},      {"md-md.com", ""}};
   for (const auto& row : domains) {
     dico.clearMatchCount("domain");  // a line counts once
     HeapText domain(row[0]);
-    EXPECT_EQ(row[1][0] != 0, dico.CheckDomainWords("domain", domain.view()))
+    const TQKLINE* line = nullptr;
+    EXPECT_EQ(row[1][0] != 0,
+              dico.CheckDomainWords("domain", domain.view(), line))
         << row[0];
+    EXPECT_EQ(row[1][0] != 0, line != nullptr) << row[0];
   }
 }
 

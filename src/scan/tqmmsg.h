@@ -838,6 +838,9 @@ class TQMMSG : public OLISTGURU {
   int checkArchive(const BLOCKPART& part, TBLOCK& fileName);
   int checkOleCid(const TMIMEOLEID& id, uint32_t& seen);
   void scoreEmbedSpam(int32_t points);
+  void setPhishing(int32_t score, const char* cause, const char* extendedCause);
+  void checkForgedLinks();
+  bool isPhishing(TBLOCK domain);
   bool isSpared(int filter);
   void _checkCharset(const char* section, int clear);
   bool isSelfTest(const char* recipient) const;

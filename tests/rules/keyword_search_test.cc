@@ -231,7 +231,7 @@ TEST(KeywordSearchTest, OtherSearches) {
   for (const auto& row : domains) {
     dico.clearMatchCount("domain");  // a line counts once
     HeapText domain(row[0]);
-    const TQKLINE* line = nullptr;
+    line = nullptr;
     EXPECT_EQ(row[1][0] != 0,
               dico.CheckDomainWords("domain", domain.view(), line))
         << row[0];

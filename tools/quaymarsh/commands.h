@@ -31,6 +31,7 @@ void AddRuleCommand(CLI::App& app, int* exitCode);
 void AddDecodeCommand(CLI::App& app, int* exitCode);
 void AddRegexCommand(CLI::App& app, int* exitCode);
 void AddDictCommand(CLI::App& app, int* exitCode);
+void AddCorpusCommand(CLI::App& app, int* exitCode);
 
 // Writes "quaymarsh: NAME: WHAT" to stderr; an empty name is left out.
 void PrintError(const std::string& name, const std::string& what);

@@ -15,13 +15,37 @@ void AddInsideOptions(CLI::App* command, InsideOptions* options) {
                       "The time of the scan, in seconds since 1970");
 }
 
-InsideRun::InsideRun(const InsideOptions& options)
-    : options_(options),
-      context_(CreateSpeedupContext(nullptr)),
-      firstError_(kExitOk) {
+Inside::Inside(const InsideOptions& options)
+    : options_(options), context_(CreateSpeedupContext(nullptr)) {
   if (!context_) throw std::bad_alloc();
   dico_.reset(new TQMDICO(context_->pool, context_->stuff));
 }
+
+int Inside::loadDictionary() {
+  const std::string& file = options_.keywordFile;
+  if (file.empty()) return kExitOk;
+  if (!dico_->loadKeywordsFromFile(file.c_str())) {
+    PrintError(file, "cannot load the dictionary");
+    return kExitConfig;
+  }
+  dico_->precompileRegexesIntoPool();
+  dico_->prepareRules();
+  blacklist_.reset(new UrlBlacklist(dico_.get()));
+  return kExitOk;
+}
+
+std::unique_ptr<TQMMSG> Inside::load(const Mail& mail) const {
+  UrlBlacklist* blacklist = blacklist_ ? blacklist_.get() : context_->blacklist;
+  std::unique_ptr<TQMMSG> message(
+      new TQMMSG(context_->pool, dico_->stuff, blacklist, 0, 0));
+  message->fixedTime = options_.now;
+  const TBLOCK text(mail.text.data(), static_cast<uint32_t>(mail.text.size()));
+  if (!message->loadFromBlock(text, nullptr, 0)) throw std::bad_alloc();
+  return message;
+}
+
+InsideRun::InsideRun(const InsideOptions& options)
+    : inside_(options), firstError_(kExitOk) {}
 
 void InsideRun::visitError(int code, const std::string& name,
                            const std::string& what) {
@@ -29,19 +53,8 @@ void InsideRun::visitError(int code, const std::string& name,
   if (firstError_ == kExitOk) firstError_ = code;
 }
 
-int InsideRun::loadDictionary() {
-  const std::string& file = options_.keywordFile;
-  if (file.empty() || dico_->loadKeywordsFromFile(file.c_str())) return kExitOk;
-  PrintError(file, "cannot load the dictionary");
-  return kExitConfig;
-}
-
 std::unique_ptr<TQMMSG> InsideRun::parse(const Mail& mail) const {
-  std::unique_ptr<TQMMSG> message(
-      new TQMMSG(context_->pool, dico_->stuff, context_->blacklist, 0, 0));
-  message->fixedTime = options_.now;
-  const TBLOCK text(mail.text.data(), static_cast<uint32_t>(mail.text.size()));
-  if (!message->loadFromBlock(text, nullptr, 0)) throw std::bad_alloc();
+  std::unique_ptr<TQMMSG> message = inside_.load(mail);
   message->parse(0);
   message->parseWords();
   return message;

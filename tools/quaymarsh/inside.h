@@ -1,6 +1,5 @@
 // What the subcommands share that look inside a message: the options
-// --keywords and --now, and messages parsed with the code of a scan, but
-// without a check or a verdict.
+// --keywords and --now, and messages parsed with the code of a scan.
 
 #ifndef QUAYMARSH_TOOLS_INSIDE_H_
 #define QUAYMARSH_TOOLS_INSIDE_H_
@@ -13,6 +12,7 @@
 #include "api/speedup_context.h"
 #include "mail_source.h"
 #include "rules/qm_dico.h"
+#include "rules/url_blacklist.h"
 #include "scan/tqmmsg.h"
 
 namespace CLI {
@@ -26,6 +26,25 @@ struct InsideOptions {
 
 void AddInsideOptions(CLI::App* command, InsideOptions* options);
 
+// The dictionary of a run, with all that the scans of its messages share. Any
+// number of threads may load messages once the dictionary is there.
+class Inside {
+ public:
+  explicit Inside(const InsideOptions& options);
+
+  // The exit code: of a dictionary that cannot be loaded it is told.
+  int loadDictionary();
+  TQMDICO& dico() const { return *dico_; }
+  // The message with nothing of it parsed yet.
+  std::unique_ptr<TQMMSG> load(const Mail& mail) const;
+
+ private:
+  const InsideOptions& options_;
+  const std::unique_ptr<SPEEDUPCONTEXT> context_;
+  std::unique_ptr<TQMDICO> dico_;  // whose indexes all messages share
+  std::unique_ptr<UrlBlacklist> blacklist_;
+};
+
 // Parses messages and keeps the first error.
 class InsideRun : public MailVisitor {
  public:
@@ -35,16 +54,13 @@ class InsideRun : public MailVisitor {
                   const std::string& what) override;
 
  protected:
-  // The exit code: of a dictionary that cannot be loaded it is told.
-  int loadDictionary();
   std::unique_ptr<TQMMSG> parse(const Mail& mail) const;
-  TQMDICO& dico() const { return *dico_; }
+  int loadDictionary() { return inside_.loadDictionary(); }
+  TQMDICO& dico() const { return inside_.dico(); }
   int firstError() const { return firstError_; }
 
  private:
-  const InsideOptions& options_;
-  const std::unique_ptr<SPEEDUPCONTEXT> context_;
-  std::unique_ptr<TQMDICO> dico_;  // whose indexes all messages share
+  Inside inside_;
   int firstError_;
 };
 

@@ -50,6 +50,13 @@ std::string Unshield(const std::string& value) {
   return !value.empty() && value[0] == kShield ? value.substr(1) : value;
 }
 
+void UnshieldOptions(CLI::App* command) {
+  for (CLI::Option* option : command->get_options())
+    option->transform(Unshield);
+  for (CLI::App* inner : command->get_subcommands(nullptr))
+    UnshieldOptions(inner);
+}
+
 // The arguments in the order that the parser wants: the last one first. Those
 // behind a "--", which stays out, are no options.
 std::vector<std::string> ShieldedArguments(int argc, char** argv) {
@@ -82,6 +89,7 @@ int Run(int argc, char** argv) {
   AddDecodeCommand(app, &exitCode);
   AddRegexCommand(app, &exitCode);
   AddDictCommand(app, &exitCode);
+  AddCorpusCommand(app, &exitCode);
   if (argc < 2) {
     fputs(app.help().c_str(), stderr);
     return kExitUsage;
@@ -89,9 +97,7 @@ int Run(int argc, char** argv) {
   bool known = argv[1][0] == '-';
   for (CLI::App* command : app.get_subcommands(nullptr)) {
     if (command->check_name(argv[1])) known = true;
-    for (CLI::Option* option : command->get_options()) {
-      option->transform(Unshield);
-    }
+    UnshieldOptions(command);
   }
   if (!known) {
     PrintError(argv[1], "unknown subcommand");

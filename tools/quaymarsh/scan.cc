@@ -3,7 +3,6 @@
 // tests/tools/cli_test.sh.
 
 #include <sys/stat.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -20,6 +19,7 @@
 #include "commands.h"
 #include "mail_source.h"
 #include "printable.h"
+#include "progress.h"
 #include "quaymarsh.h"
 #include "scanner.h"
 
@@ -60,41 +60,6 @@ struct ScanOptions {
   bool passThrough = false;
   bool verbose = false;
   bool exitState = false;
-};
-
-// Shows on a terminal how far a long run has come. Silent when the results,
-// which go to `report`, come to a terminal, too: they show it already.
-class Progress {
- public:
-  explicit Progress(FILE* report)
-      : active_(isatty(STDERR_FILENO) && !isatty(fileno(report))) {}
-  ~Progress() { clear(); }
-
-  void step() {
-    ++count_;
-    if (!active_) return;
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    if (now.tv_sec == shownAt_) return;
-    // Nothing for a run that ends within the first second.
-    if (shownAt_ != 0) {
-      fprintf(stderr, "\r%lu messages", count_);
-      shown_ = true;
-    }
-    shownAt_ = now.tv_sec;
-  }
-
-  // Makes room for an error message.
-  void clear() {
-    if (shown_) fputs("\r\033[K", stderr);
-    shown_ = false;
-  }
-
- private:
-  const bool active_;
-  bool shown_ = false;
-  unsigned long count_ = 0;
-  time_t shownAt_ = 0;
 };
 
 class ScanRun : public MailVisitor {

@@ -1,0 +1,112 @@
+#!/bin/sh
+# quaymarsh corpus and corpus diff on a few messages under a dictionary of the
+# test: who is counted where, what decides, sums, threads, exit codes. Needs
+# QM_CLI and QM_KWC, or the programs as arguments.
+set -u
+LC_ALL=C
+export LC_ALL
+
+cli=${QM_CLI:-$1}
+kwc=${QM_KWC:-$2}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit 1
+failures=0
+
+fail() {
+  echo "FAILED: $*"
+  failures=$((failures + 1))
+}
+
+# expect WHAT CODE ARGUMENT...: compares the exit code, and stdout with stderr
+# behind it with stdin.
+expect() {
+  what=$1 wanted=$2
+  shift 2
+  cat >want
+  "$cli" corpus "$@" >out 2>err
+  code=$?
+  [ "$code" -eq "$wanted" ] || fail "$what: exit code $code, not $wanted"
+  cat out err | diff -a want - || fail "$what: output differs"
+}
+
+# mail FILE SUBJECT
+mail() {
+  mkdir -p "${1%/*}"
+  printf '%s\n' 'Received: from a.example.net by b.example.org; Thu, 10 Jan 2008 21:00:00 +0000' \
+    'Date: Thu, 10 Jan 2008 21:00:00 +0000' 'From: "Jo" <jo@a.example.net>' \
+    'To: al@b.example.org' "Subject: $2" 'Message-ID: <x@a.example.net>' '' \
+    'Some words about nothing in particular, and a few more.' >"$1"
+}
+
+dictionary() {
+  printf '%s\n' '[#param]' 'version=09.000.01' '[^=SpamRegex]' "$@" >d.kws
+  "$kwc" -o d.kwo d.kws || fail "the dictionary does not compile"
+}
+
+run="--now 1200000000 --keywords d.kwo --json"
+mail spam/1 'alpha beta'
+mail spam/2 'alpha'
+mail ham/1 'gamma'
+mail ham/2 'beta gamma'
+cat ham/1 >>spam/3 && mail more/ham 'nothing'
+{ echo "From a Thu Jan 10 21:00:00 2008"; cat more/ham; } >more/mbox
+{ echo; echo "From b Thu Jan 10 21:00:00 2008"; cat spam/1; } >>more/mbox
+
+dictionary '<60>Rule-1:(Subject=alpha)' '<50>Rule-2:(Subject=beta)' \
+  '<-20>Rule-3:(Subject=gamma)' '<40>Rule-4:(Subject=beta)'
+expect "table" 0 --now 1200000000 --keywords d.kwo --spam spam --ham ham \
+  --ham more/mbox -j 3 <<'X'
+spam spam: 3 messages, 33.33 % spam (clean 2, spam 1)
+ham ham: 2 messages, 0.00 % spam (clean 2)
+ham more/mbox: 2 messages, 50.00 % spam (clean 1, spam 1)
+all spam: 3 messages, 33.33 % spam (clean 2, spam 1)
+all ham: 4 messages, 25.00 % spam (clean 3, spam 1)
+
+   spam     ham   spam %    ham %   S/O  decides: spam   ham        points  cause
+      2       1    66.67    25.00 0.727              1     1            60  ^Rule-1
+      1       2    33.33    50.00 0.400              0     0            50  ^Rule-2
+      1       2    33.33    50.00 0.400              0     0           -20  ^Rule-3
+      1       2    33.33    50.00 0.400              0     0            40  ^Rule-4
+X
+
+# ---- Two runs
+
+# shellcheck disable=SC2086
+"$cli" corpus $run --spam spam --ham ham >a.json || fail "run a"
+dictionary '<110>Rule-1:(Subject=alpha)' '<50>Rule-2:(Subject=beta)' \
+  '<-20>Rule-3:(Subject=gamma)' '<70>Rule-4:(Subject=beta)'
+rm spam/3 && mail spam/4 nothing
+# shellcheck disable=SC2086
+"$cli" corpus $run --spam spam --ham ham -j 2 >b.json || fail "run b"
+expect "diff" 0 diff a.json b.json <<'X'
+ham ham/2: clean 70 -> spam 100
+spam spam/2: clean 60 -> spam 110
+spam 1 -> 0, ham 2 -> 2: ^Rule-3
+2 of 4 messages are judged in another way, 1 causes hit other numbers; 1 messages are gone, 1 are new
+X
+
+# ---- What goes wrong
+
+expect "no input" 64 <<'X'
+quaymarsh: corpus: no input: --spam, --ham or both
+Run 'quaymarsh --help' or 'quaymarsh SUBCOMMAND --help'.
+X
+expect "no dictionary" 78 --spam spam --keywords d.kws <<'X'
+quaymarsh: d.kws: cannot load the dictionary
+X
+expect "no run" 65 diff a.json d.kws <<'X'
+quaymarsh: d.kws: not written by 'quaymarsh corpus --json'
+X
+# A label that ends like an entry cannot be told from two.
+dictionary 'alpha:(Subject=alpha)' '[#LinkText]' '<60>*a (7)\;b*'
+mkdir odd
+printf '%s\n' 'From: jo@example.net' 'Content-Type: text/html' '' \
+  '<html><body>x <a href="http://example.net/">a (7);b</a></body>' >odd/1
+"$cli" corpus --keywords d.kwo --spam odd >out 2>err
+[ $? -eq 65 ] || fail "causes that don't add up: exit code"
+grep -q "odd/1: the causes don't add up to the score" err ||
+  fail "causes that don't add up: not told"
+
+[ $failures -eq 0 ] && echo "all passed"
+[ $failures -eq 0 ]

@@ -1,0 +1,32 @@
+// How far a long run has come, on a terminal.
+#ifndef QUAYMARSH_TOOLS_PROGRESS_H_
+#define QUAYMARSH_TOOLS_PROGRESS_H_
+
+#include <time.h>
+
+#include <cstdio>
+
+class Progress {
+ public:
+  // Silent when the results, which go to `report`, come to a terminal, too:
+  // they show it already. With a total there is a bar, else a count.
+  explicit Progress(FILE* report, size_t total = 0);
+  ~Progress() { clear(); }
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void step();
+  // Makes room for an error message.
+  void clear();
+
+ private:
+  void show();
+
+  const bool active_;
+  const size_t total_;
+  bool shown_ = false;
+  size_t count_ = 0;
+  time_t shownAt_ = 0;
+};
+
+#endif  // QUAYMARSH_TOOLS_PROGRESS_H_

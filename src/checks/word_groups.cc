@@ -34,7 +34,7 @@ const int32_t kMaxGroupDepth = 16;
 // grow with each level.
 const int64_t kMinGroupLines = 1000;
 const int64_t kVisitsOfLine = 4;
-// What a group costs besides its lines, and a list of sections to be searched.
+// What a group costs besides its lines, and what a list of sections to search.
 const uint32_t kLinesOfGroup = 8;
 const uint32_t kLinesOfList = 200;
 
@@ -82,10 +82,7 @@ struct TQMMSG::TGROUPWALK {
     if (!section.join(parts, 3)) return nullptr;
     const TQKSECTION* found = dico.findSection(section.c_str());
     if (!found) return nullptr;
-    const bool lists = found->type == stSectionList;
-    return pay(dico.image().lineCountOf(found) + (lists ? kLinesOfList : 0))
-               ? found
-               : nullptr;
+    return pay(dico.image().lineCountOf(found)) ? found : nullptr;
   }
 
   bool pay(uint32_t lines) {
@@ -101,7 +98,8 @@ struct TQMMSG::TGROUPWALK {
 int64_t TQMMSG::groupWords(TGROUPWALK& walk, const char* group,
                            const char* suffix, const TBLOCKVECT& words,
                            int limit, bool& found) {
-  found = walk.visit("", group, suffix) != nullptr;
+  const TQKSECTION* there = walk.visit("", group, suffix);
+  found = there && (there->type != stSectionList || walk.pay(kLinesOfList));
   const char* section = walk.section.c_str();
   if (!found || findKeywords(section, words, limit, 0) <= 0) return 0;
   return dico.getSectionScore(section, kDisguiseFactor);

@@ -206,6 +206,7 @@ static void AddCause(Text* out, const char* cause, size_t n) {
   size_t i, start = 0;
   for (i = 0; i <= n; i++) {
     if (i < n && cause[i] != ';') continue;
+    if (cause[start] == ' ') start++;
     AddWord(out, "  ");
     AddEscaped(out, cause + start, i - start);
     AddWord(out, "\n");

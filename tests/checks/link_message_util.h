@@ -7,38 +7,26 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "base/heap_text.h"
 #include "rules/source_util.h"
 #include "scan/tqmmsg.h"
 
-class LinkMessage {
- public:
-  explicit LinkMessage(const std::string& sections = "")
-      : m(std::make_unique<TQMMSG>(nullptr, nullptr, nullptr, 0, 0)) {
-    EXPECT_TRUE(LoadSource(m->dico, sections));
-    m->links = &links_;
-  }
-  // Views of copies that live as long as this.
-  TBLOCK Keep(const std::string& text) {
-    texts_.push_back(std::make_unique<HeapText>(text));
-    return texts_.back()->view();
-  }
-  // URLs are divided by "|". REQUIRES: all links before texts of them.
-  void AddLinks(const std::string& urls) {
-    const TBLOCK kept = Keep(urls);
-    for (TBLOCK rest = kept; !rest.empty();)
-      links_.add(TBLOCK::BlockBeforeChar(rest, '|', 0, 0), TBLOCK());
-    m->linkCount = links_.getUrlCountByProto(upNone | upHttp | upHttps);
-  }
-  std::string Cause() const { return Str(m->ledger.cause.view()); }
+struct LinkMessage {
+  const HeapText text;
+  TLINKVECT links;
+  TQMMSG m;
 
-  const std::unique_ptr<TQMMSG> m;
-
- private:
-  TLINKVECT links_;
-  std::vector<std::unique_ptr<HeapText>> texts_;
+  // The URLs are divided by "|".
+  explicit LinkMessage(const std::string& urls, const char* sections = "")
+      : text(urls), m(nullptr, nullptr, nullptr, 0, 0) {
+    EXPECT_TRUE(LoadSource(m.dico, sections));
+    for (TBLOCK rest = text.view(); !rest.empty();)
+      links.add(TBLOCK::BlockBeforeChar(rest, '|', 0, 0), TBLOCK());
+    m.links = &links;
+    m.linkCount = links.getUrlCountByProto(upNone | upHttp | upHttps);
+  }
+  std::string Cause() const { return Str(m.ledger.cause.view()); }
 };
 
 #endif  // TESTS_CHECKS_LINK_MESSAGE_UTIL_H_

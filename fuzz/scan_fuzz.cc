@@ -357,6 +357,7 @@ struct SCAN {
  private:
   void call(void* context);
   void check() const;
+  void checkCause() const;
   void checkHeader() const;
 };
 
@@ -455,9 +456,19 @@ void SCAN::check() const {
   Check(info.score <= kMaxScore && info.score >= -kMaxScore);
   Check(info.headerLength >= 0 &&
         static_cast<size_t>(info.headerLength) <= c.message.size());
-  Check(wants(QM_WANT_CAUSE) && buffers && cause.size ? cause.holdsText()
-                                                      : cause.isUntouched());
+  checkCause();
   checkHeader();
+}
+
+// In plain text, which only a virus has, bytes of the message may stand that
+// end it early.
+void SCAN::checkCause() const {
+  if (!wants(QM_WANT_CAUSE) || c.isNull(nuBuffers) || !cause.size)
+    Check(cause.isUntouched());
+  else if (result == QM_STATE_VIRUS)
+    Check(cause.get()[cause.size - 1] == 0);
+  else
+    Check(cause.holdsText());
 }
 
 void SCAN::checkHeader() const {

@@ -11,7 +11,7 @@
 
 namespace {
 
-const int32_t kWebProtos = upHttp | upHttps;
+const int32_t kHttpProtos = upHttp | upHttps;
 // With more links random hosts are those of advertisers.
 const int32_t kMaxRandomLinks = 5;
 // What a sign of markup next to a dot counts.
@@ -45,8 +45,8 @@ bool HasOddSign(TBLOCK url) {
 
 // Mail addresses always have a user, and scripts no host: they don't count.
 void CountShape(const TBLOCKURL& url, bool fewLinks, LINKSHAPES& shapes) {
-  if (url.proto & (kWebProtos | upNone)) shapes.noHostUrls += url.host.empty();
-  if (!(url.proto & kWebProtos)) return;
+  if (url.proto & (kHttpProtos | upNone)) shapes.noHostUrls += url.host.empty();
+  if (!(url.proto & kHttpProtos)) return;
   shapes.randomUrls += fewLinks && CheckRandomUrl(url);
   if (HasOddSign(url.url)) shapes.suspiciousScore += kOddSign;
   shapes.userInLink += !url.user.empty();
@@ -101,7 +101,7 @@ void TQMMSG::checkBlackLinks() {
   for (int32_t i = links->count(); i-- > 0;) {
     const TBLOCKURL& url = links->get(i)->url;
     CountShape(url, linkCount <= kMaxRandomLinks, found);
-    if (url.proto & kWebProtos) BlockToWords(url.url, words, 0);
+    if (url.proto & kHttpProtos) BlockToWords(url.url, words, 0);
   }
   const int32_t apart = found.ipUrls - found.suspiciousScore;
   const bool odd = found.ipUrls < kMinIpUrls || apart > 1 || apart < -1;

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "base/block.h"
+#include "base/byte_order.h"
 
 namespace {
 
@@ -22,12 +23,6 @@ const uint32_t kLastOfNode = 0x800000;
 const uint32_t kLetterShift = 24;
 // Edges of a node that are looked at. One more would repeat a letter.
 const uint32_t kMaxNodeEdges = 256;
-
-uint32_t WordAt(const unsigned char* p) {
-  const uint32_t low = p[0] | static_cast<uint32_t>(p[1]) << 8;
-  return low | static_cast<uint32_t>(p[2]) << 16 |
-         static_cast<uint32_t>(p[3]) << 24;
-}
 
 }  // namespace
 
@@ -73,7 +68,7 @@ int BLOCKDAWG::useBlock(TBLOCK image) {
     return 0;
   uint32_t words[4];
   for (uint32_t i = 0; i < 4; i++)
-    words[i] = WordAt(image.pointer + kRootAt + 4 * i);
+    words[i] = Little32(image.pointer + kRootAt + 4 * i);
   if (words[1] > (image.length - kHeaderBytes) / kEdgeBytes) return 0;
   if (words[1] == 0) return 1;
   if (words[0] >= words[1]) return 0;
@@ -94,7 +89,7 @@ uint32_t BLOCKDAWG::_seek_edgeptr(TBLOCK word, uint32_t edge) const {
     if (at == 0) return 0;
     for (uint32_t seen = 0;; at++, seen++) {
       if (at >= edgeCount || seen == kMaxNodeEdges) return 0;
-      edge = WordAt(edges + at * kEdgeBytes);
+      edge = Little32(edges + at * kEdgeBytes);
       if (TBLOCK::UpperToLower[edge >> kLetterShift] == wanted) break;
       if (edge & kLastOfNode) return 0;
     }
@@ -104,6 +99,6 @@ uint32_t BLOCKDAWG::_seek_edgeptr(TBLOCK word, uint32_t edge) const {
 
 int BLOCKDAWG::find(TBLOCK word) const {
   if (word.empty() || !edges) return 0;
-  const uint32_t root = WordAt(edges + rootEdge * kEdgeBytes);
+  const uint32_t root = Little32(edges + rootEdge * kEdgeBytes);
   return (_seek_edgeptr(word, root) & kEndOfWord) != 0;
 }

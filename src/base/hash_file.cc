@@ -9,6 +9,8 @@
 
 #include <new>
 
+#include "base/byte_order.h"
+
 namespace {
 
 // The words of the header. Sizes and offsets are in bytes; offsets and the
@@ -35,15 +37,14 @@ const uint32_t kHeaderBytes = 4 * kWords;
 const uint32_t kStoreStep = 4096;
 
 uint32_t WordAt(const unsigned char* p, bool swapped) {
-  const uint32_t low = p[0] | p[1] << 8;
-  const uint32_t high = p[2] | p[3] << 8;
-  if (!swapped) return low | high << 16;
-  return static_cast<uint32_t>(p[0]) << 24 | p[1] << 16 | p[2] << 8 | p[3];
+  return swapped ? Big32(p) : Little32(p);
 }
 
 void PutWord(unsigned char* p, uint32_t word, bool swapped) {
-  for (int i = 0; i < 4; i++)
-    p[i] = static_cast<unsigned char>(word >> 8 * (swapped ? 3 - i : i));
+  if (swapped)
+    PutBig32(p, word);
+  else
+    PutLittle32(p, word);
 }
 
 // An image that has passed the checks of its header.

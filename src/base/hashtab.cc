@@ -14,6 +14,8 @@
 
 #include <new>
 
+#include "base/byte_order.h"
+
 static_assert(FLT_EVAL_METHOD == 0,
               "doubles are computed wider than they are: -mfpmath=sse");
 
@@ -187,14 +189,8 @@ void HASHTAB::clearKey(HASHKEY* entry) {
 }
 
 void HASHTAB::dataConvert(unsigned char* records, int32_t bytes, int32_t) {
-  for (int32_t i = 0; i + 4 <= bytes; i += 4) {
-    unsigned char* const word = records + i;
-    const unsigned char first = word[0], second = word[1];
-    word[0] = word[3];
-    word[1] = word[2];
-    word[2] = second;
-    word[3] = first;
-  }
+  for (int32_t i = 0; i + 4 <= bytes; i += 4)
+    PutLittle32(records + i, Big32(records + i));
 }
 
 // ---- Search

@@ -6,6 +6,7 @@
 //
 // Entries: Base64JpegSize, Base64PngSize. Tested by image_size_test.cc.
 
+#include "base/byte_order.h"
 #include "base/tblock.h"
 
 namespace {
@@ -28,10 +29,6 @@ const JpegMarker kJpegMarkers[] = {
     {"AABEI", 5, 0},  {"AAAsI", 5, 0},  {"CABEI", 5, 0},  {"CAAsI", 5, 0},
     {"wAARCA", 4, 1}, {"wgARCA", 4, 1}, {"wAALCA", 4, 1}, {"wgALCA", 4, 1},
 };
-
-uint32_t BigEndian16(const unsigned char* bytes) {
-  return static_cast<uint32_t>(bytes[0] << 8 | bytes[1]);
-}
 
 bool IsLineEnd(unsigned char c) {
   return c == '\r' || c == '\n';
@@ -65,8 +62,8 @@ bool ReadJpegSize(TBLOCK text, const JpegMarker& marker, uint32_t& width,
   if (!TBLOCK::BlockUnbase64Bytes(text, bytes,
                                   static_cast<int>(marker.before + 4)))
     return false;
-  height = BigEndian16(bytes + marker.before);
-  width = BigEndian16(bytes + marker.before + 2);
+  height = Big16(bytes + marker.before);
+  width = Big16(bytes + marker.before + 2);
   return true;
 }
 
@@ -93,7 +90,7 @@ int TBLOCK::Base64PngSize(TBLOCK text, uint32_t& width, uint32_t& height) {
   if (text.empty() || text.length <= 31 ||
       !BlockUnbase64Bytes(text.from(20), bytes, sizeof bytes))
     return 0;
-  width = BigEndian16(bytes + 3);
-  height = BigEndian16(bytes + 7);
+  width = Big16(bytes + 3);
+  height = Big16(bytes + 7);
   return 1;
 }

@@ -6,6 +6,8 @@
 
 #include <string.h>
 
+#include "base/byte_order.h"
+
 namespace {
 
 // The integer part of 2^32 * |sin(i)| for i from 1 to 64.
@@ -49,16 +51,6 @@ void Step(uint32_t& a, uint32_t b, uint32_t sum, uint32_t shift) {
   a = b + Rotated(a + sum, shift);
 }
 
-uint32_t WordAt(const unsigned char* p) {
-  const uint32_t low = p[0] | static_cast<uint32_t>(p[1]) << 8;
-  return low | static_cast<uint32_t>(p[2]) << 16 |
-         static_cast<uint32_t>(p[3]) << 24;
-}
-
-void PutWord(unsigned char* p, uint32_t word) {
-  for (int i = 0; i < 4; i++) p[i] = static_cast<unsigned char>(word >> 8 * i);
-}
-
 }  // namespace
 
 const uint32_t MD5::kDigestBytes;
@@ -73,7 +65,7 @@ MD5::MD5()
 
 void MD5::transform(const unsigned char* block) {
   uint32_t words[16];
-  for (int i = 0; i < 16; i++) words[i] = WordAt(block + 4 * i);
+  for (int i = 0; i < 16; i++) words[i] = Little32(block + 4 * i);
   uint32_t a = state[0], b = state[1], c = state[2], d = state[3];
   for (uint32_t i = 0; i < 16; i += 4) {
     const uint32_t* const sine = kSines + i;
@@ -137,10 +129,10 @@ void MD5::finalize() {
     used = 0;
   }
   memset(buffer + used, 0, kBlockBytes - kLengthBytes - used);
-  PutWord(buffer + 56, static_cast<uint32_t>(bits));
-  PutWord(buffer + 60, static_cast<uint32_t>(bits >> 32));
+  PutLittle32(buffer + 56, static_cast<uint32_t>(bits));
+  PutLittle32(buffer + 60, static_cast<uint32_t>(bits >> 32));
   transform(buffer);
-  for (int i = 0; i < 4; i++) PutWord(digest + 4 * i, state[i]);
+  for (int i = 0; i < 4; i++) PutLittle32(digest + 4 * i, state[i]);
   finalized = 1;
 }
 

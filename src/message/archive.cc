@@ -7,6 +7,7 @@
 // Entry: BLOCKPART::parseZipPart, which tries RAR first. Tested by
 // archive_test.cc.
 
+#include "base/byte_order.h"
 #include "message/block_part.h"
 
 namespace {
@@ -29,17 +30,9 @@ const unsigned char kRarFile = 't';
 const unsigned char kRarHasExtra = 0x80;  // in the high byte of the flags
 const uint32_t kMaxRarName = 255;
 
-uint32_t Read16(const unsigned char* bytes) {
-  return static_cast<uint32_t>(bytes[0] | bytes[1] << 8);
-}
-
-uint32_t Read32(const unsigned char* bytes) {
-  return Read16(bytes) | Read16(bytes + 2) << 16;
-}
-
 // Length of the name in a RAR file header.
 uint32_t _Get_FileNameLength(const unsigned char* block) {
-  return Read16(block + 0x1A);
+  return Little16(block + 0x1A);
 }
 
 // Appends the text with `from` changed to "_". A NUL ends it: so do programs
@@ -81,11 +74,11 @@ TBLOCK RarName(TBLOCK block, uint32_t headSize) {
 // Lists the files of a RAR, whose text begins behind the signature.
 void ListRar(TBLOCK rest, STR& list) {
   while (rest.length >= 8 && rest[2] >= 'r' && rest[2] <= 'y') {
-    const uint32_t headSize = Read16(rest.pointer + 5);
+    const uint32_t headSize = Little16(rest.pointer + 5);
     uint64_t size = headSize;
     if (rest[4] & kRarHasExtra) {
       if (rest.length < kRarBlockHead + 4) return;
-      size += Read32(rest.pointer + kRarBlockHead);
+      size += Little32(rest.pointer + kRarBlockHead);
     }
     // The last file of an archive that was cut is listed as well.
     if (rest[2] == kRarFile) {
@@ -101,14 +94,14 @@ void ListRar(TBLOCK rest, STR& list) {
 // false when that is not there, or when there is no file to list.
 bool ListZipFile(TBLOCK& rest, STR& list, int32_t& entries) {
   const unsigned char* head = rest.pointer;
-  const uint32_t nameLength = Read16(head + 26);
+  const uint32_t nameLength = Little16(head + 26);
   if (kZipFileHead + nameLength > rest.length || (head[6] & kZipPatched))
     return false;
   AddEntry(head[8] || head[9] ? '1' : '0',
            TBLOCK(head + kZipFileHead, nameLength), list);
   entries++;
   const uint64_t size = uint64_t{kZipFileHead} + nameLength +
-                        Read16(head + 28) + Read32(head + 18);
+                        Little16(head + 28) + Little32(head + 18);
   if (size > rest.length) return false;
   rest.skip(static_cast<uint32_t>(size));
   return true;
@@ -117,7 +110,7 @@ bool ListZipFile(TBLOCK& rest, STR& list, int32_t& entries) {
 void ListZip(TBLOCK rest, STR& list) {
   int32_t entries = 0;
   while (rest.length > kZipFileHead && entries < kMaxZipEntries) {
-    switch (Read32(rest.pointer)) {
+    switch (Little32(rest.pointer)) {
       case kZipSpanned:
         rest.skip(4);
         break;

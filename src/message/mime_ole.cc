@@ -6,6 +6,7 @@
 #include "message/mime_ole.h"
 
 #include "base/block.h"
+#include "base/byte_order.h"
 #include "regex/regex.h"
 #include "regex/regex_pool.h"
 
@@ -200,12 +201,8 @@ void TTHREADINDEX::parse(TBLOCK index, const BLOCKDATE& date, int64_t now) {
   if (bytes.length < kThreadHead ||
       (bytes.length - kThreadHead) % kThreadStep != 0)
     return;
-  const auto word = [&bytes](uint32_t at) {
-    return uint32_t{bytes[at]} << 24 | uint32_t{bytes[at + 1]} << 16 |
-           uint32_t{bytes[at + 2]} << 8 | bytes[at + 3];
-  };
-  fileTimeHigh = word(0);
-  fileTimeLow = word(4);
+  fileTimeHigh = Big32(bytes.pointer);
+  fileTimeLow = Big32(bytes.pointer + 4);
   const FILETIME clock = fileTime();
   time = win2posix_time(&clock);
   const bool late = date.error ? time > now + kHour

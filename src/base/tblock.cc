@@ -1,7 +1,10 @@
-// Views: comparing and searching. The tables are in data/char_tables.cc, the
-// text operations in block_*.cc. Tested by tblock_test.cc.
+// Views: comparing and searching, which is linear whatever the texts. The
+// tables are in data/char_tables.cc, the text operations in block_*.cc. Tested
+// by tblock_test.cc.
 
 #include "base/tblock.h"
+
+#include <new>
 
 namespace {
 
@@ -11,6 +14,60 @@ bool SameBytes(const unsigned char* a, const unsigned char* b, uint32_t n,
   if (table == TBLOCK::NoConvTable) return memcmp(a, b, n) == 0;
   for (uint32_t i = 0; i < n; i++)
     if (table[a[i]] != table[b[i]]) return false;
+  return true;
+}
+
+// Bytes that a search may compare for each byte of the text before it is taken
+// for one that somebody has made slow.
+const uint32_t kMaxCompared = 16;
+
+// The first byte from p to last, both included, that the table maps to `byte`.
+const unsigned char* FindFirst(const unsigned char* p,
+                               const unsigned char* last, unsigned char byte,
+                               const unsigned char* table) {
+  if (p > last) return nullptr;
+  if (table == TBLOCK::NoConvTable)
+    return static_cast<const unsigned char*>(
+        memchr(p, byte, static_cast<size_t>(last - p) + 1));
+  while (p <= last && table[*p] != byte) p++;
+  return p <= last ? p : nullptr;
+}
+
+// How many bytes agree at the start, at most n.
+uint32_t SameBytesAtStart(const unsigned char* a, const unsigned char* b,
+                          uint32_t n, const unsigned char* table) {
+  uint32_t i = 0;
+  while (i < n && table[a[i]] == table[b[i]]) i++;
+  return i;
+}
+
+// The search for patterns that nearly match in many places: no byte of the
+// text is looked at again. A border of a text is both its start and its end;
+// behind a mismatch the longest border of what has matched still matches.
+// False, with nothing found out, when memory is short.
+bool FindWithBorders(TBLOCK text, uint32_t start, TBLOCK pattern,
+                     const unsigned char* table, int32_t& found) {
+  // Of the first i + 1 bytes of the pattern, less than all of them.
+  uint32_t* const borders = new (std::nothrow) uint32_t[pattern.length];
+  if (!borders) return false;
+  borders[0] = 0;
+  uint32_t matched = 0;
+  for (uint32_t i = 1; i < pattern.length; i++) {
+    while (matched > 0 && table[pattern[i]] != table[pattern[matched]])
+      matched = borders[matched - 1];
+    matched += table[pattern[i]] == table[pattern[matched]];
+    borders[i] = matched;
+  }
+  found = -1;
+  matched = 0;
+  for (uint32_t i = start; i < text.length && found < 0; i++) {
+    while (matched > 0 && table[text[i]] != table[pattern[matched]])
+      matched = borders[matched - 1];
+    matched += table[text[i]] == table[pattern[matched]];
+    if (matched == pattern.length)
+      found = static_cast<int32_t>(i + 1 - pattern.length);
+  }
+  delete[] borders;
   return true;
 }
 
@@ -36,16 +93,17 @@ int32_t TBLOCK::find(TBLOCK text, uint32_t start,
   if (text.length > size - start) return -1;
   const unsigned char first = table[text[0]];
   const unsigned char* const last = pointer + size - text.length;
-  for (const unsigned char* p = pointer + start; p <= last; p++) {
-    if (table == NoConvTable) {
-      p = static_cast<const unsigned char*>(
-          memchr(p, first, static_cast<size_t>(last - p) + 1));
-      if (!p) return -1;
-    } else if (table[*p] != first) {
-      continue;
-    }
-    if (SameBytes(p + 1, text.pointer + 1, text.length - 1, table))
-      return static_cast<int32_t>(p - pointer);
+  uint64_t compared = 0;
+  const unsigned char* p = pointer + start;
+  for (; (p = FindFirst(p, last, first, table)) != nullptr; p++) {
+    const uint32_t at = static_cast<uint32_t>(p - pointer);
+    const uint32_t same = SameBytesAtStart(p, text.pointer, text.length, table);
+    if (same == text.length) return static_cast<int32_t>(at);
+    compared += same;
+    int32_t found;
+    if (compared > kMaxCompared * uint64_t{size} &&
+        FindWithBorders(*this, at + 1, text, table, found))
+      return found;
   }
   return -1;
 }

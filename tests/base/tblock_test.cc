@@ -42,6 +42,26 @@ TEST(TblockTest, ComparisonsAgreeWithFoldedStrings) {
     }
 }
 
+// Patterns that nearly match everywhere, so that the search changes its way.
+TEST(TblockTest, SearchOfWhatNearlyMatches) {
+  const char* const units[] = {"a", "aB", "aab", "Abaab"};
+  for (const char* unit : units)
+    for (size_t size = 200; size < 220; size++) {
+      std::string text, part;
+      while (text.size() < 1500) text += unit;
+      part = text.substr(0, size) + "bb" + unit;
+      text += "bb" + text;
+      const std::string folded = Folded(text, TBLOCK::LowerConvTable);
+      const HeapText t(text), p(part), absent(part + "?");
+      EXPECT_EQ(static_cast<int32_t>(text.find(part)),
+                t.view().find(p.view(), 0, TBLOCK::NoConvTable));
+      EXPECT_EQ(static_cast<int32_t>(
+                    folded.find(Folded(part, TBLOCK::LowerConvTable))),
+                t.view().find(p.view()));
+      EXPECT_EQ(-1, t.view().find(absent.view()));
+    }
+}
+
 TEST(TblockTest, NullViewIsNothingWhateverItsLength) {
   TBLOCK null(nullptr, 7);
   EXPECT_TRUE(null.equals(TBLOCK("")));

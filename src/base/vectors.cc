@@ -164,7 +164,7 @@ int TBLOCKVECT::del(int32_t i) {
 
 void TBLOCKVECT::setMaxCount(int32_t n) {
   maxCount = n;
-  if (n <= 0 || count() <= n) return;
+  if (n < 0 || count() <= n) return;
   dropHash();
   length = static_cast<uint32_t>(n) * sizeof(TBLOCK);
 }

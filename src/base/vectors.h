@@ -69,7 +69,8 @@ class TBLOCKVECT : public BLOCK {
   // stay as it is.
   int addUnique(TBLOCK value, int allowEmpty, int trim);
   int del(int32_t i);
-  // Sets the limit and deletes from the end down to it; 0 lifts it.
+  // Sets the limit and deletes from the end down to it: 0 deletes all members
+  // and leaves no limit.
   void setMaxCount(int32_t n);
   // Inserts ahead of element i, as it is and whatever the limit; at or past
   // the count it is add(value, 0, 1). 1, or 0.

@@ -96,7 +96,7 @@ void DropMiddleWords(TBLOCKVECT& words) {
   for (int32_t i = kFirstBodyWords; i < kMaxBodyWords; i++)
     words.set(words.get(i + moved), i);
   words.setMaxCount(kMaxBodyWords);
-  words.setMaxCount(0);
+  words.maxCount = 0;  // for the next message
 }
 
 }  // namespace

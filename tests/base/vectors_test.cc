@@ -24,8 +24,9 @@ TEST(TblockvectTest, AddTrimsAndLimits) {
   EXPECT_EQ(0, v.add(TBLOCK("c"), 0, 0));
   EXPECT_EQ(0, v.ins(TBLOCK("c"), 7));
   v.setMaxCount(0);
+  EXPECT_EQ(0, v.count());
   EXPECT_EQ(1, v.add(TBLOCK("c"), 0, 0));
-  EXPECT_TRUE(v.get(3).empty());
+  EXPECT_TRUE(v.get(1).empty());
   EXPECT_TRUE(v.get(-1).empty());
 }
 

@@ -6,8 +6,6 @@
 #include <string.h>
 #include <time.h>
 
-#include <new>
-
 #include "content/phone.h"
 
 // Hosts call from threads with small stacks.
@@ -134,33 +132,27 @@ TQMMSG::~TQMMSG() {
 }
 
 void TQMMSG::freeReceived() {
-  while (received.first) {
-    const BLOCKRECEIVED* line =
-        static_cast<const BLOCKRECEIVED*>(received.first->item);
-    received.remove(line);
-    delete line;
-  }
+  received.purge(this);
   firstReceived = nullptr;
   secondReceived = nullptr;
   lastReceived = nullptr;
 }
 
 void TQMMSG::freeBodyRecords() {
-  while (phones.first) {
-    const BLOCKPHONE* phone =
-        static_cast<const BLOCKPHONE*>(phones.first->item);
-    phones.remove(phone);
-    delete phone;
-  }
-  while (oleIds.first) {
-    const TMIMEOLEID* id = static_cast<const TMIMEOLEID*>(oleIds.first->item);
-    oleIds.remove(id);
-    delete id;
-  }
+  phones.purge(this);
+  oleIds.purge(this);
 }
 
-int TQMMSG::yes2Remove(OLIST* /*list*/, const void* /*item*/, int /*index*/) {
-  return 0;
+int TQMMSG::yes2Remove(OLIST* list, const void* item, int /*index*/) {
+  if (list == &received)
+    delete static_cast<const BLOCKRECEIVED*>(item);
+  else if (list == &phones)
+    delete static_cast<const BLOCKPHONE*>(item);
+  else if (list == &oleIds)
+    delete static_cast<const TMIMEOLEID*>(item);
+  else
+    return 0;
+  return 1;
 }
 
 void TQMMSG::clear() {

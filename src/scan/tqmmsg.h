@@ -124,8 +124,8 @@ class TQMMSG : public OLISTGURU {
   TQMMSG(const TQMMSG&) = delete;
   TQMMSG& operator=(const TQMMSG&) = delete;
 
-  // Decides what leaving one of this object's lists means for an item. There
-  // is no such list yet: 0 for every list.
+  // Deletes the item, which may be null, of one of this object's lists of
+  // records: 1. 0 for any other list.
   int yes2Remove(OLIST* list, const void* item, int index) override;
 
   // Everything that a load finds out goes back to empty; bailout, profile,

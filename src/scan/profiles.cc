@@ -2,6 +2,7 @@
 // Entry point: TQMMSG::buildProfils. Tested by section_scores_test.cc and, for
 // the rules, filters_test.cc.
 
+#include <stdio.h>
 #include <time.h>
 
 #include "scan/tqmmsg.h"
@@ -12,6 +13,9 @@ namespace {
 // saving.
 const long kFirstUsZone = 14400;
 const long kLastUsZone = 28800;
+
+// Rules ask for these, whatever the language that the host has set.
+const char kDays[7][4] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 
 }  // namespace
 
@@ -35,7 +39,8 @@ void TQMMSG::buildProfils() {
   char hour[32] = "";
   const time_t now = static_cast<time_t>(presentTime());
   struct tm parts;
-  if (gmtime_r(&now, &parts)) strftime(hour, sizeof hour, "%H:%a", &parts);
+  if (gmtime_r(&now, &parts))
+    snprintf(hour, sizeof hour, "%02d:%s", parts.tm_hour, kDays[parts.tm_wday]);
   timeProfile = hour;
   profiles.add(timeProfile.view(), 1, 0);
 }

@@ -8,8 +8,6 @@
 #include <stdio.h>
 #include <string.h>
 
-#include <new>
-
 #include "api/letter_pairs.h"
 #include "api/speedup_context.h"
 #include "base/str.h"
@@ -234,14 +232,22 @@ int ScanRecord(TQMMSG& message, QMINFO* info, int version) {
   return message.ledger.state;
 }
 
+// A message that is scanned without a context. Patterns that the scan needs are
+// compiled once, into a pool of its own.
+struct LONEMESSAGE {
+  REGEXPOOL pool;
+  TQMMSG message;
+
+  LONEMESSAGE() : pool(1), message(&pool, nullptr, nullptr, 0, 0) {}
+};
+
 int QmScanAsBestYouCan(QMINFO* info, const SPEEDUPCONTEXT* context) {
   if (!info) return QM_ERROR_RECORD;
   const int version = RecordVersion(info->size);
   if (version == 0) return QM_ERROR_RECORD;
   if (!context) {
-    REGEXPOOL pool(1);
-    TQMMSG message(&pool, nullptr, nullptr, 0, 0);
-    return ScanRecord(message, info, version);
+    LONEMESSAGE lone;
+    return ScanRecord(lone.message, info, version);
   }
   TQMMSG message(context->pool, context->stuff, context->blacklist, 0, 0);
   if (!context->profile.empty()) message.profile = context->profile;
@@ -289,8 +295,8 @@ int qmStandaloneScan(const unsigned char* msg, unsigned long length,
                      const char* user, const char* globalList,
                      const char* userList, int* score) {
   if (!msg || !score) return QM_ERROR_RECORD;
-  REGEXPOOL pool(1);
-  TQMMSG message(&pool, nullptr, nullptr, 0, 0);
+  LONEMESSAGE lone;
+  TQMMSG& message = lone.message;
   if (!ScanStandalone(message, msg, length, user, globalList, userList,
                       &kDefaultGlobalSetup, &kDefaultUserSetup))
     return QM_ERROR_RECORD;
@@ -303,8 +309,8 @@ int qmStandaloneScanWithCause(const unsigned char* msg, unsigned long length,
                               const char* userList, int* score, char* cause,
                               int causeSize) {
   if (!msg || !score) return QM_ERROR_RECORD;
-  REGEXPOOL pool(1);
-  TQMMSG message(&pool, nullptr, nullptr, 0, 0);
+  LONEMESSAGE lone;
+  TQMMSG& message = lone.message;
   if (!ScanStandalone(message, msg, length, "", globalList, userList,
                       &kCheckingGlobalSetup, &kCheckingUserSetup))
     return QM_ERROR_RECORD;
@@ -319,8 +325,8 @@ int QuayMarshNotes(const unsigned char* msg, unsigned long length,
                    const char* userList) {
   if (!msg) return QM_ERROR_RECORD;
   if (length == 0) return 0;
-  REGEXPOOL pool(1);
-  TQMMSG message(&pool, nullptr, nullptr, 0, 0);
+  LONEMESSAGE lone;
+  TQMMSG& message = lone.message;
   if (!ScanStandalone(message, msg, length, user, globalList, userList,
                       &kCheckingGlobalSetup, &kCheckingUserSetup))
     return QM_ERROR_RECORD;

@@ -29,10 +29,9 @@
 extern "C" {
 #endif
 
-/* What a scan returns when it did not run. */
-#define QM_ERROR_RECORD                                                      \
-  (-1)                         /* null record, size below version 1, no msg, \
-                                 or no memory for it */
+/* What a scan returns when it did not run. The first one stands for a null
+ * record, a size below that of version 1, no msg, or no memory for it. */
+#define QM_ERROR_RECORD (-1)
 #define QM_ERROR_KEYWORDS (-2) /* keywordFile could not be loaded */
 #define QM_ERROR_FILE (-3)     /* msgPath could not be read */
 
@@ -43,10 +42,8 @@ extern "C" {
 #define QM_STATE_NOTIFICATION 3
 #define QM_STATE_SUSPECT 5
 #define QM_STATE_COMMERCIAL_P 10 /* commercial, class "PCE" */
-#define QM_STATE_COMMERCIAL_M                                                 \
-  11                             /* commercial, by word groups or class "MCE" \
-                                  */
-#define QM_STATE_COMMERCIAL_D 12 /* commercial, class "DCE" */
+#define QM_STATE_COMMERCIAL_M 11 /* by word groups, or class "MCE" */
+#define QM_STATE_COMMERCIAL_D 12 /* class "DCE" */
 
 /* QMINFO.flags. Bit 5 (0x20) is accepted and has no effect. */
 #define QM_WANT_CAUSE 0x01u     /* fill cause, and paramsOut */

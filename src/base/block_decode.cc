@@ -1,7 +1,5 @@
 // Base64, uuencode and quoted-printable. Tested by block_decode_test.cc.
 
-#include <new>
-
 #include "base/block.h"
 #include "base/tblock.h"
 

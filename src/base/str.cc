@@ -2,8 +2,6 @@
 
 #include "base/str.h"
 
-#include <limits.h>
-
 #include <new>
 
 namespace {

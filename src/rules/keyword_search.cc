@@ -13,8 +13,6 @@
 // Entry points: findKeywords and the members of TQMDICO below it. Tested by
 // keyword_search_test.cc, measured by bench/keyword_bench.cc.
 
-#include <stdlib.h>
-
 #include <new>
 
 #include "base/score.h"

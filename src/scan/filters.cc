@@ -19,15 +19,14 @@ struct FILTERCALL {
 
 struct FILTER {
   int32_t number;
-  const char* name;
   void (*run)(TQMMSG& m, const FILTERCALL& call);
 };
 
-#define QM_FILTER(number, name, action)                  \
-  {number, name, [](TQMMSG& m, const FILTERCALL& call) { \
-     (void)m;                                            \
-     (void)call;                                         \
-     action;                                             \
+#define QM_FILTER(number, name, action)            \
+  {number, [](TQMMSG& m, const FILTERCALL& call) { \
+     (void)m;                                      \
+     (void)call;                                   \
+     action;                                       \
    }},
 constexpr FILTER kFilters[kFilterCount] = {
 #include "rules/filters.inc"

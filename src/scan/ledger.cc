@@ -5,7 +5,6 @@
 
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 
 #include "rules/rule_expression.h"
 #include "scan/tqmmsg.h"

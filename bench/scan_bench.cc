@@ -150,7 +150,8 @@ int64_t ResidentBytes() {
 // What a host keeps for all of its scans.
 class HOST {
  public:
-  // Both memories are what creation leaves, less what was there before.
+  // Both memories are what creation leaves, less what was there before. A
+  // second context stays within pages that the first one has left.
   void create(const char* directory, FIGURES& figures) {
     const int64_t before = ResidentBytes();
     g_heap = HEAPCOUNT();
@@ -419,7 +420,7 @@ int main(int argc, char** argv) {
   BLOCK loaded(0, 1);
   STR why;
   if (image && !LoadKeywordImage(&loaded, image, &why)) {
-    fprintf(stderr, "%s: %s\n", image, why.c_str());
+    fprintf(stderr, "%s\n", why.c_str());
     return 78;
   }
   std::vector<MAIL> mails;

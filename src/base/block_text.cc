@@ -5,13 +5,6 @@
 
 namespace {
 
-// Whether the block stands between two equal quotes.
-bool IsQuoted(TBLOCK block) {
-  return !block.empty() && block.length >= 2 &&
-         (block[0] == '"' || block[0] == '\'') &&
-         block[block.length - 1] == block[0];
-}
-
 // The search includes the set's own NUL, so a NUL is a member of every set.
 bool IsInSet(unsigned char c, const char* set) {
   return strchr(set ? set : "", c) != nullptr;
@@ -66,10 +59,7 @@ int TBLOCK::BlockToken(TBLOCK& block, const char* key, unsigned char sep,
 int TBLOCK::BlockUnquote(TBLOCK& block, int /*trimInside*/) {
   int pairs = 0;
   block.trim();
-  for (; IsQuoted(block); pairs = 1) {
-    block = TBLOCK(block.pointer + 1, block.length - 2);
-    block.trim();
-  }
+  for (; block.stripQuotes(); pairs = 1) block.trim();
   return pairs;
 }
 
@@ -82,8 +72,7 @@ bool TBLOCK::IsBlockPrefixedByStr(TBLOCK block, const char* str, int exact) {
 void TBLOCK::GetBlockWordList(TBLOCK block, TBLOCKVECT& words, uint32_t mask) {
   while (!block.empty()) {
     block.trimLeft(mask);
-    uint32_t n = 0;
-    while (n < block.length && !Is(block[n], mask)) n++;
+    const uint32_t n = block.lengthUntil(mask);
     words.add(block.head(n), 0, 1);
     block.skip(n);
   }

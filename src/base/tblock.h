@@ -171,6 +171,17 @@ class TBLOCK {
       if (!Is(pointer[i], mask)) return false;
     return true;
   }
+  // Bytes at the start that are all in a class of the mask, or none of them.
+  uint32_t lengthIn(uint32_t mask) const {
+    uint32_t n = 0;
+    while (n < length && Is(pointer[n], mask)) n++;
+    return n;
+  }
+  uint32_t lengthUntil(uint32_t mask) const {
+    uint32_t n = 0;
+    while (n < length && !Is(pointer[n], mask)) n++;
+    return n;
+  }
   // Whether the table leaves every byte as it is.
   bool unchangedBy(const unsigned char* table) const {
     for (uint32_t i = 0; i < length; i++)
@@ -192,6 +203,14 @@ class TBLOCK {
   void trim(uint32_t mask = bitWhiteSpace) {
     trimLeft(mask);
     trimRight(mask);
+  }
+  // Takes one enclosing pair of equal quotes off, " or '. False without one.
+  bool stripQuotes() {
+    if (empty() || length < 2 || (pointer[0] != '"' && pointer[0] != '\'') ||
+        pointer[length - 1] != pointer[0])
+      return false;
+    *this = TBLOCK(pointer + 1, length - 2);
+    return true;
   }
   // Replaces each byte of the text under the view by table[byte]. WRITES.
   void convert(const unsigned char* table);

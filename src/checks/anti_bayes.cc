@@ -43,10 +43,8 @@ bool NextToken(TBLOCK& rest, uint32_t separators, TBLOCK& token,
                unsigned char& ending) {
   rest.trimLeft(separators);
   if (rest.empty()) return false;
-  uint32_t n = 0;
-  while (n < rest.length && !TBLOCK::Is(rest[n], separators)) n++;
-  token = rest.head(n);
-  rest.skip(n);
+  token = rest.head(rest.lengthUntil(separators));
+  rest.skip(token.length);
   ending = rest.empty() ? ' ' : rest[0];
   return true;
 }

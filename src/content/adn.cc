@@ -41,12 +41,6 @@ const uint32_t kMaxKnownBytes = 255;
 
 const uint32_t kAlnum = bitLetter | bitDigit;
 
-uint32_t CountFront(TBLOCK text, uint32_t mask) {
-  uint32_t n = 0;
-  while (n < text.length && TBLOCK::Is(text[n], mask)) n++;
-  return n;
-}
-
 uint32_t CountBack(TBLOCK text, uint32_t mask) {
   uint32_t n = 0;
   while (n < text.length && TBLOCK::Is(text[text.length - 1 - n], mask)) n++;
@@ -64,7 +58,7 @@ bool IsMixedHex(TBLOCK run) {
 
 // Capitals, and small letters behind them.
 bool IsCapitalised(TBLOCK run) {
-  const uint32_t capitals = CountFront(run, bitUpperA);
+  const uint32_t capitals = run.lengthIn(bitUpperA);
   return capitals > 0 && capitals < run.length &&
          run.from(capitals).allIn(bitLowerA);
 }
@@ -178,7 +172,7 @@ char HexLetter(TBLOCK run) {
   if (!run.allIn(bitDigit | bitLower)) return 0;
   // Words such as "face", also with a number behind them, stay words; there is
   // no such exception for capitals, on purpose.
-  const TBLOCK behind = run.from(CountFront(run, bitLower));
+  const TBLOCK behind = run.from(run.lengthIn(bitLower));
   return behind.length < run.length && behind.allIn(bitDigit) ? 0 : 'x';
 }
 
@@ -201,13 +195,13 @@ char MixtureLetter(TBLOCK run, uint32_t flags) {
 // stands behind the cut is a number whatever it looks like.
 uint32_t CutAt(TBLOCK run, bool& number) {
   number = false;
-  const uint32_t digitsFront = CountFront(run, bitDigit);
+  const uint32_t digitsFront = run.lengthIn(bitDigit);
   if (digitsFront > 4) return digitsFront;
   const uint32_t digitsBack = CountBack(run, bitDigit);
   const TBLOCK word = run.head(run.length - digitsBack);
   if (digitsBack && word.allIn(bitLetter) &&
       (digitsBack > 3 || OneCase(word) ||
-       (IsCapitalised(word) && CountFront(word, bitUpperA) == 1))) {
+       (IsCapitalised(word) && word.lengthIn(bitUpperA) == 1))) {
     number = true;
     return word.length;
   }
@@ -218,7 +212,7 @@ uint32_t CutAt(TBLOCK run, bool& number) {
       return run.length - back;
   }
   for (uint32_t letters : kCases) {
-    const uint32_t front = CountFront(run, letters);
+    const uint32_t front = run.lengthIn(letters);
     if (front > 4 && IsMixedHex(run.from(front))) return front;
   }
   return 0;
@@ -365,7 +359,7 @@ bool TakeIp(TBLOCK& text, STR& adn) {
       if (rest.empty() || rest[0] != '.') return false;
       rest.skip(1);
     }
-    const uint32_t digits = CountFront(rest.head(4), bitDigit);
+    const uint32_t digits = rest.head(4).lengthIn(bitDigit);
     if (digits < 1 || digits > 3 || Number(rest.head(digits), 10) > 255)
       return false;
     rest.skip(digits);
@@ -386,7 +380,7 @@ bool IsKept(TBLOCK run, const char* keep) {
 
 void TakeRun(TBLOCK& text, STR& adn, const char* keep, uint32_t flags,
              const TADNCLOCK& clock) {
-  const TBLOCK run = text.head(CountFront(text, kAlnum));
+  const TBLOCK run = text.head(text.lengthIn(kAlnum));
   text.skip(run.length);
   if (IsKept(run, keep))
     adn += run;
@@ -473,7 +467,7 @@ void GetEmailRegex(TBLOCK text, TQMDICO* dico, STR& out, int64_t now) {
   unsigned char before = 0;
   out = "";
   while (!text.empty()) {
-    const TBLOCK word = text.head(CountFront(text, kAlnum));
+    const TBLOCK word = text.head(text.lengthIn(kAlnum));
     if (word.empty()) {
       before = text[0];
       if (before && strchr(kSeparators, before))

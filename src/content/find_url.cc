@@ -98,9 +98,7 @@ struct FINDER {
 // The bytes from here on that a URL may hold.
 TBLOCK FINDER::runAt(const unsigned char* p) const {
   const TBLOCK all = rest(p).head(kMaxRun);
-  uint32_t n = 0;
-  while (n < all.length && TBLOCK::Is(all[n], bitUrl)) n++;
-  return all.head(n);
+  return all.head(all.lengthIn(bitUrl));
 }
 
 // At "<".

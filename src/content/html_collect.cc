@@ -172,9 +172,7 @@ bool ReadSetting(TBLOCK text, const char* key, bool endsAtSemicolon,
   }
   value = rest.head(n);
   value.trim();
-  if (value.length >= 2 && (value[0] == '"' || value[0] == '\'') &&
-      value[value.length - 1] == value[0])
-    value = TBLOCK(value.pointer + 1, value.length - 2);
+  value.stripQuotes();
   return true;
 }
 

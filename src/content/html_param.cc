@@ -14,13 +14,6 @@ bool IsQuote(unsigned char byte) {
   return byte == '"' || byte == '\'';
 }
 
-// Bytes ahead of the first one of a class.
-uint32_t LengthUntil(TBLOCK text, uint32_t mask) {
-  uint32_t n = 0;
-  while (n < text.length && !TBLOCK::Is(text[n], mask)) n++;
-  return n;
-}
-
 // ---- By name
 
 // Offset of a name, in which "~" stands for any byte; -1 when it is absent.
@@ -166,7 +159,7 @@ int GetTagParamValue(TBLOCK tag, const char* name, TBLOCK& value) {
 
 int GetFirstTagParam(TBLOCK& cursor, TBLOCK& name, TBLOCK& value) {
   cursor.trimLeft();
-  cursor.skip(LengthUntil(cursor, bitWhiteSpace));
+  cursor.skip(cursor.lengthUntil(bitWhiteSpace));
   return GetNextTagParam(cursor, name, value);
 }
 
@@ -175,7 +168,7 @@ int GetNextTagParam(TBLOCK& cursor, TBLOCK& name, TBLOCK& value) {
   value.clear();
   cursor.trimLeft(bitHtmlParam);  // white space too
   if (cursor.empty()) return 0;
-  name = cursor.head(LengthUntil(cursor, bitHtmlParam));
+  name = cursor.head(cursor.lengthUntil(bitHtmlParam));
   cursor.skip(name.length);
   cursor.trimLeft();
   if (cursor.empty() || cursor[0] != '=') return 0;

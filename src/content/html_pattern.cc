@@ -66,8 +66,7 @@ void MarkAlign(TBLOCK value, TTOKEN& token) {
   } kAligns[] = {{"left", 'l'},   {"right", 'r'},  {"top", 't'},
                  {"bottom", 'b'}, {"middle", 'm'}, {"baseline", 's'},
                  {"center", 'c'}};
-  uint32_t n = 0;
-  while (n < value.length && TBLOCK::Is(value[n], bitAlpha)) n++;
+  const uint32_t n = value.lengthIn(bitAlpha);
   const TBLOCK name = value.head(n);
   char letter = value.empty() ? '_' : '#';
   for (const auto& align : kAligns)

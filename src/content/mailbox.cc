@@ -10,22 +10,10 @@
 #include "base/vectors.h"
 #include "content/address_scheme.h"
 #include "content/block_url.h"
+#include "message/field_piece.h"
 #include "message/mail_address.h"
 
 namespace {
-
-bool IsQuote(unsigned char c) {
-  return c == '"' || c == '\'';
-}
-
-// Removes one pair of equal quotes; 1 when there was one.
-int StripQuotePair(TBLOCK& text) {
-  if (text.empty() || text.length < 2 || !IsQuote(text[0]) ||
-      text[0] != text[text.length - 1])
-    return 0;
-  text = TBLOCK(text.pointer + 1, text.length - 2);
-  return 1;
-}
 
 // "address (name)". 0 when no parenthesis opens.
 int SplitComment(TMAILBOX& box) {
@@ -76,7 +64,7 @@ void SplitMailBox(TMAILBOX& box) {
 
 void FinishEmail(TMAILBOX& box) {
   box.email.trim();
-  StripQuotePair(box.email);
+  box.email.stripQuotes();
   while (!box.email.empty() && !TBLOCK::Is(box.email[0], bitEmail))
     box.email.skip(1);
   while (!box.email.empty() &&
@@ -88,7 +76,7 @@ void FinishEmail(TMAILBOX& box) {
 
 void FinishName(TMAILBOX& box) {
   box.name.trim();
-  if (StripQuotePair(box.name)) {
+  if (box.name.stripQuotes()) {
     box.name.trim();
     TBLOCK::BlockUnquote(box.name, 1);
     box.flags |= mbQuotedName;
@@ -113,35 +101,11 @@ TMAILBOX ParseMailBox(TBLOCK text) {
   return box;
 }
 
-namespace {
-
-// Takes the text up to the next comma outside quotes off `rest`. A quote that
-// never closes keeps all that follows in one piece.
-TBLOCK NextListPiece(TBLOCK& rest) {
-  unsigned char open = 0;
-  uint32_t n = 0;
-  for (; n < rest.length; n++) {
-    const unsigned char c = rest[n];
-    if (open) {
-      if (c == open) open = 0;
-    } else if (IsQuote(c)) {
-      open = c;
-    } else if (c == ',') {
-      break;
-    }
-  }
-  const TBLOCK piece = rest.head(n);
-  rest.skip(n + 1);
-  return piece;
-}
-
-}  // namespace
-
 int32_t ParseEmailAddresses(TBLOCK text, TMAILBOXVECT& boxes) {
   int32_t found = 0;
   while (!text.empty()) {
-    TBLOCK piece = NextListPiece(text);
-    piece.trim();
+    // A quote that never closes keeps all that follows in one piece.
+    const TBLOCK piece = NextPiece(text, ',');
     if (!piece.empty()) found += boxes.add(ParseMailBox(piece));
   }
   return found;
@@ -210,8 +174,7 @@ void AddNameLetters(TMAILBOX& box) {
   for (;;) {
     rest.trimLeft();
     if (rest.empty()) return;
-    uint32_t n = 0;
-    while (n < rest.length && !TBLOCK::Is(rest[n], bitWhiteSpace)) n++;
+    const uint32_t n = rest.lengthUntil(bitWhiteSpace);
     if (!AddLetter(box, LetterOfWord(rest.head(n)))) return;
     rest.skip(n);
   }

@@ -216,8 +216,7 @@ int32_t RandomStringCount(TBLOCK text, int32_t& length) {
   for (;;) {
     text.trimLeft();
     if (text.empty()) return count;
-    uint32_t n = 0;
-    while (n < text.length && !TBLOCK::Is(text[n], bitWhiteSpace)) n++;
+    const uint32_t n = text.lengthUntil(bitWhiteSpace);
     if (IsRandomString(text.head(n))) {
       count++;
       length += static_cast<int32_t>(n);
@@ -259,8 +258,7 @@ bool CheckRandomWords(TBLOCK text) {
   for (;;) {
     text.trimLeft(bitWordSep);
     if (text.empty()) return false;
-    uint32_t n = 0;
-    while (n < text.length && !TBLOCK::Is(text[n], bitWordSep)) n++;
+    const uint32_t n = text.lengthUntil(bitWordSep);
     if (IsRandomBlock(text.head(n))) return true;
     text.skip(n);
   }

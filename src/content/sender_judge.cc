@@ -105,8 +105,7 @@ bool RepeatsLocalPart(TBLOCK text, TBLOCK local) {
 TBLOCK WordOf(TBLOCK name, int32_t number) {
   for (;;) {
     name.trimLeft();
-    uint32_t n = 0;
-    while (n < name.length && !TBLOCK::Is(name[n], bitWhiteSpace)) n++;
+    const uint32_t n = name.lengthUntil(bitWhiteSpace);
     if (number-- == 0) return name.head(n);
     name.skip(n);
   }

@@ -105,8 +105,7 @@ bool IsPunctuation(TBLOCK text) {
 // The URL at that place, without the full stop behind it.
 TBLOCK UrlAt(TBLOCK text, int32_t at) {
   text.skip(static_cast<uint32_t>(at));
-  uint32_t n = 0;
-  while (n < text.length && TBLOCK::Is(text[n], bitUrl)) n++;
+  uint32_t n = text.lengthIn(bitUrl);
   text.cut(n);
   while (n > 0 && IsPunctuation(text.from(n - 1))) text.cut(--n);
   return text;

@@ -231,8 +231,7 @@ bool CheckWordUrl(TBLOCK& cursor, TBLOCK& word) {
 void BlockToWords(TBLOCK text, TBLOCKVECT& words, int32_t limit) {
   while (!text.empty() && (limit <= 0 || words.count() < limit)) {
     text.trimLeft(bitWordSep);
-    uint32_t n = 0;
-    while (n < text.length && !TBLOCK::Is(text[n], bitWordSep)) n++;
+    const uint32_t n = text.lengthUntil(bitWordSep);
     words.add(text.head(n), 0, 0);
     text.skip(n);
   }

@@ -24,10 +24,8 @@ void SkipLineEnds(TBLOCK& text) {
 
 TBLOCK NextWord(TBLOCK& rest) {
   rest.trimLeft(bitWordSep);
-  uint32_t n = 0;
-  while (n < rest.length && !TBLOCK::Is(rest[n], bitWordSep)) n++;
-  const TBLOCK word = rest.head(n);
-  rest.skip(n);
+  const TBLOCK word = rest.head(rest.lengthUntil(bitWordSep));
+  rest.skip(word.length);
   return word;
 }
 

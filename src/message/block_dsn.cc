@@ -78,9 +78,8 @@ void BLOCKDSN::_parseRecipient() {
 void BLOCKDSN::_parseStatus() {
   TBLOCK word = statusField;
   word.trim();
-  uint32_t n = 0;
-  while (n < word.length && !TBLOCK::Is(word[n], bitWhiteSpace)) n++;
-  if (n != 5 || word[1] != '.' || word[3] != '.') return;
+  if (word.lengthUntil(bitWhiteSpace) != 5 || word[1] != '.' || word[3] != '.')
+    return;
   int32_t number = 0;
   for (uint32_t i = 0; i < 5; i += 2) {
     if (!TBLOCK::Is(word[i], bitDigit)) return;

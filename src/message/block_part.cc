@@ -21,15 +21,6 @@ const char* const ContentTypes[] = {"text",        "multipart", "image",
 // thousands of parts and most of them neither fields nor names.
 const uint32_t kPartStep = 8 * sizeof(TBLOCK);
 
-// Takes one enclosing pair of quotes off, and only one.
-TBLOCK WithoutQuotes(TBLOCK value) {
-  if (value.empty() || value.length < 2) return value;
-  const unsigned char quote = value[0];
-  if ((quote != '"' && quote != '\'') || value[value.length - 1] != quote)
-    return value;
-  return TBLOCK(value.pointer + 1, value.length - 2);
-}
-
 // What stands between "<" and the ">" behind it; all of it without such a
 // pair.
 TBLOCK InsideAngles(TBLOCK value) {
@@ -131,7 +122,7 @@ int32_t BLOCKPART::headerFieldIndex(const char* fieldName,
       continue;
     value = field.from(wanted.length + 1);
     value.trim();
-    value = WithoutQuotes(value);
+    value.stripQuotes();
     return i;
   }
   value.clear();
@@ -161,9 +152,9 @@ void BLOCKPART::parseContentType() {
 }
 
 void BLOCKPART::parseTypeField(TBLOCK value) {
-  type = NextFieldPiece(value);
+  type = NextPiece(value, ';');
   parseContentType();
-  while (!value.empty()) parseTypeParameter(NextFieldPiece(value));
+  while (!value.empty()) parseTypeParameter(NextPiece(value, ';'));
 
   // Too deep: with nothing to split at this stays one leaf.
   if (depth > kMaxMimeDepth) boundary.clear();
@@ -192,12 +183,12 @@ void BLOCKPART::parseTypeParameter(TBLOCK piece) {
 }
 
 void BLOCKPART::parseDispositionField(TBLOCK value) {
-  disposition = NextFieldPiece(value);
+  disposition = NextPiece(value, ';');
   if (disposition.equals("attachment")) flags |= pfAttachment;
   if (disposition.equals("inline")) flags |= pfInline;
   bool quotedSeen = false;
   while (!value.empty()) {
-    TBLOCK piece = NextFieldPiece(value);
+    TBLOCK piece = NextPiece(value, ';');
     int quoted;
     if (TBLOCK::BlockToken(piece, "filename", '=', quoted)) {
       fileName = piece;

@@ -1,23 +1,26 @@
-// Tested by header_fields_test.cc and block_part_test.cc.
+// Tested by header_fields_test.cc, block_part_test.cc and mailbox_test.cc.
 
 #include "message/field_piece.h"
 
-TBLOCK NextFieldPiece(TBLOCK& rest) {
-  if (rest.empty()) return TBLOCK();
+uint32_t FindOutsideQuotes(TBLOCK text, unsigned char byte) {
   unsigned char quote = 0;
   uint32_t n = 0;
-  for (; n < rest.length; n++) {
-    const unsigned char byte = rest[n];
+  for (; n < text.length; n++) {
+    const unsigned char c = text[n];
     if (quote) {
-      if (byte == quote) quote = 0;
-    } else if (byte == '"' || byte == '\'') {
-      quote = byte;
-    } else if (byte == ';') {
+      if (c == quote) quote = 0;
+    } else if (c == '"' || c == '\'') {
+      quote = c;
+    } else if (c == byte) {
       break;
     }
   }
-  TBLOCK piece = rest.head(n);
+  return n;
+}
+
+TBLOCK NextPiece(TBLOCK& rest, unsigned char separator) {
+  TBLOCK piece = rest.head(FindOutsideQuotes(rest, separator));
+  rest.skip(piece.length + 1);
   piece.trim();
-  rest.skip(n + 1);
   return piece;
 }

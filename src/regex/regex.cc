@@ -286,8 +286,7 @@ void RegexFromBlock(TBLOCK sample, STR& out, int anchorStart, int anchorEnd) {
   out = "";
   if (anchorStart) out += '^';
   while (!sample.empty()) {
-    uint32_t n = 0;
-    while (n < sample.length && TBLOCK::Is(sample[n], kInRun)) n++;
+    uint32_t n = sample.lengthIn(kInRun);
     if (n > 0) {
       AddRunClass(sample.head(n), out);
     } else {

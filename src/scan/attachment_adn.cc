@@ -122,18 +122,10 @@ bool HasScript(BLOCKPART& part) {
 // How far the head of an object, "12 0 obj", may go.
 const uint32_t kPdfHeadBytes = 256;
 
-uint32_t CountBytes(TBLOCK text, uint32_t from, uint32_t mask) {
-  uint32_t i = from;
-  while (i < text.length && TBLOCK::Is(text[i], mask)) i++;
-  return i - from;
-}
-
 // The bytes up to white space, which are taken off `rest`.
 TBLOCK NextWord(TBLOCK& rest) {
-  uint32_t n = 0;
-  while (n < rest.length && !TBLOCK::Is(rest[n], bitWhiteSpace)) n++;
-  const TBLOCK word = rest.head(n);
-  rest.skip(n);
+  const TBLOCK word = rest.head(rest.lengthUntil(bitWhiteSpace));
+  rest.skip(word.length);
   return word;
 }
 
@@ -154,7 +146,7 @@ void AddPdfName(TBLOCK name, STR& out) {
     return;
   }
   while (!name.empty()) {
-    const TBLOCK run = name.head(CountBytes(name, 0, bitUpper));
+    const TBLOCK run = name.head(name.lengthIn(bitUpper));
     out += run;
     name.skip(run.length + 1);
   }
@@ -168,7 +160,7 @@ void AddPdfObject(TBLOCK object, STR& out) {
   bool first = true;
   for (int32_t slash; (slash = object.findByte('/')) >= 0;) {
     object.skip(static_cast<uint32_t>(slash) + 1);
-    const TBLOCK name = object.head(CountBytes(object, 0, bitAlpha));
+    const TBLOCK name = object.head(object.lengthIn(bitAlpha));
     if (name.empty()) continue;
     if (!first) out += ',';
     first = false;

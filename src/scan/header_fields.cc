@@ -19,14 +19,6 @@ bool IsField(TBLOCK line, TBLOCK name) {
          line.begins(name);
 }
 
-// Trims, and removes one pair of equal quotes; what is inside stays.
-void StripQuotes(TBLOCK& value) {
-  value.trim();
-  if (value.length >= 2 && (value[0] == '"' || value[0] == '\'') &&
-      value[value.length - 1] == value[0])
-    value = TBLOCK(value.pointer + 1, value.length - 2);
-}
-
 // The date of a relay line that may be missing, or tell none.
 void ReadRelayDate(const BLOCKRECEIVED* line, BLOCKDATE& date) {
   if (line && !line->date.empty()) date.parseFrom(line->date);
@@ -129,8 +121,7 @@ TBLOCK TQMMSG::getHeaderFieldParam(const char* field, const char* param) {
   TBLOCK rest;
   if (!readHeaderField(field, rest, 1)) return TBLOCK();
   while (!rest.empty()) {
-    TBLOCK piece = NextFieldPiece(rest);
-    piece.trim();
+    TBLOCK piece = NextPiece(rest, ';');
     if (TBLOCK::BlockToken(piece, param, '=')) return piece;
   }
   return TBLOCK();
@@ -276,7 +267,8 @@ void TQMMSG::readReceivedAndLists() {
       mailingListScore = ClampScore(int64_t{mailingListScore} + match->score);
     if (!IsField(line, fieldName)) continue;
     TBLOCK value = line.from(fieldName.length + 1);
-    StripQuotes(value);
+    value.trim();
+    value.stripQuotes();
     if (receivedFields.count() == 0 || value.find("from ") >= 0)
       lastRelay = value;
     receivedFields.add(value, 1, 0);

@@ -79,9 +79,7 @@ const int32_t kFirstWideState = 10;
 // Without white space and one pair of equal quotes around it.
 TBLOCK BareValue(TBLOCK value) {
   value.trim();
-  if (value.length >= 2 && (value[0] == '"' || value[0] == '\'') &&
-      value[value.length - 1] == value[0])
-    value = TBLOCK(value.pointer + 1, value.length - 2);
+  value.stripQuotes();
   return value;
 }
 
@@ -125,19 +123,13 @@ TBLOCK LocalPart(TBLOCK address) {
   return at < 0 ? address : address.head(static_cast<uint32_t>(at));
 }
 
-uint32_t RunOf(TBLOCK text, uint32_t mask) {
-  uint32_t n = 0;
-  while (n < text.length && TBLOCK::Is(text[n], mask)) n++;
-  return n;
-}
-
 // Of what stands before the "@" each capital with the small letters behind it,
 // where these are two or more.
 void AddAddressWords(TQMMSG& m, RULEFIELD& f) {
   TBLOCK rest = LocalPart(m.fromBox.email);
   while (!rest.empty()) {
     const uint32_t small =
-        TBLOCK::Is(rest[0], bitUpper) ? RunOf(rest.from(1), bitLower) : 0;
+        TBLOCK::Is(rest[0], bitUpper) ? rest.from(1).lengthIn(bitLower) : 0;
     if (small >= 2) f.add(rest.head(1 + small));
     rest.skip(1 + small);
   }
@@ -256,7 +248,7 @@ void AddCountries(TQMMSG& m, RULEFIELD& f) {
     const TBLOCK suffix = m.links->get(i)->url.tld;
     const int32_t dot = suffix.findLastByte('.');
     const TBLOCK label = suffix.from(static_cast<uint32_t>(dot + 1));
-    if (label.length == 2 && RunOf(label, bitAlpha) == 2) f.addUnique(label);
+    if (label.length == 2 && label.lengthIn(bitAlpha) == 2) f.addUnique(label);
   }
 }
 

@@ -41,8 +41,7 @@ bool CutSpamWord(TBLOCK& text) {
   const uint32_t kEndOfWord = bitWordSep | bitDash;
   TBLOCK rest = text;
   rest.trimLeft(kEndOfWord);
-  uint32_t n = 0;
-  while (n < rest.length && !TBLOCK::Is(rest[n], kEndOfWord)) n++;
+  const uint32_t n = rest.lengthUntil(kEndOfWord);
   if (rest.head(n).find("Spam") < 0) return false;
   rest.skip(n);
   SkipIf(rest, ' ');

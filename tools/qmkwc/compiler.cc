@@ -24,9 +24,15 @@ uint16_t SourceSection::flags() const {
   return bits;
 }
 
+void Messages::tell(const std::string& file, uint32_t number, uint32_t column,
+                    bool isError, const std::string& what) {
+  fprintf(stderr, "%s:%u:%u: %s%s\n", file.c_str(), number, column,
+          isError ? "" : "warning: ", what.c_str());
+}
+
 void Messages::plainError(const std::string& file, uint32_t number,
                           uint32_t column, const std::string& what) {
-  fprintf(stderr, "%s:%u:%u: %s\n", file.c_str(), number, column, what.c_str());
+  tell(file, number, column, true, what);
   errors_++;
 }
 
@@ -43,8 +49,7 @@ void Messages::error(const SourceLine& line, size_t offset,
 
 void Messages::warning(const SourceLine& line, size_t offset,
                        const std::string& what) {
-  fprintf(stderr, "%s:%u:%u: warning: %s\n", line.file.c_str(), line.number,
-          ColumnOf(line, offset), what.c_str());
+  tell(line.file, line.number, ColumnOf(line, offset), false, what);
 }
 
 namespace {
@@ -172,31 +177,6 @@ SourceLine OwnLine(const std::string& text) {
   return line;
 }
 
-void AddSections(const std::vector<SourceSection>& sections, Messages& messages,
-                 TKwObj& object) {
-  for (const SourceSection& section : sections) {
-    TBLOCKVECT lines(static_cast<int32_t>(section.lines.size()) + 1);
-    for (const SourceLine& line : section.lines)
-      lines.add(View(line.text), 1, 0);
-    const uint32_t firstLine = object.lineCount();
-    if (object.AddSection(View(section.name), &lines, section.patch)) {
-      if (!section.lines.empty())
-        CheckCompiled(section, object, firstLine, messages);
-      continue;
-    }
-    const int32_t at = object.errorLine;
-    const bool known =
-        at >= 0 && static_cast<size_t>(at) < section.lines.size();
-    messages.error(
-        known ? section.lines[static_cast<size_t>(at)] : section.start,
-        object.errorOffset, object.error);
-    // Go on, to find all that is wrong; nothing will be written.
-    object.error = nullptr;
-    object.errorLine = -1;
-    object.errorOffset = 0;
-  }
-}
-
 // The version comes first, then the names of the sources.
 void OrderSections(std::vector<SourceSection>& sections,
                    const std::vector<std::string>& files, Messages& messages) {
@@ -241,8 +221,8 @@ SectionNames CollectNames(const std::vector<SourceSection>& sections,
 
 }  // namespace
 
-bool Compile(const CompileOptions& options, Messages& messages,
-             TKwObj& object) {
+bool ReadSource(const CompileOptions& options, Messages& messages,
+                Source& source) {
   Reader reader(options, messages);
   bool read = true;
   for (const std::string& path : options.inputs)
@@ -252,9 +232,42 @@ bool Compile(const CompileOptions& options, Messages& messages,
       CollectNames(reader.sections, options.patch, messages);
   for (const SourceSection& section : reader.sections)
     CheckSection(section, names, dico, messages);
+  if (read && !options.patch)
+    OrderSections(reader.sections, reader.files, messages);
+  source.sections = reader.sections;
+  source.files = reader.files;
+  return read;
+}
+
+void BuildObject(const Source& source, Messages& messages, TKwObj& object) {
+  for (const SourceSection& section : source.sections) {
+    TBLOCKVECT lines(static_cast<int32_t>(section.lines.size()) + 1);
+    for (const SourceLine& line : section.lines)
+      lines.add(View(line.text), 1, 0);
+    const uint32_t firstLine = object.lineCount();
+    if (object.AddSection(View(section.name), &lines, section.patch)) {
+      if (!section.lines.empty())
+        CheckCompiled(section, object, firstLine, messages);
+      continue;
+    }
+    const int32_t at = object.errorLine;
+    const bool known =
+        at >= 0 && static_cast<size_t>(at) < section.lines.size();
+    messages.error(
+        known ? section.lines[static_cast<size_t>(at)] : section.start,
+        object.errorOffset, object.error);
+    // Go on, to find all that is wrong; nothing will be written.
+    object.error = nullptr;
+    object.errorLine = -1;
+    object.errorOffset = 0;
+  }
+}
+
+bool Compile(const CompileOptions& options, Messages& messages,
+             TKwObj& object) {
+  Source source;
   // Of a file that was not read to its end all else may be missing.
-  if (!read) return false;
-  if (!options.patch) OrderSections(reader.sections, reader.files, messages);
-  AddSections(reader.sections, messages, object);
+  if (!ReadSource(options, messages, source)) return false;
+  BuildObject(source, messages, object);
   return messages.errors() == 0;
 }

@@ -35,11 +35,17 @@ struct SourceSection {
 // Prints "file:line:column: message" and counts errors.
 class Messages {
  public:
+  virtual ~Messages() {}
   void error(const SourceLine& line, size_t offset, const std::string& what);
   void warning(const SourceLine& line, size_t offset, const std::string& what);
   void plainError(const std::string& file, uint32_t number, uint32_t column,
                   const std::string& what);
   int errors() const { return errors_; }
+
+ protected:
+  // Columns begin at 1.
+  virtual void tell(const std::string& file, uint32_t number, uint32_t column,
+                    bool isError, const std::string& what);
 
  private:
   int errors_ = 0;
@@ -51,7 +57,19 @@ struct CompileOptions {
   bool patch = false;
 };
 
-// Compiles the inputs into the object; false when an error was told.
+// What the inputs hold.
+struct Source {
+  std::vector<SourceSection> sections;
+  std::vector<std::string> files;  // without their folders
+};
+
+// Reads and checks the inputs; false when a file could not be read to its end.
+// Other errors are counted.
+bool ReadSource(const CompileOptions& options, Messages& messages,
+                Source& source);
+// Puts the sections into the object, those of ReadSource in their order.
+void BuildObject(const Source& source, Messages& messages, TKwObj& object);
+// Both; false when an error was told.
 bool Compile(const CompileOptions& options, Messages& messages, TKwObj& object);
 
 // The sections that others may name.

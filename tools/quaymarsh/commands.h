@@ -13,6 +13,7 @@ class App;
 enum ExitCode {
   kExitOk = 0,
   kExitSpam = 1,        // with -E: the most severe message was spam
+  kExitFailed = 1,      // of test and lint: something is wrong
   kExitVirus = 2,       // with -E: a virus
   kExitOtherState = 3,  // with -E: notification, suspect or commercial
   kExitUsage = 64,      // wrong options
@@ -32,6 +33,7 @@ void AddDecodeCommand(CLI::App& app, int* exitCode);
 void AddRegexCommand(CLI::App& app, int* exitCode);
 void AddDictCommand(CLI::App& app, int* exitCode);
 void AddCorpusCommand(CLI::App& app, int* exitCode);
+void AddTestCommand(CLI::App& app, int* exitCode);
 
 // Writes "quaymarsh: NAME: WHAT" to stderr; an empty name is left out.
 void PrintError(const std::string& name, const std::string& what);

@@ -90,6 +90,7 @@ int Run(int argc, char** argv) {
   AddRegexCommand(app, &exitCode);
   AddDictCommand(app, &exitCode);
   AddCorpusCommand(app, &exitCode);
+  AddTestCommand(app, &exitCode);
   if (argc < 2) {
     fputs(app.help().c_str(), stderr);
     return kExitUsage;

@@ -15,11 +15,10 @@ unsigned char Fold(TBLOCK text, uint32_t i) {
   return TBLOCK::LowerConvTable[text[i]];
 }
 
-// How much of `word`, from its start, matches up to the end of `text`, or all
-// of it where the whole word stands in the text; `end` gets where that match
-// ends. `border` tells how much of a match survives a mismatch, so that "aaaa"
-// costs no more than any other text.
-uint32_t Overlap(TBLOCK text, TBLOCK word, uint32_t& end) {
+// How many bytes end the text and begin the word. `border` tells how much of a
+// match survives a mismatch, so that "aaaa" costs no more than any other text.
+// REQUIRES: a word that is not empty, nor shorter than the text.
+uint32_t Overlap(TBLOCK text, TBLOCK word) {
   uint16_t border[kMaxNameBytes];
   border[0] = 0;
   uint32_t n = 0;
@@ -29,9 +28,9 @@ uint32_t Overlap(TBLOCK text, TBLOCK word, uint32_t& end) {
     border[i] = static_cast<uint16_t>(n);
   }
   n = 0;
-  for (end = 0; end < text.length && n < word.length; end++) {
-    while (n > 0 && Fold(text, end) != Fold(word, n)) n = border[n - 1];
-    if (Fold(text, end) == Fold(word, n)) n++;
+  for (uint32_t i = 0; i < text.length; i++) {
+    while (n > 0 && Fold(text, i) != Fold(word, n)) n = border[n - 1];
+    if (Fold(text, i) == Fold(word, n)) n++;
   }
   return n;
 }
@@ -71,11 +70,7 @@ TBLOCK AddressStem(TBLOCK email) {
 }
 
 int32_t FindText(TBLOCK text, TBLOCK part) {
-  if (part.empty() || part.length > kMaxNameBytes || part.length > text.length)
-    return -1;
-  uint32_t end;
-  if (Overlap(text, part, end) < part.length) return -1;
-  return static_cast<int32_t>(end - part.length);
+  return part.empty() ? -1 : text.find(part);
 }
 
 NAMEWORDS::NAMEWORDS(TBLOCK name) : TBLOCKVECT(kMaxNameWords) {
@@ -92,10 +87,9 @@ WORDFIT FitWord(TBLOCK stem, TBLOCK word) {
   while (fit.prefix < stem.length && fit.prefix < word.length &&
          Fold(stem, fit.prefix) == Fold(word, fit.prefix))
     fit.prefix++;
-  // Only the bytes that the word can reach; so none is a match too early.
+  // Only the bytes that the word can reach.
   if (stem.length > word.length) stem.skip(stem.length - word.length);
-  uint32_t end;
-  fit.suffix = Overlap(stem, word, end);
+  fit.suffix = Overlap(stem, word);
   return fit;
 }
 

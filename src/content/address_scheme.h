@@ -18,9 +18,8 @@ const uint32_t kMaxNameBytes = 4096;
 TBLOCK LocalPart(TBLOCK email);
 // The local part without the dots, digits and dashes at its end.
 TBLOCK AddressStem(TBLOCK email);
-// Offset of the part in the text, or -1, in linear time whatever they hold,
-// where TBLOCK::find may take their product. An empty part, and one above
-// kMaxNameBytes, stands nowhere.
+// Offset of the part in the text, or -1. An empty part stands nowhere, where
+// TBLOCK::find has it at the start.
 int32_t FindText(TBLOCK text, TBLOCK part);
 
 // The words of a name, kMaxNameWords at most. Views; no copies.

@@ -140,25 +140,28 @@ TEST(ParseRecipientSchemeTest, NamesAreCut) {
   }
 }
 
-// The first match by search and by comparing at each offset.
-TEST(FindTextTest, IsAPlainSearch) {
-  std::string text, part;
+// How far a word covers either end of a stem, and by comparing at each length.
+TEST(FitWordTest, CoversBothEnds) {
+  std::string stem, word;
   for (uint32_t n = 1; n <= 7; n++) {
-    for (uint32_t t = 0; NthText(t, n, "ab", text); t++) {
+    for (uint32_t t = 0; NthText(t, n, "ab", stem); t++) {
       for (uint32_t m = 1; m <= 4; m++) {
-        for (uint32_t p = 0; NthText(p, m, "aB", part); p++) {
-          const HeapText in(text), what(part);
-          EXPECT_EQ(in.view().find(what.view()),
-                    FindText(in.view(), what.view()))
-              << text << " " << part;
+        for (uint32_t p = 0; NthText(p, m, "aB", word); p++) {
+          const HeapText in(stem), what(word);
+          WORDFIT wanted = {0, 0};
+          for (uint32_t k = 1; k <= n && k <= m; k++) {
+            const TBLOCK start = what.view().head(k);
+            if (in.view().begins(start)) wanted.prefix = k;
+            if (in.view().ends(start)) wanted.suffix = k;
+          }
+          const WORDFIT fit = FitWord(in.view(), what.view());
+          EXPECT_EQ(wanted.prefix, fit.prefix) << stem << " " << word;
+          EXPECT_EQ(wanted.suffix, fit.suffix) << stem << " " << word;
         }
       }
     }
   }
-  const HeapText longPart(std::string(kMaxNameBytes + 1, 'a'));
-  EXPECT_EQ(-1, FindText(longPart.view(), longPart.view()));
-  EXPECT_EQ(1, FindText(longPart.view(), longPart.view().from(1)) + 1);
-  EXPECT_EQ(-1, FindText(longPart.view(), TBLOCK()));
+  EXPECT_EQ(-1, FindText(TBLOCK("a"), TBLOCK()));
 }
 
 TEST(TMAILBOXVECTTest, RecordsByPlace) {

@@ -745,6 +745,8 @@ class TQMMSG : public OLISTGURU {
   void checkBlackAndWhite();
   void checkWhiteRecip();
   int listFilter(TBLOCK list);
+
+  // checks/white_words.cc
   void checkAnswer();
   void checkWhite();
   void checkBlackWords();

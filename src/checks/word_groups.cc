@@ -38,6 +38,9 @@ const int64_t kVisitsOfLine = 4;
 const uint32_t kLinesOfGroup = 8;
 const uint32_t kLinesOfList = 200;
 
+// Bytes of names of subgroups beyond which no more are told.
+const int32_t kMaxDescription = 16384;
+
 // Section types that may hold names of subgroups.
 const uint32_t kListTypes = 1 | 8;
 
@@ -149,7 +152,7 @@ int64_t TQMMSG::groupChildren(TGROUPWALK& walk, const char* group,
     walkGroup(walk, child.c_str(), groupDepth + 1, childTotal, description);
     if (childTotal == total) continue;
     sum += int64_t{childTotal} - total;
-    if (!description) continue;
+    if (!description || description->len() > kMaxDescription) continue;
     if (!description->empty()) description->addLeft("-", 1);
     description->addLeft(line.c_str(), line.len());
   }

@@ -2,7 +2,7 @@
 // for fingerprints and for the checks of links. Entry: TQMMSG::extractUrlTld.
 // Tested by fingerprints_test.cc.
 
-#include "content/count.h"
+#include "base/count.h"
 #include "scan/tqmmsg.h"
 
 namespace {

@@ -4,6 +4,7 @@
 // which rules name a virus, stands in the dictionary. Tested by virus_test.cc
 // and tests/mail/virus.eml.
 
+#include "base/count.h"
 #include "base/wildcard.h"
 #include "regex/regex.h"
 #include "regex/regex_pool.h"
@@ -74,12 +75,6 @@ bool HidesParts(TBLOCK mailer, TBLOCK header) {
   return header.find("Thread-Topic") >= 0;
 }
 
-int32_t CountDots(TBLOCK name) {
-  int32_t dots = 0;
-  for (uint32_t i = 0; i < name.length; i++) dots += name[i] == '.';
-  return dots;
-}
-
 bool Matches(const char* pattern, TBLOCK text, REGEXPOOL* pool) {
   return REGEX(pattern, pool).matches(text);
 }
@@ -141,7 +136,8 @@ int TQMMSG::checkAttachVirus() {
   if (matchRuleSection("=RegexNoVirus", ruleName) > 0) return 0;
   if (checkVirusByHeader() || checkLoadedParts()) return 1;
   TBLOCK fileName;
-  if (!findSuspectFile(fileName) || CountDots(fileName) < kMinDots) return 0;
+  if (!findSuspectFile(fileName) || CountByte(fileName, '.') < kMinDots)
+    return 0;
   if (Matches(REGEXPOOL::_DOUBLE_EXT_WITH_BLANKS, fileName, pool))
     return setVirus(kUnknown, "forged file extension");
   if (Matches(REGEXPOOL::_DOUBLE_EXT, fileName, pool))

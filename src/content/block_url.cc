@@ -6,7 +6,9 @@
 #include "content/block_url.h"
 
 #include "base/blockdawg.h"
+#include "base/count.h"
 #include "data/tld_graph.h"
+#include "message/mail_address.h"
 
 namespace {
 
@@ -34,7 +36,6 @@ const uint32_t kBlockedBytes = sizeof kBlocked - 1;
 
 // Shorter names are none.
 const uint32_t kMinDomain = 3;
-const uint32_t kIpDots = 3;
 
 TBLOCK getData_tld() {
   return TBLOCK(kTldGraph, kTldGraphBytes);
@@ -52,19 +53,6 @@ bool SplitAt(TBLOCK& text, unsigned char byte, TBLOCK& behind) {
   behind = text.from(static_cast<uint32_t>(at) + 1);
   text.cut(static_cast<uint32_t>(at));
   return true;
-}
-
-uint32_t CountDots(TBLOCK text) {
-  uint32_t dots = 0;
-  for (uint32_t i = 0; i < text.length; i++) dots += text[i] == '.';
-  return dots;
-}
-
-// `host` without white space around it.
-bool IsIpAddress(TBLOCK host) {
-  for (uint32_t i = 0; i < host.length; i++)
-    if (!TBLOCK::Is(host[i], bitIpNumber)) return false;
-  return CountDots(host) == kIpDots;
 }
 
 // What follows the last byte that no host name holds.
@@ -162,13 +150,13 @@ void TBLOCKURL::HostToDomain(TBLOCK host, TBLOCK& domain, TBLOCK& tld) {
   if (host.empty()) return;
   TBLOCK number = host;
   number.trim();
-  if (IsIpAddress(number)) {
+  if (IsDottedQuad(number)) {
     domain = number;
     return;
   }
   TBLOCK behind;
   SplitAt(domain, '#', behind);
-  uint32_t dots = CountDots(domain);
+  int32_t dots = CountByte(domain, '.');
   if (dots == 0) {
     domain.clear();
     return;
@@ -209,12 +197,12 @@ bool TBLOCKURL::CompareUrl(TBLOCK a, TBLOCK shown) {
 }
 
 bool TBLOCKURL::hasIpHost() const {
-  return IsIpAddress(host);
+  return IsDottedQuad(host);
 }
 
 TBLOCK TBLOCKURL::hostName() const {
   TBLOCK label = host, behind;
-  if (hasIpHost() || CountDots(host) < 2) return TBLOCK();
+  if (hasIpHost() || CountByte(host, '.') < 2) return TBLOCK();
   SplitAt(label, '.', behind);
   return label;
 }

@@ -2,8 +2,8 @@
 // the text of an anchor and its words, its picture. Entries: THTMLCONTEXT's
 // parseUrl, openAnchor, closeAnchor. Tested by html_context_test.cc.
 
+#include "base/count.h"
 #include "base/wildcard.h"
-#include "content/count.h"
 #include "content/html_tag_facts.h"
 
 namespace {

@@ -5,7 +5,7 @@
 
 #include <new>
 
-#include "content/count.h"
+#include "base/count.h"
 #include "content/html_tag_facts.h"
 
 const char* const HtmlMetaTokens[hmCount] = {

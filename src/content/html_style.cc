@@ -7,8 +7,8 @@
 
 #include <new>
 
+#include "base/count.h"
 #include "content/contexts.h"
-#include "content/count.h"
 
 const int16_t FontSizes[kFontSizeCount] = {7, 10, 12, 14, 18, 24, 36};
 const char* const szFontSizesStr[kFontSizeCount] = {

@@ -6,6 +6,7 @@
 
 #include "content/sender_judge.h"
 
+#include "base/count.h"
 #include "base/hash_count.h"
 #include "content/address_scheme.h"
 #include "content/random_string.h"
@@ -26,7 +27,7 @@ const char* const kRoles[] = {
 const char* const kWebWords[] = {"web", "mail"};
 
 // ---- CheckEmailScheme
-const uint32_t kMinPhoneDigits = 9;
+const int32_t kMinPhoneDigits = 9;
 const uint32_t kMinSpelled = 4;  // bytes that a name and an address share
 // ---- CheckForgedMailBox
 const uint32_t kMinForgedLocal = 6;
@@ -53,19 +54,13 @@ bool HoldsWebWord(TBLOCK text) {
   return false;
 }
 
-uint32_t CountIn(TBLOCK text, uint32_t mask) {
-  uint32_t n = 0;
-  for (uint32_t i = 0; i < text.length; i++) n += TBLOCK::Is(text[i], mask);
-  return n;
-}
-
 // "(01) 23 45 67 89": a telephone number in place of a name.
 bool IsPhoneNumber(TBLOCK name) {
-  const uint32_t digits = CountIn(name, bitDigit);
-  uint32_t others = CountIn(name, bitWhiteSpace);
-  for (uint32_t i = 0; i < name.length; i++)
-    others += name[i] == '(' || name[i] == ')';
-  return digits >= kMinPhoneDigits && digits + others == name.length;
+  const int32_t digits = CountOf(name, bitDigit);
+  const int32_t others = CountOf(name, bitWhiteSpace) + CountByte(name, '(') +
+                         CountByte(name, ')');
+  return digits >= kMinPhoneDigits &&
+         static_cast<uint32_t>(digits + others) == name.length;
 }
 
 // The words of the name that hold a letter.
@@ -73,7 +68,7 @@ class LETTERWORDS : public NAMEWORDS {
  public:
   explicit LETTERWORDS(TBLOCK name) : NAMEWORDS(name) {
     for (int32_t i = count(); i-- > 0;)
-      if (!CountIn(get(i), bitLetter)) del(i);
+      if (!CountOf(get(i), bitLetter)) del(i);
   }
 };
 
@@ -163,7 +158,7 @@ int CheckForgedMailBox(const TMAILBOX& box) {
     return 0;
   if (HoldsWebWord(local) || CheckCommonEmail(box)) return 0;
   const int32_t bad = Wsc(local, BadSeq3);
-  if (bad >= kOddTriples && !CountIn(local, bitUpper) &&
+  if (bad >= kOddTriples && !CountOf(local, bitUpper) &&
       RepeatsLocalPart(box.text, local))
     return 3;
   const int scheme = CheckEmailScheme(box);
@@ -189,7 +184,8 @@ int GetFallScheme(const TMAILBOX& box) {
   const TBLOCK first = words.get(0);
   const TBLOCK last = words.get(words.count() - 1);
   if (first.length < kMinFallWord || last.length < kMinFallWord ||
-      CountIn(local, bitLetter) < first.length + last.length + kMinFiller)
+      static_cast<uint32_t>(CountOf(local, bitLetter)) <
+          first.length + last.length + kMinFiller)
     return flNone;
   if (HoldsInOrder(local, first, last)) return flFirstLast;
   return HoldsInOrder(local, last, first) ? flLastFirst : flNone;

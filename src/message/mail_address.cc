@@ -1,9 +1,10 @@
-// Mail addresses. Laxer than the standards where mail is, and strict only in
-// what the bytes are. Entry point: IsMailAddress. Tested by
-// content/mailbox_test.cc.
+// Addresses. Laxer than the standards where mail is, and strict only in what
+// the bytes are. Entry points: IsMailAddress, IsDottedQuad. Tested by
+// content/mailbox_test.cc, received_test.cc and content/block_url_test.cc.
 
 #include "message/mail_address.h"
 
+#include "base/count.h"
 #include "message/field_piece.h"
 
 namespace {
@@ -28,4 +29,8 @@ bool IsMailAddress(TBLOCK text) {
   const TBLOCK host = text.from(at + 1);
   return host.findByte('.') >= 0 && host.allIn(bitDomain) &&
          IsLocalPart(text.head(at));
+}
+
+bool IsDottedQuad(TBLOCK text) {
+  return text.allIn(bitIpNumber) && CountByte(text, '.') == 3;
 }

@@ -1,5 +1,4 @@
-// What counts as a mail address, for mailboxes, relay lines and the words of
-// their templates.
+// What counts as an address, of mail or of a host, wherever one is looked for.
 
 #ifndef MESSAGE_MAIL_ADDRESS_H_
 #define MESSAGE_MAIL_ADDRESS_H_
@@ -15,5 +14,9 @@
 // make for each member (list+bob=example.org@lists.example.com) are no mail
 // addresses here.
 bool IsMailAddress(TBLOCK text);
+
+// Three dots, digits and, on purpose, colons; what the numbers are is not
+// looked at.
+bool IsDottedQuad(TBLOCK text);
 
 #endif  // MESSAGE_MAIL_ADDRESS_H_

@@ -4,6 +4,7 @@
 
 #include "message/received.h"
 
+#include "base/count.h"
 #include "message/mail_address.h"
 #include "regex/regex_pool.h"
 
@@ -14,7 +15,6 @@ const int32_t kMaxBracketDepth = 32;
 // What of a text the patterns see. Bounds their cost.
 const uint32_t kMaxDateBytes = 80;
 const uint32_t kMaxCommentBytes = 8192;  // a longer one has no known kind
-const int kDotsOfAddress = 3;
 
 // Words that begin a clause. A record keeps the values of the first six.
 enum : int32_t {
@@ -61,16 +61,6 @@ const char* const RcvdStdWords[] = {
     "verify",        "web",           "yes",      "user",      "as",
     "server",        "www",           "hostfix"};
 
-uint32_t Count(TBLOCK text, unsigned char byte) {
-  uint32_t n = 0;
-  for (uint32_t i = 0; i < text.length; i++) n += text[i] == byte;
-  return n;
-}
-
-bool IsDottedQuad(TBLOCK text) {
-  return text.allIn(bitIpNumber) && Count(text, '.') == kDotsOfAddress;
-}
-
 // The number of the clause that the word begins, or fieldNone.
 int32_t FindKeyword(TBLOCK word) {
   for (int32_t i = fieldFrom; i <= fieldThrough; i++)
@@ -115,7 +105,7 @@ bool IsIpv6(TBLOCK word) {
   const uint32_t kNameLength = 4;  // of "ipv6"; the colon counts as one
   if (!word.begins("ipv6:")) return false;
   const TBLOCK rest = word.from(kNameLength);
-  return rest.allIn(bitColon | bitHexa) && Count(rest, ':') >= 3;
+  return rest.allIn(bitColon | bitHexa) && CountByte(rest, ':') >= 3;
 }
 
 // Private ranges but one are addresses like any other, on purpose: TIP knows
@@ -171,7 +161,7 @@ const char* ClassOfHost(TBLOCK word) {
   if (word.equals(TBLOCK("www."), TBLOCK::NoConvTable)) return "www.dom";
   if (word.equals("localhost.localdomain")) return "lh.ld";
   if (word.begins("localhost.")) return "lh.dom";
-  return Count(word, '.') >= 2 ? "host" : "dom";
+  return CountByte(word, '.') >= 2 ? "host" : "dom";
 }
 
 const char* FindStdWord(TBLOCK word) {

@@ -1,7 +1,7 @@
-// Counts of bytes and words, for the passes over bodies.
+// Counts of bytes and words in a text.
 
-#ifndef CONTENT_COUNT_H_
-#define CONTENT_COUNT_H_
+#ifndef BASE_COUNT_H_
+#define BASE_COUNT_H_
 
 #include <stdint.h>
 
@@ -31,4 +31,4 @@ inline int32_t CountWords(TBLOCK text) {
   return count;
 }
 
-#endif  // CONTENT_COUNT_H_
+#endif  // BASE_COUNT_H_

@@ -38,5 +38,8 @@ bool MatchWildcard(TBLOCK pattern, TBLOCK value, WildcardMiddle middle) {
 bool FitsListPattern(TBLOCK pattern, TBLOCK value) {
   pattern.trim();
   if (value.empty()) return pattern.length == 1 && pattern[0] == '*';
+  if (!pattern.empty() && pattern[0] == '*' &&
+      pattern[pattern.length - 1] == '*')
+    value.cut(kMaxListedValue);
   return MatchWildcard(pattern, value, wmLiteral);
 }

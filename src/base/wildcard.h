@@ -22,6 +22,10 @@ enum WildcardMiddle {
 // A pattern with a "*" and a text never takes an empty value.
 bool MatchWildcard(TBLOCK pattern, TBLOCK value, WildcardMiddle middle);
 
+// Bytes of a value in which a list's "*text*" is looked for: more than any
+// address has. Lists have thousands of lines.
+const uint32_t kMaxListedValue = 4096;
+
 // A pattern of a host's or a client's list of senders, trimmed: with wmLiteral,
 // and an empty value fits a star alone.
 bool FitsListPattern(TBLOCK pattern, TBLOCK value);

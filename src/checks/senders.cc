@@ -16,6 +16,9 @@ namespace {
 const int kForgedScore = 300;
 // A From field above this is not held against patterns.
 const uint32_t kMaxMatchedFrom = 8192;
+// Bytes of recipients that are held against a line of a list: those of some
+// hundred people.
+const uint32_t kMaxListedRecipients = 32768;
 const uint32_t kMinRecipientName = 4;
 const uint32_t kMinRecipientEmail = 7;
 const uint32_t kMinAddedPrefix = 3;
@@ -80,10 +83,15 @@ bool FitsBox(TBLOCK pattern, const TMAILBOX& box) {
                          pattern.findByte('@') >= 0 ? box.email : box.name);
 }
 
-bool FitsAny(TBLOCK pattern, const TMAILBOXVECT& boxes) {
+// The first boxes of a list; `bytesLeft` loses their lengths.
+bool FitsAny(TBLOCK pattern, const TMAILBOXVECT& boxes, uint32_t& bytesLeft) {
   const int32_t n = boxes.count();
-  for (int32_t i = 0; i < n; i++)
-    if (FitsBox(pattern, boxes.get(i))) return true;
+  for (int32_t i = 0; i < n; i++) {
+    const TMAILBOX box = boxes.get(i);
+    if (box.text.length > bytesLeft) return false;
+    bytesLeft -= box.text.length;
+    if (FitsBox(pattern, box)) return true;
+  }
   return false;
 }
 
@@ -179,7 +187,10 @@ int TQMMSG::_fromFilter(TBLOCK pattern, int score) {
 
 // Reads: toList, ccList. Scores: the given points, "Copy to PATTERN", once.
 int TQMMSG::_ccFilter(TBLOCK pattern, int score) {
-  if (!FitsAny(pattern, toList) && !FitsAny(pattern, ccList)) return 0;
+  uint32_t bytesLeft = kMaxListedRecipients;
+  if (!FitsAny(pattern, toList, bytesLeft) &&
+      !FitsAny(pattern, ccList, bytesLeft))
+    return 0;
   STR cause("Copy to ");
   cause += pattern;
   addToSpamScore(score, cause.c_str(), 1);

@@ -39,4 +39,14 @@ TEST(WildcardTest, Rows) {
   }
 }
 
+// Lists look for a text only where an address may have it.
+TEST(WildcardTest, LongValues) {
+  const HeapText value(std::string(kMaxListedValue - 1, 'a') + "bc");
+  const char* const rows[][2] = {
+      {" *B* ", "1"}, {"*c*", "0"}, {"*bc", "1"}, {"aa*", "1"}, {"*", "1"}};
+  for (const auto& row : rows)
+    EXPECT_EQ(*row[1] == '1', FitsListPattern(TBLOCK(row[0]), value.view()))
+        << row[0];
+}
+
 }  // namespace

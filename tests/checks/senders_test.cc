@@ -60,6 +60,9 @@ TEST_F(SendersTest, PatternsOnRecipients) {
   Try(&TQMMSG::_ccFilter,
       {"bob@* Copy to bob@*", "*@team.example Copy to *@team.example",
        "team Copy to team", "c* "});
+  // The first 32 kilobytes of them count.
+  Load("To: " + Times(2977, "x@y.example, ") + "bob@z.example, c@d.example\n");
+  Try(&TQMMSG::_ccFilter, {"bob@* Copy to bob@*", "c@* "});
 }
 
 // An address that holds the user goes, and costs 50 points.

@@ -1,9 +1,10 @@
 // Whole messages against what a scan of them gives. A file NAME.eml holds
-// cases, each a line "From CASE [now=SECONDS] [user=ADDRESS] [profile=WORDS]"
-// and a message behind it; NAME.ref holds, for each case, state and score and
-// the cause's entries; NAME.sections, where there is one, the dictionary in the
-// form of rules/source_util.h. Nothing of the built-in dictionary is read.
-// tests/mail/approve writes the .ref files anew, to be looked at by diff.
+// cases, each a line "From CASE [now=SECONDS] [user=ADDRESS] [profile=WORDS]
+// [list=LINE,LINE] [params=LINE]" and a message behind it; NAME.ref holds, for
+// each case, state and score and the cause's entries; NAME.sections, where
+// there is one, the dictionary in the form of rules/source_util.h. Nothing of
+// the built-in dictionary is read. tests/mail/approve writes the .ref files
+// anew, to be looked at by diff.
 
 #include <dirent.h>
 #include <gtest/gtest.h>
@@ -27,7 +28,7 @@ const char kFolder[] = "tests/mail/";
 const int64_t kDefaultNow = 1200000000;
 
 struct Case {
-  std::string name, user, profile, text;
+  std::string name, user, profile, list, params, text;
   int64_t now = kDefaultNow;
 };
 
@@ -54,7 +55,10 @@ std::vector<Case> ReadCases(const std::string& path) {
       if (word.rfind("now=", 0) == 0) c.now = atoll(word.c_str() + 4);
       if (word.rfind("user=", 0) == 0) c.user = word.substr(5);
       if (word.rfind("profile=", 0) == 0) c.profile = word.substr(8);
+      if (word.rfind("list=", 0) == 0) c.list = word.substr(5);
+      if (word.rfind("params=", 0) == 0) c.params = word.substr(7);
     }
+    std::replace(c.list.begin(), c.list.end(), ',', '\n');
     cases.push_back(c);
   }
   return cases;
@@ -66,13 +70,14 @@ std::string Verdict(const Case& c, const std::string& sections) {
   EXPECT_TRUE(LoadSource(m->dico, sections));
   m->fixedTime = c.now;
   m->setProfileInfo(0, c.profile.c_str());
+  m->setParams(c.params.c_str());
   m->loadFromBlock(TBLOCK(c.text.data(), static_cast<uint32_t>(c.text.size())),
                    c.user.c_str(), 0);
   const uint32_t wanted = QM_CHECK_VIRUS | QM_CHECK_NOTIFICATION;
   const QMGLOBALSETUP globalSetup = {8, wanted};
   const QMUSERSETUP userSetup = {20, -100, 200, 0, wanted};
-  m->check(&globalSetup, &userSetup, TBLOCK(), TBLOCK(), 1, 0, c.user.c_str(),
-           0);
+  m->check(&globalSetup, &userSetup, TBLOCK(c.list.c_str()), TBLOCK(), 1, 0,
+           c.user.c_str(), 0);
   std::string verdict = c.name + ": state " + std::to_string(m->ledger.state) +
                         ", score " + std::to_string(m->ledger.score) + "\n";
   TBLOCK rest = m->ledger.cause.view();

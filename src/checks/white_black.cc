@@ -107,9 +107,7 @@ void TQMMSG::checkWhiteRecip() {
   for (int32_t i = 0; i < n; i++) {
     const TMAILBOX box = toList.get(i);
     if (box.scheme <= 0) continue;
-    if (!box.name.empty() && !fromBox.name.empty() &&
-        box.name.equals(fromBox.name))
-      continue;
+    if (!box.name.empty() && box.name.equals(fromBox.name)) continue;
     addToSpamScore(-100, "@!Recipients", 1);
     return;
   }

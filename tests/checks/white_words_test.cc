@@ -1,4 +1,4 @@
-// Where the black words stop.
+// Where the black words stop, and which points are white.
 
 #include <gtest/gtest.h>
 
@@ -24,4 +24,15 @@ TEST(WhiteWordsTest, BlackWordsUntilTheBailout) {
     m.checkBlackWords();
     EXPECT_EQ(row.score, m.ledger.score) << row.bailout << " " << row.start;
   }
+}
+
+TEST(WhiteWordsTest, WhitePointsAreKeptApart) {
+  TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
+  ASSERT_TRUE(LoadSource(m.dico, "[^=WhiteRegex]\n<7>a:(Subject=.)"));
+  m.loadFromBlock(TBLOCK("From: a@b.example\nSubject: s\n\nx\n"), "", 1);
+  m.listFilter(TBLOCK("+a@*\n-a@*\n"));
+  m.checkWhite();
+  m.addToSpamScore(1, "black", 1);
+  EXPECT_EQ(-4993, m.ledger.whiteScore);
+  EXPECT_EQ(5001, m.ledger.blackScore);
 }

@@ -90,6 +90,8 @@ TEST(KeywordCompareTest, EachTrickAlone) {
       {"v1agra", "viagra", moNear, kFound | moNear},
       {"v1@gra", "viagra", moNear, kFound | moNear},
       {"v|agra", "viagra", moNear, kFound | moNear},
+      {"V1AGRA", "VIAGRA", moNear, kFound | moNear},
+      {"caf3", "caf\xE9", moNear, kFound | moNear},
       {"v2agra", "viagra", moNear, 0},
       {"vaigra", "viagra", moPermut, kFound | moPermut},
       {"viagar", "viagra", moPermut, kFound | moPermut},
@@ -373,7 +375,7 @@ TEST(KeywordCompareTest, Keys) {
   const char* rows[][2] = {{"viagra", "V"}, {"+-9", "#"},   {"+-", ""},
                            {"", ""},        {"\x9A", "S"},  {"\xFF", "Y"},
                            {"\xC1", "A"},   {"\xE7z", "C"}, {"|x", "|"},
-                           {"$5", "$"},     {"\x9E.", "Z"}};
+                           {"$5", "$"},     {"\x9E.", "Z"}, {"\x9C", "\x8C"}};
   for (const auto& row : rows) {
     HeapText word(row[0]);
     EXPECT_EQ(static_cast<unsigned char>(row[1][0]), GetWordKey(word.view()))

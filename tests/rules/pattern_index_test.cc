@@ -12,13 +12,13 @@
 
 namespace {
 
-const char kWordBytes[] = "vviaagrrAVGIR1|!@.-'$s~8O0#*+lt\xA0\xE9";
-const char kPatternBytes[] = "vviaaggrrslt#~\\&*.-";
+const char kWordBytes[] = "vviaagrrAVGIR1|!@.-'$s~8O0#*+lt3\xA0\xE9";
+const char kPatternBytes[] = "vviaaggrrslt#~\\&*.-\xE9I";
 
 std::string RandomPattern(Numbers& numbers) {
   std::string pattern;
   for (uint32_t n = 1 + numbers.Below(7); n; n--)
-    pattern += kPatternBytes[numbers.Below(numbers.Below(3) ? 11 : 19)];
+    pattern += kPatternBytes[numbers.Below(numbers.Below(3) ? 11 : 21)];
   return pattern;
 }
 

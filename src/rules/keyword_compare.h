@@ -10,6 +10,10 @@
 #include "base/vectors.h"
 #include "rules/keyword_image.h"
 
+// Bytes that may stand between the letters of a word in disguise.
+const uint32_t kBetweenLetters =
+    bitWordBreak | bitWhiteSpace | bitNonBreaking | bitUseless;
+
 // 0 for no match, else moFound and the bits of the tricks that were used
 // (mo..., keyword_image.h). `options` are the tricks that are allowed, by the
 // same bits. With prefixOnly the word may go on behind the pattern. blocks and

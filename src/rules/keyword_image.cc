@@ -8,6 +8,8 @@
 
 #include <string.h>
 
+#include "base/md5.h"
+
 namespace {
 
 // Records of a table that lie inside `size` bytes. A table that begins in the
@@ -87,6 +89,18 @@ TBLOCK Slice(TBLOCK pool, uint32_t offset, uint32_t length) {
 }
 
 }  // namespace
+
+void GetNameDigest(TBLOCK name, unsigned char digest[kSectionNameBytes]) {
+  MD5 md5;
+  unsigned char lower[256];
+  while (!name.empty()) {
+    const uint32_t n = name.length < sizeof lower ? name.length : sizeof lower;
+    for (uint32_t i = 0; i < n; i++) lower[i] = TBLOCK::LowerConvTable[name[i]];
+    md5.add(lower, n);
+    name.skip(n);
+  }
+  memcpy(digest, md5.get(), kSectionNameBytes);
+}
 
 bool _IsIntelCPU() {
   const uint32_t number = 0x04030201;

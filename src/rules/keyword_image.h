@@ -159,6 +159,9 @@ bool IsKeywordImage(TBLOCK image);
 // when the header's size is right in neither order.
 int setupKeywords(TBLOCK image, int32_t& swapped);
 
+// Digest by which the section of that name stands in an image.
+void GetNameDigest(TBLOCK name, unsigned char digest[kSectionNameBytes]);
+
 // Whether this machine is little-endian.
 bool _IsIntelCPU();
 

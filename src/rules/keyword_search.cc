@@ -41,10 +41,6 @@ const int32_t kNever = 0x7FFFFFFF;
 // Keys that a word is looked up by: none, its own, two look-alikes.
 const uint32_t kMaxWordKeys = 4;
 
-// Bytes that a keyword in disguise may stand between.
-const uint32_t kBrokenBits =
-    bitWordBreak | bitWhiteSpace | bitNonBreaking | bitUseless;
-
 // A phrase that was found.
 struct TPHRASEMATCH {
   int32_t used;   // words of the text; 0: not found
@@ -442,10 +438,6 @@ TLINETRY TryLine(const TQKLINE* line, TKEYWORDSEARCH& search, int32_t start) {
   return result;
 }
 
-void CountUp(uint16_t& counter) {
-  if (counter < 0xFFFF) counter++;
-}
-
 bool IsPatternSection(const TQKSECTION* section) {
   return section && section->type == stPattern;
 }
@@ -662,8 +654,8 @@ bool WordBrokenSearch(TBLOCK text, TBLOCK keyword) {
   uint32_t i = 0;
   uint32_t letters = 0;
   for (uint32_t k = 0; k < keyword.length; k++) {
-    if (TBLOCK::Is(keyword[k], kBrokenBits)) continue;
-    while (i < text.length && TBLOCK::Is(text[i], kBrokenBits)) i++;
+    if (TBLOCK::Is(keyword[k], kBetweenLetters)) continue;
+    while (i < text.length && TBLOCK::Is(text[i], kBetweenLetters)) i++;
     if (i >= text.length ||
         TBLOCK::LowerConvTable[text[i]] != TBLOCK::LowerConvTable[keyword[k]])
       return false;
@@ -676,10 +668,10 @@ bool WordBrokenSearch(TBLOCK text, TBLOCK keyword) {
 // Skips what stands ahead of the first letter, and marks of answers and of
 // forwarded mail.
 void SkipLineHead(TBLOCK& text) {
-  text.trimLeft(kBrokenBits);
+  text.trimLeft(kBetweenLetters);
   while (text.begins("re:") || text.begins("tr:")) {
     text.skip(3);
-    text.trimLeft(kBrokenBits);
+    text.trimLeft(kBetweenLetters);
   }
 }
 

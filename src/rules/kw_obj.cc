@@ -111,13 +111,6 @@ void GetSectionType(TBLOCK& name, uint16_t& type, uint16_t& flags) {
     }
 }
 
-void GetNameDigest(TBLOCK name, unsigned char digest[kSectionNameBytes]) {
-  MD5 md5;
-  for (uint32_t i = 0; i < name.length; i++)
-    md5.add(&TBLOCK::LowerConvTable[name[i]], 1);
-  memcpy(digest, md5.get(), kSectionNameBytes);
-}
-
 unsigned char GetLineKey(TBLOCK word) {
   if (word.empty()) return 0;
   const bool escaped = word[0] == '\\' && word.length > 1;

@@ -31,9 +31,6 @@ uint8_t GetPatchDicoAction(TBLOCK& line);
 // What a section's name in source stands for, with the prefix taken off it.
 void GetSectionType(TBLOCK& name, uint16_t& type, uint16_t& flags);
 
-// Digest of a section's name, case folded.
-void GetNameDigest(TBLOCK name, unsigned char digest[kSectionNameBytes]);
-
 // The key by which a pattern line that begins with this word is filed, or 0.
 unsigned char GetLineKey(TBLOCK word);
 

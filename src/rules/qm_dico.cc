@@ -130,12 +130,7 @@ class SECTIONSUM {
 
 int SectionDigest(TBLOCK name, unsigned char* digest) {
   if (name.empty() || name.length >= kMaxSectionName) return 0;
-  unsigned char lower[kMaxSectionName];
-  for (uint32_t i = 0; i < name.length; i++)
-    lower[i] = TBLOCK::LowerConvTable[name[i]];
-  MD5 md5;
-  md5.add(lower, name.length);
-  memcpy(digest, md5.get(), MD5::kDigestBytes);
+  GetNameDigest(name, digest);
   return 1;
 }
 
@@ -313,15 +308,10 @@ void TQMDICO::precompileRegexesIntoPool() {
     for (uint32_t i = 0; i < n && left > 0; i++, left--) {
       TBLOCK pattern = lineBlock(image().sectionLine(section, i));
       TBLOCK name;
-      if (section->type == stRule) {
+      if (section->type == stRule)
         _CheckRule(pattern, name, pool);
-        continue;
-      }
-      if (section->type == stNamedRegex) {
-        TBLOCK::BlockBeforeChar(pattern, ':', 0, 0);
-        pattern.trim();
-      }
-      _AddRegexMixInStaticPool(pattern, pool);
+      else if (section->type == stRegex || CutNamed(pattern, name, pattern))
+        _AddRegexMixInStaticPool(pattern, pool);
     }
   }
 }

@@ -78,6 +78,10 @@ struct TLINECOUNTS {
   uint16_t spare;
 };
 
+inline void CountUp(uint16_t& count) {
+  if (count < UINT16_MAX) count++;
+}
+
 class TQMDICO {
  public:
   HSTUFF* stuff;          // null when memory was short

@@ -12,6 +12,7 @@
 
 #include "base/score.h"
 #include "regex/zr_regex.h"
+#include "rules/keyword_compare.h"
 #include "rules/qm_dico.h"
 
 const char _FUNCNAMES[kRuleFunctionCount][kRuleFunctionBytes] = {
@@ -140,8 +141,6 @@ void ReverseBytes(TBLOCK text) {
 
 // Changes the copy of an element; returns its new length.
 uint32_t ChangeCopy(int32_t func, TBLOCK text) {
-  const uint32_t kNotInWords =
-      bitWordBreak | bitWhiteSpace | bitNonBreaking | bitUseless;
   uint32_t kept = 0;
   switch (func) {
     case rfCvd:
@@ -158,7 +157,8 @@ uint32_t ChangeCopy(int32_t func, TBLOCK text) {
     }
     case rfAlpha:
       for (uint32_t i = 0; i < text.length; i++)
-        if (!TBLOCK::Is(text[i], kNotInWords)) text.pointer[kept++] = text[i];
+        if (!TBLOCK::Is(text[i], kBetweenLetters))
+          text.pointer[kept++] = text[i];
       return kept;
     case rfRev:
       ReverseBytes(text);
@@ -359,18 +359,10 @@ int TQMEXPR::parse(TBLOCK text, const TQMDICO& dico) {
   return 1;
 }
 
-namespace {
-
-bool EndsInByte(TBLOCK text, unsigned char byte) {
-  return !text.empty() && text[text.length - 1] == byte;
-}
-
-}  // namespace
-
 // "function(...)", then "...[i]" or "...[i,j]", then "@Name" or a name.
 void TQMEXPR::readField(TBLOCK text, const TQMDICO& dico) {
   const int32_t open = text.findByte('(');
-  if (open >= 0 && EndsInByte(text, ')')) {
+  if (open >= 0 && text.ends(")")) {
     TBLOCK name = text.head(static_cast<uint32_t>(open));
     name.trim();
     func = FunctionNumber(name);
@@ -379,7 +371,7 @@ void TQMEXPR::readField(TBLOCK text, const TQMDICO& dico) {
     text.trim();
   }
   const int32_t bracket = text.findByte('[');
-  if (bracket >= 0 && EndsInByte(text, ']')) {
+  if (bracket >= 0 && text.ends("]")) {
     TBLOCK range = text.head(text.length - 1);
     range.skip(static_cast<uint32_t>(bracket) + 1);
     text.cut(static_cast<uint32_t>(bracket));

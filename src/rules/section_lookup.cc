@@ -58,8 +58,7 @@ bool TQMDICO::isSpent(const TQKLINE* line) {
 }
 
 void TQMDICO::countHit(const TQKLINE* line) {
-  uint16_t& count = countsOf(line).matchCount;
-  if (count < UINT16_MAX) count++;
+  CountUp(countsOf(line).matchCount);
 }
 
 int TQMDICO::searchString(const TQKSECTION* section, TBLOCK text,

@@ -28,13 +28,8 @@ int32_t FindSplit(TBLOCK pattern) {
   return escaped ? -1 : at;
 }
 
-bool Matches(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool) {
-  REGEX regex(pattern, pool);
-  return regex.match(subject);
-}
-
-// Whether a compiled pattern, if any, matches.
-bool Runs(const zr_regex* compiled, TBLOCK text) {
+// False without a compiled pattern.
+bool MatchesCompiled(const zr_regex* compiled, TBLOCK text) {
   return compiled && zr_regexec_len(compiled, Bytes(text), 0, nullptr, 0,
                                     Length(text)) == ZR_OK;
 }
@@ -127,7 +122,7 @@ void REGEX::_commonCtorJob() {
 }
 
 bool REGEX::matches(TBLOCK text) const {
-  return Runs(compiled, text);
+  return MatchesCompiled(compiled, text);
 }
 
 bool REGEX::match(TBLOCK text) {
@@ -227,8 +222,8 @@ int32_t RULEPATTERN::compileError() const {
 bool RULEPATTERN::match(TBLOCK subject) const {
   if (matchesAtOnce(subject)) return true;
   if (form == rfNone) return false;
-  if (form != rfNot && !Runs(must, subject)) return false;
-  return !Runs(mustNot, subject);
+  if (form != rfNot && !MatchesCompiled(must, subject)) return false;
+  return !MatchesCompiled(mustNot, subject);
 }
 
 bool BlockMatchRegex(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool,
@@ -306,7 +301,7 @@ void GetAdnAgent(STR& out, TBLOCK agent, REGEXPOOL* pool) {
     return;
   }
   for (const AdnAgentRow& row : _Adn_Agent_Table) {
-    if (!Matches(agent, TBLOCK(row.pattern), pool)) continue;
+    if (!REGEX(row.pattern, pool).matches(agent)) continue;
     out += row.code;
     return;
   }

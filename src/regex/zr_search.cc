@@ -80,8 +80,7 @@ void zr_search_add_first(const zr_regex* preg, const zr_plan& plan,
   }
   for (uint32_t k = 0; k < 2; k++) {
     if (!plan.places[k]) continue;
-    const zr_set one = zr_search_set(preg->search, plan.places[k][index]);
-    for (uint32_t i = 0; i < 8; i++) set->bits[i] |= one.bits[i];
+    zr_set_add_all(set, zr_search_set(preg->search, plan.places[k][index]));
   }
 }
 

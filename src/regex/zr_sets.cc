@@ -17,54 +17,61 @@ static void Negate(zr_set* set) {
   for (uint32_t& word : set->bits) word = ~word;
 }
 
-static void AddAll(zr_set* set, const zr_set& other) {
-  for (uint32_t i = 0; i < 8; i++) set->bits[i] |= other.bits[i];
+static bool IsNegated(uint32_t opcode) {
+  switch (opcode) {
+    case ZR_NOTCHAR:
+    case ZR_NOTCLASS:
+    case ZR_NOTSET:
+    case ZR_NOTRANGE:
+    case ZR_NOTALNUM:
+    case ZR_NOTWORD:
+    case ZR_NOTSPACE:
+    case ZR_NOTDIGIT:
+      return true;
+    default:
+      return false;
+  }
 }
 
-// The opcodes that need nothing but themselves, as nodes and as members.
+// The opcodes that need nothing but themselves, before a negation.
 static void AddPlain(uint32_t opcode, zr_set* set) {
-  zr_set one = {};
   switch (opcode) {
     case ZR_ANY:
-      AddRange(&one, 0x0D, 0xFF);
+      AddRange(set, 0x0D, 0xFF);
       break;
     case ZR_TAB:
-      zr_set_add(&one, '\t');
+      zr_set_add(set, '\t');
       break;
     case ZR_LF:
-      zr_set_add(&one, '\n');
+      zr_set_add(set, '\n');
       break;
     case ZR_CR:
-      zr_set_add(&one, '\r');
+      zr_set_add(set, '\r');
       break;
     case ZR_BS:
-      zr_set_add(&one, 0x08);
+      zr_set_add(set, 0x08);
       break;
     case ZR_WORD:
     case ZR_NOTWORD:
-      zr_set_add(&one, '_');
+      zr_set_add(set, '_');
       [[fallthrough]];
     case ZR_ALNUM:
     case ZR_NOTALNUM:
-      AddRange(&one, 'A', 'Z');
-      AddRange(&one, 'a', 'z');
+      AddRange(set, 'A', 'Z');
+      AddRange(set, 'a', 'z');
       [[fallthrough]];
     case ZR_DIGIT:
     case ZR_NOTDIGIT:
-      AddRange(&one, '0', '9');
+      AddRange(set, '0', '9');
       break;
     case ZR_SPACE:
     case ZR_NOTSPACE:
-      AddRange(&one, '\t', '\r');
-      zr_set_add(&one, ' ');
+      AddRange(set, '\t', '\r');
+      zr_set_add(set, ' ');
       break;
     default:
       break;
   }
-  if (opcode == ZR_NOTALNUM || opcode == ZR_NOTWORD || opcode == ZR_NOTSPACE ||
-      opcode == ZR_NOTDIGIT)
-    Negate(&one);
-  AddAll(set, one);
 }
 
 static void AddMember(const zr_regex* preg, const zr_member& member,
@@ -77,8 +84,12 @@ static void AddMember(const zr_regex* preg, const zr_member& member,
     case ZR_MEMBER_RANGE:
       AddRange(set, preg->pool[member.a], preg->pool[member.b]);
       break;
-    default:
-      AddPlain(member.kind, set);
+    default: {
+      zr_set one = {};
+      AddPlain(member.kind, &one);
+      if (IsNegated(member.kind)) Negate(&one);
+      zr_set_add_all(set, one);
+    }
   }
 }
 
@@ -106,9 +117,7 @@ static zr_set FoldedSet(const zr_regex* preg, const zr_node& node) {
     default:
       AddPlain(node.opcode, &set);
   }
-  if (node.opcode == ZR_NOTCHAR || node.opcode == ZR_NOTSET ||
-      node.opcode == ZR_NOTRANGE || node.opcode == ZR_NOTCLASS)
-    Negate(&set);
+  if (IsNegated(node.opcode)) Negate(&set);
   return set;
 }
 

@@ -56,6 +56,10 @@ inline void zr_set_add(zr_set* set, uint32_t byte) {
   set->bits[byte >> 5] |= 1u << (byte & 31);
 }
 
+inline void zr_set_add_all(zr_set* set, const zr_set& other) {
+  for (uint32_t i = 0; i < 8; i++) set->bits[i] |= other.bits[i];
+}
+
 // The first byte from `from` on that is in the set; 256 when there is none.
 inline uint32_t zr_set_next(const zr_set& set, uint32_t from) {
   for (uint32_t c = from; c < 256; c = (c | 31) + 1) {

@@ -88,7 +88,8 @@ rules.kws:19:6: warning: only sections [$...] and [*...] can be asked so
 END
 source_file odd.kws '[P]' '(=)<5>viagra|cialis' 'abc|*def' 'a? b|ab' '-foo' \
   "buy${tab}now" '<30>(=)x' '*x|y' '[*D]' '<1>Ab.net' 'X@b.net' '[@E]' \
-  '<1>x' 'b.NET' '[%L]' '<1>""' '[&A]' 'p' 'none' '[&B]' 'D'
+  '<1>x' 'b.NET' '[%L]' '<1>""' '[&A]' 'p' 'none' '[&B]' 'D' '[Q]' \
+  'c|\? b'
 expect 'warnings' 0 "$kwc" -o odd.kwo head.kws odd.kws <<'END'
 odd.kws:7:5: warning: options stand in front of the score; here they are a word
 odd.kws:10:4: warning: a domain with a capital is never found: the digest tells case
@@ -100,6 +101,7 @@ odd.kws:3:5: warning: the line is not looked up by the first byte of this word: 
 odd.kws:4:4: warning: the line is not looked up by the first byte of this word: give it a line of its own
 odd.kws:5:1: warning: no word is looked up by a sign in front
 odd.kws:16:4: warning: the line makes no bytes
+odd.kws:23:3: warning: the line is not looked up by the first byte of this word: give it a line of its own
 END
 expect 'words' 0 "$cli" dict odd.kwo --find P 'NOW, abc; buy now (v1agra)' <<'END'
 found: score 5: viagra|cialis

@@ -335,11 +335,6 @@ TBLOCK CompiledWord(const TKwObj& object, uint32_t i) {
   return TBLOCK(object.text.data + word.offset, word.length);
 }
 
-bool IsOptional(TBLOCK word) {
-  const uint32_t n = word.length;
-  return n > 1 && word[n - 1] == '?' && (n < 3 || word[n - 2] != '\\');
-}
-
 // A line is looked up by the class of its first byte; so where it may begin in
 // another way it is passed over.
 void CheckKeys(const SourceLine& line, size_t from, const TQKLINE& record,
@@ -356,15 +351,15 @@ void CheckKeys(const SourceLine& line, size_t from, const TQKLINE& record,
         reinterpret_cast<const TQKOR*>(object.ors.data)[group.first + i];
     bool begins = true;
     for (uint32_t k = 0; k < phrase.count; k++) {
-      const TBLOCK word = CompiledWord(object, phrase.first + k);
+      TBLOCK word = CompiledWord(object, phrase.first + k);
       from = line.text.find(reinterpret_cast<const char*>(word.pointer), from,
                             word.length);
       if (begins && GetLineKey(word) != record.key)
         messages.warning(line, from,
                          "the line is not looked up by the first byte of this "
                          "word: give it a line of its own");
-      begins = begins && IsOptional(word);
       from += word.length;
+      begins = begins && TakeOptional(word);
     }
   }
 }

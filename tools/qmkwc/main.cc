@@ -43,53 +43,63 @@ bool WriteSource(const std::string& path, const BLOCK& image) {
   return fclose(file) == 0 && good;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+struct Arguments {
   CompileOptions options;
-  std::string out, source;
+  std::string out, source;  // empty: not written
+};
+
+// False for what Usage does not allow.
+bool ReadArguments(int argc, char** argv, Arguments& to) {
   bool onlyFiles = false;
   for (int i = 1; i < argc; i++) {
     const std::string argument = argv[i];
     const bool value = i + 1 < argc;
     if (onlyFiles || argument.empty() || argument[0] != '-')
-      options.inputs.push_back(argument);
+      to.options.inputs.push_back(argument);
     else if (argument == "--")
       onlyFiles = true;
     else if (argument == "--patch")
-      options.patch = true;
+      to.options.patch = true;
     else if (argument == "-o" && value)
-      out = argv[++i];
+      to.out = argv[++i];
     else if (argument == "--cc" && value)
-      source = argv[++i];
+      to.source = argv[++i];
     else if (argument == "-D" && value)
-      options.defines.push_back(argv[++i]);
+      to.options.defines.push_back(argv[++i]);
     else if (argument.compare(0, 2, "-D") == 0 && argument.size() > 2)
-      options.defines.push_back(argument.substr(2));
+      to.options.defines.push_back(argument.substr(2));
     else
-      return Usage();
+      return false;
   }
-  if (options.inputs.empty() || (out.empty() && source.empty())) return Usage();
+  return !to.options.inputs.empty() && !(to.out.empty() && to.source.empty());
+}
 
+int CannotWrite(const std::string& path) {
+  fprintf(stderr, "qmkwc: cannot write %s\n", path.c_str());
+  return kExitIo;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Arguments arguments;
+  if (!ReadArguments(argc, argv, arguments)) return Usage();
   Messages messages;
   TKwObj object;
   BLOCK image(0, 65536);
-  if (!Compile(options, messages, object)) return kExitBadSource;
+  if (!Compile(arguments.options, messages, object)) return kExitBadSource;
   if (!object.WriteToStream(&image)) {
     fprintf(stderr, "qmkwc: %s\n",
             object.error ? object.error : "out of memory");
     return kExitIo;
   }
+  const std::string& out = arguments.out;
   if (!out.empty()) {
     remove(out.c_str());
-    if (!image.saveTo(out.c_str(), 0)) {
-      fprintf(stderr, "qmkwc: cannot write %s\n", out.c_str());
-      return kExitIo;
-    }
+    if (!image.saveTo(out.c_str(), 0)) return CannotWrite(out);
   }
-  if (!source.empty() && !WriteSource(source, image)) {
-    fprintf(stderr, "qmkwc: cannot write %s\n", source.c_str());
-    return kExitIo;
-  }
+  const std::string& source = arguments.source;
+  if (!source.empty() && !WriteSource(source, image))
+    return CannotWrite(source);
   return 0;
 }

@@ -89,14 +89,19 @@ bool IsOperatorByte(unsigned char c) {
   return c == '=' || c == '<' || c == '>' || c == '!' || c == '#' || c == '$';
 }
 
-bool ReadLeaf(TBLOCK text, TLEAFTEXT& leaf) {
+// Number and field, up to the operator.
+void TakeField(TBLOCK& text, TLEAFTEXT& leaf) {
   text.trimLeft();
   TakeCount(text, leaf);
   uint32_t n = 0;
   while (n < text.length && !IsOperatorByte(text[n])) n++;
   leaf.field = text.head(n);
-  leaf.field.trim();
   text.skip(n);
+}
+
+bool ReadLeaf(TBLOCK text, TLEAFTEXT& leaf) {
+  TakeField(text, leaf);
+  leaf.field.trim();
   leaf.isSection = !text.empty() && text[0] == '$';
   if (leaf.isSection) text.skip(1);
   if (!TakeOperator(text, leaf.op)) return false;
@@ -272,6 +277,12 @@ int ParseRuleName(TBLOCK& text, TBLOCK& name) {
   text = rest;
   name = found;
   return 1;
+}
+
+TBLOCK LeafField(TBLOCK text) {
+  TLEAFTEXT leaf;
+  TakeField(text, leaf);
+  return leaf.field;
 }
 
 bool ParseRule(TBLOCK text, TQMRULE& rule, BLOCK& store) {

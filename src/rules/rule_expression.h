@@ -129,6 +129,10 @@ int32_t TakeDecimal(TBLOCK& text);
 // the name.
 int ParseRuleName(TBLOCK& text, TBLOCK& name);
 
+// What stands in a leaf, well-formed or not, between its number and its
+// operator, white space included.
+TBLOCK LeafField(TBLOCK text);
+
 // Takes a rule apart; its parts are appended to `store`, as TRULEPART, and
 // `rule.parts` is null. False when memory is short. The cost is linear in the
 // text for each level of parentheses.

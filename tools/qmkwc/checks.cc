@@ -17,10 +17,6 @@ namespace {
 // A longer name is never found.
 const size_t kMaxNameBytes = 2047;
 
-bool IsOneOf(const char* set, unsigned char c) {
-  return c != 0 && strchr(set, c) != nullptr;
-}
-
 class SectionCheck {
  public:
   SectionCheck(const SourceSection& section, const SectionNames& names,
@@ -252,18 +248,12 @@ void SectionCheck::checkStop(const SourceLine& line, const TRULEPART& part) {
 void SectionCheck::checkLeaf(const SourceLine& line, TBLOCK text) {
   TQMEXPR leaf;
   const bool good = leaf.parse(text, dico_) != 0;
-  TBLOCK field = text;
-  uint32_t n = 0;
-  while (n < field.length && TBLOCK::Is(field[n], bitDigit)) n++;
-  if (n > 0 && n < field.length && IsOneOf("<>=", field[n])) field.skip(n + 1);
-  n = 0;
-  while (n < field.length && !IsOneOf("=<>!#$", field[n])) n++;
+  TBLOCK field = LeafField(text);
   if (!good) {
-    messages_.error(line, OffsetIn(line, field) + n,
+    messages_.error(line, OffsetIn(line, field) + field.length,
                     "no leaf of a rule: a field, one of = <> == !=, a value");
     return;
   }
-  field.cut(n);
   field.trim();
   checkField(line, field, leaf);
   if (leaf.isSection)

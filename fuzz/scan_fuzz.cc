@@ -251,14 +251,16 @@ void CASE::buildMessage(uint8_t repeat) {
 }
 
 void CASE::buildImage() {
-  if (dictionary == kdSections && source.empty()) {
+  // Sections begin with a name.
+  const size_t from = std::min(source.find('['), source.size());
+  if (dictionary == kdSections && from == source.size()) {
     static const std::string* const ready =
         new std::string(CompileSource(kSections));
     image = *ready;
   } else if (dictionary == kdSections) {
-    image = CompileSource(kSections + source);
+    image = CompileSource(kSections + source.substr(from));
   } else if (dictionary == kdSource) {
-    image = CompileSource(source);
+    image = CompileSource(source.substr(from));
   } else if (dictionary == kdRaw) {
     image = source;
   }

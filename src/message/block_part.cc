@@ -116,11 +116,8 @@ int32_t BLOCKPART::headerFieldIndex(const char* fieldName,
                                     TBLOCK& value) const {
   const TBLOCK wanted(fieldName);
   for (int32_t i = fields.count() - 1; i >= 0; i--) {
-    const TBLOCK field = fields.get(i);
-    if (field.length <= wanted.length || field[wanted.length] != ':' ||
-        !field.begins(wanted))
-      continue;
-    value = field.from(wanted.length + 1);
+    value = fields.get(i);
+    if (!TakeFieldName(value, wanted)) continue;
     value.trim();
     value.stripQuotes();
     return i;

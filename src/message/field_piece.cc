@@ -2,6 +2,14 @@
 
 #include "message/field_piece.h"
 
+bool TakeFieldName(TBLOCK& line, TBLOCK name) {
+  if (line.length <= name.length || line[name.length] != ':' ||
+      !line.begins(name))
+    return false;
+  line.skip(name.length + 1);
+  return true;
+}
+
 uint32_t FindOutsideQuotes(TBLOCK text, unsigned char byte) {
   unsigned char quote = 0;
   uint32_t n = 0;

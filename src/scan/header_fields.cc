@@ -12,13 +12,6 @@ namespace {
 // A rest of the mailer field below this tells nothing.
 const uint32_t kMinMailerName = 6;
 
-// Whether a header line is the field of that name. The ":" must follow the
-// name directly: "Subject :" is no subject.
-bool IsField(TBLOCK line, TBLOCK name) {
-  return line.length > name.length && line[name.length] == ':' &&
-         line.begins(name);
-}
-
 // The date of a relay line that may be missing, or tell none.
 void ReadRelayDate(const BLOCKRECEIVED* line, BLOCKDATE& date) {
   if (line && !line->date.empty()) date.parseFrom(line->date);
@@ -98,9 +91,9 @@ int TQMMSG::readHeaderField(const char* name, TBLOCK& value, int strip) {
   const TBLOCK wanted(name);
   const int32_t n = message.fields.count();
   for (int32_t i = 0; i < n; i++) {
-    const TBLOCK line = message.fields.get(i);
-    if (IsField(line, wanted))
-      return takeFieldValue(line.from(wanted.length + 1), value, strip);
+    TBLOCK found = message.fields.get(i);
+    if (TakeFieldName(found, wanted))
+      return takeFieldValue(found, value, strip);
   }
   value.clear();
   return 0;
@@ -109,9 +102,9 @@ int TQMMSG::readHeaderField(const char* name, TBLOCK& value, int strip) {
 int TQMMSG::readLastHeaderField(const char* name, TBLOCK& value, int strip) {
   const TBLOCK wanted(name);
   for (int32_t i = message.fields.count(); i-- > 0;) {
-    const TBLOCK line = message.fields.get(i);
-    if (IsField(line, wanted))
-      return takeFieldValue(line.from(wanted.length + 1), value, strip);
+    TBLOCK found = message.fields.get(i);
+    if (TakeFieldName(found, wanted))
+      return takeFieldValue(found, value, strip);
   }
   value.clear();
   return 0;
@@ -261,12 +254,12 @@ void TQMMSG::readReceivedAndLists() {
   const TBLOCK fieldName("received");
   const TBLOCKVECT& fields = message.fields;
   for (int32_t i = 0; i < fields.count(); i++) {
-    const TBLOCK line = fields.get(i);
+    TBLOCK value = fields.get(i);
     const TQKLINE* match = nullptr;
-    if (i < kMaxMatchedFields && dico.matchRegex("HdrMailingList", line, match))
+    if (i < kMaxMatchedFields &&
+        dico.matchRegex("HdrMailingList", value, match))
       mailingListScore = ClampScore(int64_t{mailingListScore} + match->score);
-    if (!IsField(line, fieldName)) continue;
-    TBLOCK value = line.from(fieldName.length + 1);
+    if (!TakeFieldName(value, fieldName)) continue;
     value.trim();
     value.stripQuotes();
     if (receivedFields.count() == 0 || value.find("from ") >= 0)

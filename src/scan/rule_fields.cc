@@ -11,6 +11,7 @@
 #include <new>
 
 #include "content/phone.h"
+#include "message/field_piece.h"
 #include "message/received.h"
 #include "regex/regex.h"
 #include "scan/tqmmsg.h"
@@ -88,10 +89,8 @@ TBLOCK BareValue(TBLOCK value) {
 TBLOCK FirstHeaderValue(const BLOCKPART& part, TBLOCK name) {
   const TBLOCKVECT& lines = part.fields;
   for (int32_t i = 0; i < lines.count(); i++) {
-    const TBLOCK line = lines.get(i);
-    if (line.length > name.length && line[name.length] == ':' &&
-        line.begins(name))
-      return BareValue(line.from(name.length + 1));
+    TBLOCK value = lines.get(i);
+    if (TakeFieldName(value, name)) return BareValue(value);
   }
   return TBLOCK();
 }

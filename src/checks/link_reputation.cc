@@ -179,9 +179,9 @@ void TQMMSG::checkLinkText() {
   if (!links || !dico.findSection("LinkText")) return;
   dico.clearMatchCount("LinkText");
   for (int32_t i = 0; i < links->count(); i++) {
-    const TBLOCKVECT* const texts = links->get(i)->texts;
-    for (int32_t t = 0; texts && t < texts->count(); t++)
-      dico.scanString("LinkText", texts->get(t), 0);
+    const TBLOCKVECT& texts = *links->get(i)->texts;
+    for (int32_t t = 0; t < texts.count(); t++)
+      dico.scanString("LinkText", texts.get(t), 0);
   }
   addSectionScore("LinkText", 0, " in link text");
 }

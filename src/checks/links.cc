@@ -91,18 +91,28 @@ bool HasForgedPair(const TLINKVECT& links) {
   return false;
 }
 
+// The words of all URLs, as one text.
+void ScoreHrefWords(TQMMSG& m) {
+  const TQKSECTION* const section = m.dico.findSection("HrefWords");
+  if (!section) return;
+  TBLOCKVECT words(0);
+  for (int32_t i = 0; i < m.links->count(); i++) {
+    const TBLOCKURL& url = m.links->get(i)->url;
+    if (url.proto & kHttpProtos) BlockToWords(url.url, words, 0);
+  }
+  int32_t hits = 0;
+  m.dico.findKeywords(section, words, m.recipientBox.email, 0, 0, hits);
+  m.addSectionScore("HrefWords", 0, " #");
+}
+
 }  // namespace
 
 // Reads: links, linkCount, recipientBox. Scores: see the body, "HrefWords".
 void TQMMSG::checkBlackLinks() {
   if (!links || links->count() == 0) return;
   LINKSHAPES found = {};
-  TBLOCKVECT words(0);
-  for (int32_t i = links->count(); i-- > 0;) {
-    const TBLOCKURL& url = links->get(i)->url;
-    CountShape(url, linkCount <= kMaxRandomLinks, found);
-    if (url.proto & kHttpProtos) BlockToWords(url.url, words, 0);
-  }
+  for (int32_t i = links->count(); i-- > 0;)
+    CountShape(links->get(i)->url, linkCount <= kMaxRandomLinks, found);
   const int32_t apart = found.ipUrls - found.suspiciousScore;
   const bool odd = found.ipUrls < kMinIpUrls || apart > 1 || apart < -1;
   checkCond(found.userInLink > 0, 99, "user in link");
@@ -115,10 +125,7 @@ void TQMMSG::checkBlackLinks() {
             "Early spring");
   checkCond(found.noHostUrls > 0 && found.noHostUrls == linkCount, 30,
             "no host url");
-  int32_t hits = 0;
-  dico.findKeywords(dico.findSection("HrefWords"), words, recipientBox.email, 0,
-                    0, hits);
-  addSectionScore("HrefWords", 0, " #");
+  ScoreHrefWords(*this);
   checkCond(HasForgedPair(*links), 100, "forged links");
   checkCond(checkTracking(), 50, "Tracking");
 }

@@ -15,7 +15,6 @@ const uint32_t kMinLocalWord = 4;
 const uint32_t kMinLocalNumber = 5;
 // Words of a path are looked at from here on.
 const uint32_t kMinPathWord = 22;
-const uint32_t kMinBase64 = 8;
 // One tool names the address "me" and puts a mark of so many bytes to it.
 const uint32_t kMarkBytes = 4;
 
@@ -78,11 +77,11 @@ bool WANTED::isNumber(TBLOCK value) const {
   return true;
 }
 
-// Base64 of a text that begins with the address.
 bool WANTED::isBase64(TBLOCK value) const {
-  if (value.length < kMinBase64 || value.length < address.length) return false;
   for (uint32_t i = 0; i < value.length; i++)
     if (!(TBLOCK::ExtBitChars[value[i]] & extBitBase64)) return false;
+  while (value.ends("=")) value.length--;
+  if (value.length * uint64_t{3} / 4 != address.length) return false;
   unsigned char bytes[kMaxAddress];
   return TBLOCK::BlockUnbase64Bytes(value, bytes,
                                     static_cast<int>(address.length)) &&
@@ -104,37 +103,18 @@ bool WANTED::isIn(TBLOCK word) const {
   return false;
 }
 
-// The next piece up to one of two signs.
-TBLOCK TakePiece(TBLOCK& rest, unsigned char end, unsigned char otherEnd) {
+// The next "name=value" of a query.
+TBLOCK TakePair(TBLOCK& rest) {
   uint32_t n = 0;
-  while (n < rest.length && rest[n] != end && rest[n] != otherEnd) n++;
-  const TBLOCK piece = rest.head(n);
+  while (n < rest.length && rest[n] != '&' && rest[n] != ';') n++;
+  const TBLOCK pair = rest.head(n);
   rest.skip(n + 1);
-  return piece;
-}
-
-bool QueryCarries(TBLOCK query, const WANTED& wanted) {
-  while (!query.empty()) {
-    TBLOCK value = TakePiece(query, '&', ';');
-    const int32_t sign = value.findByte('=');
-    if (sign < 0) continue;
-    TBLOCK name = value.head(static_cast<uint32_t>(sign));
-    value.skip(static_cast<uint32_t>(sign) + 1);
-    name.trim();
-    value.trim();
-    if (value.empty()) continue;
-    if (wanted.isValue(value) || wanted.isNumber(value) ||
-        wanted.isBase64(value) ||
-        (name.equals("me") &&
-         value.length == wanted.address.length + kMarkBytes))
-      return true;
-  }
-  return false;
+  return pair;
 }
 
 bool PathCarries(TBLOCK path, const WANTED& wanted) {
   while (!path.empty()) {
-    const TBLOCK word = TakePiece(path, '/', '/');
+    const TBLOCK word = TBLOCK::BlockBeforeChar(path, '/', 0, 0);
     if (word.length >= kMinPathWord && wanted.isIn(word)) return true;
   }
   return false;
@@ -149,13 +129,30 @@ bool TQMMSG::checkTracking() {
   for (int32_t i = 0; i < links->count(); i++) {
     const TBLOCKURL& url = links->get(i)->url;
     if ((url.proto & (upHttp | upHttps)) &&
-        (QueryCarries(url.query, wanted) || PathCarries(url.path, wanted)))
+        (checkUrlTracking(url) || PathCarries(url.path, wanted)))
       return true;
   }
   return false;
 }
 
+// Reads: recipientBox, and of the URL the query.
 bool TQMMSG::checkUrlTracking(const TBLOCKURL& url) {
   WANTED wanted;
-  return wanted.set(recipientBox.email) && QueryCarries(url.query, wanted);
+  if (!wanted.set(recipientBox.email)) return false;
+  TBLOCK rest = url.query;
+  while (!rest.empty()) {
+    TBLOCK value = TakePair(rest);
+    const int32_t sign = value.findByte('=');
+    if (sign < 0) continue;
+    TBLOCK name = value.head(static_cast<uint32_t>(sign));
+    value.skip(static_cast<uint32_t>(sign) + 1);
+    name.trim();
+    value.trim();
+    if (wanted.isValue(value) || wanted.isNumber(value) ||
+        wanted.isBase64(value) ||
+        (name.equals("me") &&
+         value.length == wanted.address.length + kMarkBytes))
+      return true;
+  }
+  return false;
 }

@@ -15,6 +15,7 @@ const uint32_t kMinLocalWord = 4;
 const uint32_t kMinLocalNumber = 5;
 // Words of a path are looked at from here on.
 const uint32_t kMinPathWord = 22;
+const uint32_t kMinBase64 = 8;
 // One tool names the address "me" and puts a mark of so many bytes to it.
 const uint32_t kMarkBytes = 4;
 
@@ -77,11 +78,12 @@ bool WANTED::isNumber(TBLOCK value) const {
   return true;
 }
 
+// Base64 of a text that begins with the address: some tools put a number
+// behind it.
 bool WANTED::isBase64(TBLOCK value) const {
+  if (value.length < kMinBase64 || value.length < address.length) return false;
   for (uint32_t i = 0; i < value.length; i++)
     if (!(TBLOCK::ExtBitChars[value[i]] & extBitBase64)) return false;
-  while (value.ends("=")) value.length--;
-  if (value.length * uint64_t{3} / 4 != address.length) return false;
   unsigned char bytes[kMaxAddress];
   return TBLOCK::BlockUnbase64Bytes(value, bytes,
                                     static_cast<int>(address.length)) &&

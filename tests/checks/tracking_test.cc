@@ -20,7 +20,7 @@ TEST(TrackingTest, Links) {
       "AKUZa@b.org|+?x=333383",
       "akuz@b.org|-?x=33338",
       // Base64: as it is, with more behind it, with more ahead, cut short
-      "BOB@b.org|+?x=Ym9iQGIub3Jn|-?x=Ym9iQGIub3JnfDE3|-?x=Ym9iQGIub3J-"
+      "BOB@b.org|+?x=Ym9iQGIub3Jn|+?x=Ym9iQGIub3JnfDE3|-?x=Ym9iQGIub3JnfDE3-"
       "|-?x=eGJvYkBiLm9yZw==|-?x=Ym9iQGIub3J",
       "b@e.org|+?x=YkBlLm9yZw==|+?x=YkBlLm9yZw",
       // Paths: words of 22 bytes

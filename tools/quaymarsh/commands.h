@@ -34,6 +34,7 @@ void AddRegexCommand(CLI::App& app, int* exitCode);
 void AddDictCommand(CLI::App& app, int* exitCode);
 void AddCorpusCommand(CLI::App& app, int* exitCode);
 void AddTestCommand(CLI::App& app, int* exitCode);
+void AddLintCommand(CLI::App& app, int* exitCode);
 
 // Writes "quaymarsh: NAME: WHAT" to stderr; an empty name is left out.
 void PrintError(const std::string& name, const std::string& what);

@@ -91,6 +91,7 @@ int Run(int argc, char** argv) {
   AddDictCommand(app, &exitCode);
   AddCorpusCommand(app, &exitCode);
   AddTestCommand(app, &exitCode);
+  AddLintCommand(app, &exitCode);
   if (argc < 2) {
     fputs(app.help().c_str(), stderr);
     return kExitUsage;

@@ -30,13 +30,13 @@ const int32_t kSharedFactor = 2;
 // Groups inside of groups.
 const int32_t kMaxGroupDepth = 16;
 // What one search for groups may visit: this many lines, and each line of the
-// dictionary so often. Subgroups that are named again and again would otherwise
-// grow with each level.
-const int64_t kMinGroupLines = 1000;
-const int64_t kVisitsOfLine = 4;
-// What a group costs besides its lines, and what a list of sections to search.
+// dictionary so often, which leaves any groups that do not repeat themselves
+// room. Subgroups that are named again and again would otherwise grow with each
+// level.
+const int64_t kMinGroupLines = 10000;
+const int64_t kVisitsOfLine = 16;
+// What a group costs besides its lines.
 const uint32_t kLinesOfGroup = 8;
-const uint32_t kLinesOfList = 200;
 
 // Bytes of names of subgroups beyond which no more are told.
 const int32_t kMaxDescription = 16384;
@@ -89,9 +89,8 @@ struct TQMMSG::TGROUPWALK {
   }
 
   bool pay(uint32_t lines) {
-    if (linesLeft < lines) return false;
     linesLeft -= lines;
-    return true;
+    return linesLeft >= 0;
   }
 };
 
@@ -101,11 +100,13 @@ struct TQMMSG::TGROUPWALK {
 int64_t TQMMSG::groupWords(TGROUPWALK& walk, const char* group,
                            const char* suffix, const TBLOCKVECT& words,
                            int limit, bool& found) {
-  const TQKSECTION* there = walk.visit("", group, suffix);
-  found = there && (there->type != stSectionList || walk.pay(kLinesOfList));
+  found = walk.visit("", group, suffix) != nullptr;
+  if (!found) return 0;
   const char* section = walk.section.c_str();
-  if (!found || findKeywords(section, words, limit, 0) <= 0) return 0;
-  return dico.getSectionScore(section, kDisguiseFactor);
+  uint32_t visits;
+  const int hits = findKeywords(section, words, limit, 0, &visits);
+  walk.pay(visits);
+  return hits > 0 ? dico.getSectionScore(section, kDisguiseFactor) : 0;
 }
 
 // Words of a field: of its own section, or else of that of the body's.

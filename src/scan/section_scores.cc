@@ -119,11 +119,12 @@ int32_t TQMMSG::walkSection(const char* section, TSECTIONWALK& walk,
   if (sectionDepth > kMaxSectionDepth || walk.linesLeft < kLinesOfVisit)
     return 0;
   walk.linesLeft -= kLinesOfVisit;
+  // First of all, since most dictionaries lack most sections.
+  const TQKSECTION* found = dico.findSection(section);
+  if (!found) return 0;
   STR exception("No-");
   exception += section;
   if (testRuleSection(exception.c_str())) return 0;
-  const TQKSECTION* found = dico.findSection(section);
-  if (!found) return 0;
   const uint32_t n = dico.image().lineCountOf(found);
   if (n > static_cast<uint32_t>(walk.linesLeft)) return 0;
   if (found->type == stPattern) {
@@ -155,7 +156,11 @@ int TQMMSG::checkKeywordBlockList(const char* section, const TBLOCKVECT& words,
 }
 
 int TQMMSG::findKeywords(const char* section, const TBLOCKVECT& words,
-                         int limit, int mode) {
+                         int limit, int mode, uint32_t* visits) {
   TSECTIONWALK walk = {words, 0, mode, limit, true, "", kMaxVisitedLines};
-  return walkSection(section, walk, 1);
+  const int32_t hits = walkSection(section, walk, 1);
+  if (visits)
+    *visits = static_cast<uint32_t>((kMaxVisitedLines - walk.linesLeft) /
+                                    kLinesOfVisit);
+  return hits;
 }

@@ -484,8 +484,9 @@ class TQMMSG : public OLISTGURU {
   int checkKeywordBlockList(const char* section, const TBLOCKVECT& words,
                             int delta, int mode, const char* suffix);
   // The number of lines found, without scoring; `limit`: words to begin at.
+  // `visits` is set to what it took, a section of some hundred lines being 1.
   int findKeywords(const char* section, const TBLOCKVECT& words, int limit,
-                   int mode);
+                   int mode, uint32_t* visits = nullptr);
   // scan/profiles.cc: fills `profiles`, the last step of the header.
   void buildProfils();
   // Whether the word is one of them, through LowerConvTable.

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <memory>
 #include <string>
 
@@ -83,6 +84,57 @@ TEST(WordGroupsTest, KnotsEnd) {
     const int32_t total = Total(source, "k", 0, "loan", "", "", description);
     EXPECT_LE(16, total);
     EXPECT_GE(times == 1 ? 16 : 1000, total);
+  }
+}
+
+// None is left out, however little a dictionary has besides its groups.
+TEST(WordGroupsTest, ManySmallGroups) {
+  std::string names = "[&ScamGroups]\n", sections;
+  for (int i = 0; i < 700; i++) {
+    const std::string n = std::to_string(i);
+    names += "<1>+A" + n + "\n";
+    sections += "[&A" + n + "-Group]\nB" + n + "\n[B" + n + "]\n<60>loan\n[&A" +
+                n + "-Words]\nC" + n + "\n[C" + n + "]\n<20>cash\n";
+  }
+  TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
+  ASSERT_TRUE(LoadSource(m.dico, names + "<150>+Last\n" + sections +
+                                     "[Last-Group]\n<100>offer\n"));
+  HeapText text("loan offer");
+  TBLOCK::GetBlockWordList(text.view(), m.bodyWords, bitWhiteSpace);
+  EXPECT_TRUE(m.checkWordGroups("ScamGroups"));
+  EXPECT_EQ("*+Last (150)", Str(m.ledger.cause.view()));
+}
+
+TEST(WordGroupsTest, Newsletters) {
+  const struct {
+    const char* body;
+    // Hosts; links to the first one with and without this query.
+    int hosts, asked, plain;
+    const char* query;
+    bool result;
+  } rows[] = {{"our letter", 10, 0, 0, "", true},
+              {"your letter", 10, 0, 0, "", false},
+              {"our letter", 9, 0, 0, "", false},
+              {"our letter", 0, 0, 0, "", false},
+              {"our letter", 2, 5, 0, "?a=1", true},
+              {"our letter", 2, 4, 9, "?a=1", false},
+              {"our letter", 2, 5, 0, "", false}};
+  for (const auto& row : rows) {
+    TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
+    ASSERT_TRUE(LoadSource(m.dico, "[#Newsletters]\nour*\n"));
+    m.body = TBLOCK(row.body);
+    m.links = &m.htmlContext.links;
+    std::deque<HeapText> urls;
+    const auto add = [&](int host, int n, const char* query) {
+      urls.emplace_back("http://h" + std::to_string(host) + ".example/" +
+                        std::to_string(n) + query);
+      m.links->add(urls.back().view(), TBLOCK());
+    };
+    for (int i = 0; i < row.hosts; i++) add(i, 0, "");
+    for (int i = 0; i < row.asked; i++) add(0, i, row.query);
+    for (int i = 0; i < row.plain; i++) add(0, i, "");
+    m.linkCount = m.links->count();
+    EXPECT_EQ(row.result, m.checkNewsletter()) << row.body << row.asked;
   }
 }
 

@@ -79,8 +79,9 @@ TBLOCK HostOf(TBLOCK address) {
 
 }  // namespace
 
-// Reads: blacklist, fromBox, the links of both bodies, recipientBox. Scores:
-// one entry, told above and in the body. Links of the text are the first ones.
+// Reads: blacklist, fromBox, the links of both bodies, recipientBox or else
+// user. Scores: one entry, told above and in the body. Links of the text are
+// the first ones.
 void TQMMSG::checkBlackAndWhite() {
   if (!blacklist || blacklist->lineCount == 0) return;
   if (FitsAnyPattern(blacklist->whiteFrom, fromBox.email)) {
@@ -91,9 +92,12 @@ void TQMMSG::checkBlackAndWhite() {
     addToSpamScore(2010, "ClientBlackFrom", 1);
     return;
   }
+  STR userEmail;
+  TBLOCK recipient = recipientBox.email;
+  if (recipient.empty()) recipient = TBLOCK(getUserEmail(userEmail));
   const TQKLINE* line = nullptr;
-  const bool withBracken =
-      !dico.hashedFind("No-Bracken", recipientBox.email, line);
+  const bool withBracken = blacklist->brackenUrls.size() != 0 &&
+                           !dico.hashedFind("No-Bracken", recipient, line);
   URLVERDICT verdict = JudgeLinks(*blacklist, htmlContext.links, withBracken);
   if (!verdict.score)
     verdict = JudgeLinks(*blacklist, textContext.links, withBracken);

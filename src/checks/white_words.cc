@@ -29,7 +29,7 @@ void ScoreAllWords(TQMMSG& m, const char* section) {
 
 }  // namespace
 
-// Reads: answerCount. Scores: -50 "Answer" for each line.
+// Reads: answerCount, from 2 on. Scores: -50 "Answer" for each point of it.
 void TQMMSG::checkAnswer() {
   checkCond(answerCount > 1, ClampScore(int64_t{answerCount} * -50), "Answer");
 }

@@ -1,6 +1,6 @@
 // The order of a scan: check and its three branches. Every step that is a
 // check of its own lives elsewhere; here is only when it runs and what ends
-// the scan. Tested by driver_test.cc.
+// the scan. Tested by driver_seam_test.cc.
 
 #include <string.h>
 

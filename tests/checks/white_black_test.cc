@@ -40,7 +40,8 @@ const char* const kVerdicts[] = {"",
 }  // namespace
 
 // Rows: number of the verdict, an address that writes to itself, links; those
-// behind "|" are of the HTML.
+// behind "|" are of the HTML. In brackets it is the recipient of the envelope,
+// in a message that names none.
 TEST(ClientListsTest, SendersAndLinks) {
   const char* const rows[] = {
       "2 bad@b.example", "1 BAD@Good.example http://black.example/",
@@ -59,6 +60,7 @@ TEST(ClientListsTest, SendersAndLinks) {
       "5 a@b http://feed.example/c", "6 a@b http://feed.example/d",
       "7 a@b https://feed.example/d", "8 a@b http://u.example/",
       "0 bob@example.com http://u.example/",
+      "0 <bob@example.com> http://u.example/",
       // The last link of the HTML comes first, the first of the text last.
       "3 a@b http://black.example/ http://white.example/",
       "4 a@b http://white.example/ http://none.example/ http://black.example/",
@@ -79,7 +81,11 @@ TEST(ClientListsTest, SendersAndLinks) {
     lists.loadExternalBlackList(UrlBlacklist::ftClient, &client);
     lists.loadExternalBlackList(UrlBlacklist::ftTamarack, &tamarack);
     m.blacklist = &lists;
-    m.fromBox.email = m.recipientBox.email = address;
+    m.fromBox.email = address;
+    if (address[0] == '<')
+      m.user = address;
+    else
+      m.recipientBox.email = address;
     TLINKVECT* list = &m.textContext.links;
     while (!rest.empty()) {
       const TBLOCK link = TBLOCK::BlockBeforeChar(rest, ' ', 0, 0);

@@ -5,6 +5,18 @@
 #include "base/md5.h"
 #include "rules/qm_dico.h"
 
+namespace {
+
+// The index of a section's lines, or null.
+const HASHTAB* TableOf(const TQMDICO& dico, const TQKSECTION* section) {
+  void* found = nullptr;
+  if (section)
+    dico.stuff->lineTables.find(dico.image().sectionName(section), found);
+  return static_cast<const HASHTAB*>(found);
+}
+
+}  // namespace
+
 int TQMDICO::findLine(const HASHTAB* table, const TQKSECTION* section,
                       TBLOCK key, const TQKLINE*& line) {
   if (!table || !section) return 0;
@@ -20,29 +32,26 @@ int TQMDICO::findLine(const HASHTAB* table, const TQKSECTION* section,
 }
 
 const HASHTAB* TQMDICO::hashedSection(const char* section) const {
-  unsigned char digest[MD5::kDigestBytes];
-  if (!stuff || !SectionDigest(TBLOCK(section), digest)) return nullptr;
-  void* found = nullptr;
-  stuff->lineTables.find(TBLOCK(digest, sizeof digest), found);
-  return static_cast<const HASHTAB*>(found);
+  return TableOf(*this, findSection(section));
 }
 
 int TQMDICO::hashedFind(const char* section, TBLOCK key,
                         const TQKLINE*& line) const {
-  return findLine(hashedSection(section), findSection(section), key, line);
+  const TQKSECTION* found = findSection(section);
+  return findLine(TableOf(*this, found), found, key, line);
 }
 
 int TQMDICO::matchSection(const char* section, TBLOCK key,
                           const TQKLINE*& line) const {
   const TQKSECTION* found = findSection(section);
   if (!found || found->flags != sfHashed) return 0;
-  return findLine(hashedSection(section), found, key, line);
+  return findLine(TableOf(*this, found), found, key, line);
 }
 
 int TQMDICO::hashedFindMD5Key(const char* section, TBLOCK digest,
                               const TQKLINE*& line) const {
   const TQKSECTION* found = findSection(section);
-  const HASHTAB* table = hashedSection(section);
+  const HASHTAB* table = TableOf(*this, found);
   void* data = nullptr;
   if (!table || !found || found->type != stMd5 ||
       digest.length != MD5::kDigestBytes || table->find(digest, data) < 0)
@@ -57,7 +66,7 @@ int TQMDICO::hashedFindFromBlockList(const char* section,
                                      const TQKLINE*& line,
                                      int domainOnly) const {
   const TQKSECTION* found = findSection(section);
-  const HASHTAB* table = hashedSection(section);
+  const HASHTAB* table = TableOf(*this, found);
   const int32_t n = maxCount < list.count() ? maxCount : list.count();
   for (int32_t i = 0; i < n; i++) {
     TBLOCK key = list.get(i);

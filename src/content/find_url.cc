@@ -215,9 +215,7 @@ bool FINDER::isDomain(const DOMAIN_NAME& domain) {
   if (label.length < 2 || name[0] == '.' || label[0] == '-' ||
       label[label.length - 1] == '-')
     return false;
-  for (uint32_t i = 0; i < label.length; i++)
-    if (TBLOCK::Is(label[i], bitLetter)) return true;
-  return false;
+  return label.lengthUntil(bitLetter) < label.length;
 }
 
 // For a name without a path. Of one that is written plainly, and of one that

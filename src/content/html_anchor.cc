@@ -31,9 +31,10 @@ bool IsOnList(TBLOCK name, const char* list) {
   return false;
 }
 
-// Whether all of the text is one mail address. The part ahead of the "@" may
-// be quoted, with anything inside.
-bool IsMailAddress(TBLOCK text) {
+// Whether all of the text is one mail address. The part ahead of the "@" may be
+// empty, or quoted, with anything inside. An apostrophe is no quote here,
+// unlike in a header: readers see names such as o'neil.
+bool IsShownAddress(TBLOCK text) {
   bool quoted = false;
   uint32_t i = 0;
   for (; i < text.length && (quoted || text[i] != '@'); i++) {
@@ -42,7 +43,7 @@ bool IsMailAddress(TBLOCK text) {
     else if (!quoted && !TBLOCK::Is(text[i], bitEmail))
       return false;
   }
-  if (i == 0 || i == text.length) return false;
+  if (i == text.length) return false;
   bool dot = false;
   for (i++; i < text.length; i++) {
     if (!TBLOCK::Is(text[i], bitDomain)) return false;
@@ -137,7 +138,7 @@ void THTMLCONTEXT::closeAnchor() {
 void THTMLCONTEXT::addTextLink(TBLOCK text) {
   text.trim();
   if (text.empty() || text.begins(kHttp) || text.find("www.") >= 0 ||
-      IsMailAddress(text))
+      IsShownAddress(text))
     return;
   linkExclamationCount += CountByte(text, '!');
   // Letters that stand alone are put together as they come.

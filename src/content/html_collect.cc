@@ -121,9 +121,7 @@ bool IsAddress(TBLOCK value) {
 }
 
 bool IsWord(TBLOCK text) {
-  for (uint32_t i = 0; i < text.length; i++)
-    if (!TBLOCK::Is(text[i], bitAlpha)) return false;
-  return !text.empty();
+  return !text.empty() && text.allIn(bitAlpha);
 }
 
 bool IsUsualProp(TBLOCK name, TBLOCK value) {

@@ -38,9 +38,7 @@ struct TTOKEN {
 namespace {
 
 bool HasLetter(TBLOCK text) {
-  for (uint32_t i = 0; i < text.length; i++)
-    if (TBLOCK::Is(text[i], bitLetter)) return true;
-  return false;
+  return text.lengthUntil(bitLetter) < text.length;
 }
 
 // ---- Marks of attributes

@@ -101,9 +101,10 @@ bool IsFileName(TBLOCK text) {
   return (ending.length == 3 || ending.length == 4) && ending.allIn(bitLetter);
 }
 
-bool IsOneOf(TBLOCK text, const char* const* words, uint32_t count) {
-  for (uint32_t i = 0; i < count; i++)
-    if (text.equals(words[i])) return true;
+bool IsSuspectSuffix(TBLOCK suffix) {
+  static const char* const kSuffixes[] = {"com", "info", "biz", "net"};
+  for (const char* known : kSuffixes)
+    if (suffix.equals(known)) return true;
   return false;
 }
 
@@ -226,8 +227,7 @@ int32_t RandomStringCount(TBLOCK text, int32_t& length) {
 }
 
 bool CheckRandomUrl(const TBLOCKURL& url) {
-  static const char* const kDomains[] = {"com", "info", "biz", "net"};
-  if (url.proto != upHttp || !IsOneOf(url.tld, kDomains, 4)) return false;
+  if (url.proto != upHttp || !IsSuspectSuffix(url.tld)) return false;
   if (url.host.begins("trk") ||
       IsBelow(url.host, TBLOCK(randomUrlExemptDomain)))
     return false;

@@ -253,13 +253,12 @@ int32_t AddWords(TBLOCK text, TBLOCKVECT& words, TBLOCKVECT* mails) {
   }
 }
 
-// Hosts, numbers and file names have a dot inside: they are not taken apart.
-
 bool IsCut(TBLOCK word, uint32_t i) {
   return TBLOCK::Is(word[i], bitUpperA) && !TBLOCK::Is(word[i - 1], bitUpperA);
 }
 
-// The first capital that a word is cut at, 0 for none.
+// The first capital that a word is cut at, 0 for none. Hosts, numbers and file
+// names have a dot inside: they are not taken apart.
 uint32_t FirstCut(TBLOCK word, uint32_t minLength) {
   uint32_t first = 0;
   for (uint32_t i = 1; i < word.length; i++) {
@@ -281,6 +280,7 @@ void AddMergedPieces(TBLOCK word, uint32_t minLength, TBLOCKVECT& words) {
   }
 }
 
+// Of a word without a dot.
 bool HasDash(TBLOCK word) {
   bool dash = false;
   for (uint32_t i = 1; i < word.length; i++) {
@@ -350,12 +350,6 @@ char NextMark(TBLOCK& rest, TBLOCK& before) {
   return 0;
 }
 
-bool HoldsAny(TBLOCK text, uint32_t mask) {
-  for (uint32_t i = 0; i < text.length; i++)
-    if (TBLOCK::Is(text[i], mask)) return true;
-  return false;
-}
-
 char CountLetter(int32_t words) {
   return "0123456789ABCD"[words < 13 ? words : 13];
 }
@@ -369,7 +363,7 @@ char KindOfLine(TBLOCK line) {
     TBLOCK before;
     const char mark = NextMark(rest, before);
     if (mark) marks = !marks || marks == mark ? mark : 'b';
-    if (HoldsAny(before, bitLetter | bitDigit)) {
+    if (before.lengthUntil(bitLetter | bitDigit) < before.length) {
       line.trimLeft();
       for (const char* quote : kQuoteMarks)
         if (line.begins(TBLOCK(quote), TBLOCK::NoConvTable)) return 'q';

@@ -239,7 +239,8 @@ TEST(HtmlContextTest, WordsOfLinks) {
       {"joe@localhost", "joe@localhost|"},
       {"\"j@a.com", "j@a.com|"},
       {"joe d@a.com", "joe|d@a.com|"},
-      {"@a.com", "@a.com|"},
+      {"@a.com", ""},
+      {"o'neil@a.com", ""},
       {"joe@a.com!", "joe@a.com!|"},
   };
   for (const auto& row : rows) {

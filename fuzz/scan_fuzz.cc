@@ -79,6 +79,7 @@ const char kSections[] =
     "[^=headerregex]\n<60>h:(Hdr=Q)\n<&7>(To=,)\n"
     "[^=spamregexbeforewhite]\n<101>b:(Subject=before)\n"
     "[^=spamregex]\n<30>s:(Url=a)&(Url=b)\n<&5>@chain:(Words=a)\n"
+    "<1>@fields:(Subject=f)\n"
     "[^chain]\n<5>c:(Body=b)\n[^=spamregexnopurge]\n<20>(1<Domain=.)\n"
     "[^=uceregex]\n<20>u:(sort(User)=ab)|(alpha(Subject)=viagra)\n"
     "[^regexcount]\nchain=3\n[^=whiteregex]\n<-30>w:(Subject=white)\n"
@@ -147,6 +148,15 @@ const char kSections[] =
     "[#easterncharset]\n<9>koi8-r\n[#asiancharset]\n<9>big5\n";
 
 const uint8_t kSeparator = 0x1F;
+
+// These and a section "fields" with a rule for each field of the language.
+std::string AllSections() {
+  std::string all = std::string(kSections) + "[^fields]\n";
+  TBLOCK names(_REGEXFIELDNAMES);
+  while (!names.empty())
+    all += "(" + Str(TBLOCK::BlockBeforeChar(names, ',', 1, 0)) + "=q\\.q)\n";
+  return all;
+}
 
 // One input, taken apart.
 struct CASE {
@@ -253,12 +263,13 @@ void CASE::buildMessage(uint8_t repeat) {
 void CASE::buildImage() {
   // Sections begin with a name.
   const size_t from = std::min(source.find('['), source.size());
-  if (dictionary == kdSections && from == source.size()) {
+  if (dictionary == kdSections) {
+    static const std::string* const all = new std::string(AllSections());
     static const std::string* const ready =
-        new std::string(CompileSource(kSections));
-    image = *ready;
-  } else if (dictionary == kdSections) {
-    image = CompileSource(kSections + source.substr(from));
+        new std::string(CompileSource(*all));
+    Check(ready->compare(0, 4, "QMKW") == 0);
+    image = from == source.size() ? *ready
+                                  : CompileSource(*all + source.substr(from));
   } else if (dictionary == kdSource) {
     image = CompileSource(source.substr(from));
   } else if (dictionary == kdRaw) {

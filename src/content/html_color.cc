@@ -3,6 +3,7 @@
 // names stand in html_colors.inc. Entries: ParseHtmlColor, ColorCompare. Tested
 // by html_style_test.cc.
 
+#include "content/digits.h"
 #include "content/html_style.h"
 
 constexpr THTMLCOLOR HtmlColors[kHtmlColorCount] = {
@@ -16,18 +17,9 @@ namespace {
 const int32_t kInvalid = -1;
 // Colours whose parts are nearer than this look the same.
 const int32_t kLeastContrast = 24;
-// Numbers stop here, above all that is told apart.
-const int32_t kMaxNumber = 1000000;
 
 bool IsAll(TBLOCK text, uint32_t mask) {
   return !text.empty() && text.allIn(mask);
-}
-
-int32_t ReadNumber(TBLOCK digits) {
-  int32_t number = 0;
-  for (uint32_t i = 0; i < digits.length && number < kMaxNumber; i++)
-    number = number * 10 + (digits[i] - '0');
-  return number;
 }
 
 // A percentage, or a number that may have a sign; 0 to 255, or kInvalid.
@@ -43,7 +35,7 @@ int32_t ParseHtmlColorComponent(TBLOCK text) {
     text.skip(1);
   }
   if (!IsAll(text, bitDigit)) return kInvalid;
-  int32_t number = ReadNumber(text);
+  int32_t number = TakeNumber(text);
   if (negative) return 0;
   if (number > 255) number = 255;  // of percent too: 100 are all of it
   if (percent) number = number * 255 / 100;

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "base/count.h"
+#include "content/digits.h"
 #include "content/html_tag_facts.h"
 
 const char* const HtmlMetaTokens[hmCount] = {
@@ -35,19 +36,12 @@ const int16_t kMinWordSize = 13;
 const int16_t kTinySize = 4;
 const int16_t kMediumSize = 10;
 
-// Sizes of images stop here.
-const int32_t kMaxPixels = 1000000000;
-
 // -1 for what is no number.
 int32_t ReadPixels(TBLOCK text) {
   const bool negative = !text.empty() && text[0] == '-';
   if (!text.empty() && (text[0] == '-' || text[0] == '+')) text.skip(1);
-  if (text.empty()) return -1;
-  int32_t value = 0;
-  for (uint32_t i = 0; i < text.length; i++) {
-    if (!TBLOCK::Is(text[i], bitDigit)) return -1;
-    if (value < kMaxPixels / 10) value = value * 10 + (text[i] - '0');
-  }
+  if (text.empty() || !text.allIn(bitDigit)) return -1;
+  const int32_t value = TakeNumber(text);
   return negative ? -value : value;
 }
 

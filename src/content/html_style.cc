@@ -9,6 +9,7 @@
 
 #include "base/count.h"
 #include "content/contexts.h"
+#include "content/digits.h"
 
 const int16_t FontSizes[kFontSizeCount] = {7, 10, 12, 14, 18, 24, 36};
 const char* const szFontSizesStr[kFontSizeCount] = {
@@ -22,8 +23,6 @@ const int32_t kMaxFontSize = 72;
 const int32_t kBaseSize = 3;
 // Pixels of one em.
 const int32_t kEmSize = 10;
-// Numbers stop here, above all that is told apart.
-const int32_t kMaxNumber = 1000000;
 // Parts of a pixel that are counted. More digits decide nothing.
 const int64_t kParts = 1000000;
 
@@ -34,16 +33,6 @@ const uint32_t kLeastChunk = 4096;  // bytes
 
 bool IsSign(unsigned char byte) {
   return byte == '-' || byte == '+';
-}
-
-// Takes the digits off the front.
-int32_t ReadNumber(TBLOCK& text) {
-  int32_t number = 0;
-  while (!text.empty() && TBLOCK::Is(text[0], bitDigit)) {
-    if (number < kMaxNumber) number = number * 10 + (text[0] - '0');
-    text.skip(1);
-  }
-  return number;
 }
 
 bool DropEnd(TBLOCK& text, const char* end) {
@@ -75,7 +64,7 @@ void ParsePixels(TBLOCK text, int32_t factor, int16_t& size) {
   if (!IsNumber(text, true)) return;
   const bool negative = text[0] == '-';
   if (IsSign(text[0])) text.skip(1);
-  int64_t number = ReadNumber(text) * kParts;
+  int64_t number = TakeNumber(text) * kParts;
   if (!text.empty() && text[0] == '.') {
     text.skip(1);
     for (int64_t part = kParts / 10;
@@ -203,7 +192,7 @@ void ParseHtmlFontSize(TBLOCK value, int16_t& size) {
   const bool negative = value[0] == '-';
   const bool relative = IsSign(value[0]);
   if (relative) value.skip(1);
-  int32_t number = ReadNumber(value);
+  int32_t number = TakeNumber(value);
   if (negative) number = -number;
   if (relative) number += kBaseSize;
   const int32_t last = kFontSizeCount;

@@ -6,6 +6,7 @@
 
 #include "base/wildcard.h"
 #include "content/random_string.h"
+#include "message/part_iter.h"
 #include "regex/regex.h"
 #include "scan/tqmmsg.h"
 
@@ -193,10 +194,9 @@ void TQMMSG::checkImg() {
   if (!c.imgBeforeText || !(c.flags & hcfNotEmpty) ||
       !(counts.begins("H0I1C1P3") || counts.begins("H0I0C1P3")))
     return;
-  OITER walk(&message.parts);
-  while (const void* part = walk.next())
-    checkCond(IsSpamPicture(*static_cast<const BLOCKPART*>(part)), 150,
-              "Spam img");
+  PARTITER walk(message.parts);
+  while (const BLOCKPART* part = walk.next())
+    checkCond(IsSpamPicture(*part), 150, "Spam img");
 }
 
 // Scores: up to 500 "bad strings" in a short mail around a linked picture; 75

@@ -57,8 +57,7 @@ bool IsSylpheedIdForged(TBLOCK id, const BLOCKDATE& date) {
   if (stamp.empty() || stamp.length != kStampBytes) return false;
   int32_t time;
   if (!DecodeDateBlock("yyyymmddhhnnss", stamp, time)) return true;
-  const int64_t off = int64_t{time} - date.local;
-  return off > kStampSlack || off < -kStampSlack;
+  return TimeDistance(time, date.local) > kStampSlack;
 }
 
 namespace {

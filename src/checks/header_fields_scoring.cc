@@ -5,6 +5,7 @@
 
 #include "base/score.h"
 #include "base/wildcard.h"
+#include "message/part_iter.h"
 #include "regex/regex.h"
 #include "scan/tqmmsg.h"
 
@@ -87,23 +88,19 @@ int32_t SumOfLines(const TQMDICO& dico, const char* name, const OLIST& parts) {
     const TQKLINE* line = LineOf(dico, section, i, text);
     if (!line) continue;
     FIELDLINE test(text, section->type == stRegex, dico.pool);
-    OITER walk(&parts);
-    while (const void* part = walk.next())
-      if (test.holds(*static_cast<const BLOCKPART*>(part)))
-        total += line->score;
+    PARTITER walk(parts);
+    while (const BLOCKPART* part = walk.next())
+      if (test.holds(*part)) total += line->score;
   }
   return ClampScore(total);
 }
 
 // Whether a part of that name holds the text.
 bool HoldsAttached(const OLIST& parts, TBLOCK name, TBLOCK text) {
-  OITER walk(&parts);
-  while (const void* item = walk.next()) {
-    BLOCKPART* part =
-        const_cast<BLOCKPART*>(static_cast<const BLOCKPART*>(item));
+  PARTITER walk(parts);
+  while (BLOCKPART* part = walk.next())
     if (part->displayName.equals(name) && part->decodeContent().find(text) >= 0)
       return true;
-  }
   return false;
 }
 
@@ -143,11 +140,10 @@ int TQMMSG::checkAttach() {
   }
   dico.clearMatchCount("AttachExt");
   OLIST attached;
-  OITER walk(&message.parts);
-  while (const void* item = walk.next()) {
-    if (item == message.htmlPart || item == message.textPart) continue;
+  PARTITER walk(message.parts);
+  while (const BLOCKPART* part = walk.next()) {
+    if (part == message.htmlPart || part == message.textPart) continue;
     const TQKLINE* line = nullptr;
-    const BLOCKPART* part = static_cast<const BLOCKPART*>(item);
     dico.scanBlock("AttachExt", part->extension, line, 0);
     attached.insert(part, 1);
   }

@@ -4,6 +4,7 @@
 // header_fields_scoring.cc. Tested by header_scoring_test.cc and by the
 // messages tests/mail/header_scoring.eml.
 
+#include "content/address_scheme.h"
 #include "content/sender_judge.h"
 #include "scan/tqmmsg.h"
 
@@ -98,8 +99,7 @@ bool IsAhead(const BLOCKDATE& written, int64_t now) {
 bool IsBehind(const BLOCKDATE& written, const BLOCKDATE& last,
               const BLOCKDATE& second) {
   if (!IsKnown(written) || !IsKnown(last) || !IsKnown(second)) return false;
-  const int64_t apart = int64_t{last.utc} - second.utc;
-  return apart > -kSecondsOfDay && apart < kSecondsOfDay &&
+  return TimeDistance(last.utc, second.utc) < kSecondsOfDay &&
          written.utc < last.utc - kSecondsBehind;
 }
 
@@ -124,10 +124,8 @@ bool IsFall(const TMAILBOX& from, const TMAILBOX& recipient, TBLOCK to,
   if (to.findByte('<') >= 0 || to.findByte('"') >= 0) return false;
   if (from.email.equals(recipient.email)) return false;
   if (to.findByte('@') < 0) return false;
-  TBLOCK local = from.email;
-  const int32_t at = local.findLastByte('@');
-  if (at >= 0) local.cut(static_cast<uint32_t>(at));
-  return !StandsIn(local, body) && !AnyWordStandsIn(from.name, body);
+  return !StandsIn(LocalPart(from.email), body) &&
+         !AnyWordStandsIn(from.name, body);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 // checkWordsWithoutChars, checkPhrasesWithoutChars. Tested by
 // hidden_words_test.cc.
 
+#include "base/score.h"
 #include "scan/tqmmsg.h"
 
 namespace {

@@ -5,6 +5,7 @@
 // Tested by notification_test.cc and tests/mail/notification.eml.
 
 #include "base/wildcard.h"
+#include "message/part_iter.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -63,12 +64,11 @@ bool TQMMSG::checkNotification(const QMGLOBALSETUP* globalSetup,
     _checkNotificationSubjectBegin("NOTIFICATION-SUBJECT-BEGIN");
   if (notificationScore < kSure) _checkBody("NOTIFICATION-BODY");
   if (notificationScore < kSure) _checkHtml("NOTIFICATION-HTML");
-  OITER walk(&message.parts);
+  PARTITER walk(message.parts);
   while (notificationScore < kSure) {
-    const void* part = walk.next();
+    BLOCKPART* part = walk.next();
     if (!part) break;
-    _checkNotificationAttachment(
-        const_cast<BLOCKPART*>(static_cast<const BLOCKPART*>(part)));
+    _checkNotificationAttachment(part);
   }
   if (notificationScore < kSure) checkNotifMimeType();
   if (notificationScore == 0) return false;

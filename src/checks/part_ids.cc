@@ -5,6 +5,7 @@
 
 #include <time.h>
 
+#include "message/part_iter.h"
 #include "regex/regex.h"
 #include "regex/regex_pool.h"
 #include "scan/tqmmsg.h"
@@ -67,8 +68,8 @@ int TQMMSG::checkCid(TBLOCK contentId, uint32_t& seen) {
   id.parse(contentId, &headerDate, presentTime());
   const int fault = id.isOle ? checkOleCid(id, seen) : fcNone;
   if (fault != fcNone) return fault;
-  if (REGEX(REGEXPOOL::_CID_MOZILLA_1, pool).matches(contentId) &&
-      !REGEX(REGEXPOOL::_CID_MOZILLA_2, pool).matches(contentId))
+  if (BlockMatchRegex(contentId, REGEXPOOL::_CID_MOZILLA_1, pool) &&
+      !BlockMatchRegex(contentId, REGEXPOOL::_CID_MOZILLA_2, pool))
     return fcMozilla;
   return !contentId.empty() && contentId.equals(messageId) ? fcOtherHost
                                                            : fcNone;
@@ -109,11 +110,11 @@ int TQMMSG::checkOleCid(const TMIMEOLEID& id, uint32_t& seen) {
 // purpose, so that a change of it is never found.
 void TQMMSG::checkPartsCid() {
   int fault = fcNone;
-  OITER walk(&message.parts);
+  PARTITER walk(message.parts);
   while (fault == fcNone) {
-    const void* part = walk.next();
+    const BLOCKPART* part = walk.next();
     if (!part) break;
-    TBLOCK contentId = static_cast<const BLOCKPART*>(part)->contentId;
+    TBLOCK contentId = part->contentId;
     StripAngleBrackets(contentId);
     uint32_t seen = 0;
     if (!contentId.empty()) fault = checkCid(contentId, seen);

@@ -62,14 +62,6 @@ bool MatchDetails(REGEX& regex, TBLOCK text) {
   return text.length <= kMaxPatternBytes && regex.matchWithDetails(text) > 0;
 }
 
-// Group i of the last match; empty when it took no part.
-TBLOCK Group(const REGEX& regex, int32_t i) {
-  int32_t start, end;
-  if (!regex.getDetail(i, start, end) || start < 0) return TBLOCK();
-  return regex.subject.head(static_cast<uint32_t>(end))
-      .from(static_cast<uint32_t>(start));
-}
-
 // The digits at the front; 0 without one.
 int64_t Number(TBLOCK text) {
   int64_t number = 0;
@@ -86,10 +78,6 @@ int pos(unsigned char c, const char* alphabet) {
 
 int64_t AddBase36(int64_t number, unsigned char c) {
   return number * 36 + pos(c, kBase36) - 1;
-}
-
-bool IsFar(int64_t a, int64_t b, int64_t slack) {
-  return a - b > slack || b - a > slack;
 }
 
 // What a line says of its identifier.
@@ -114,7 +102,7 @@ RCVDVERDICT Verdict(bool forged) {
 // The minor version, as the line or the identifier tell it; 0 for others.
 int64_t SendmailVersion(const RCVDCLAIM& claim) {
   REGEX version(REGEXPOOL::_SENDMAIL_VERSION, claim.pool);
-  if (MatchDetails(version, claim.line.by)) return Number(Group(version, 1));
+  if (MatchDetails(version, claim.line.by)) return Number(version.capture(1));
   return claim.id(REGEXPOOL::_SENDMAIL_ID_10_PLUS) ? 10 : 0;
 }
 
@@ -142,7 +130,7 @@ RCVDVERDICT JudgeSendmail(const RCVDCLAIM& claim, STR& cause) {
   if (!claim.id(REGEXPOOL::_SENDMAIL_10_13_OK) || claim.stamp == 0 ||
       claim.stamp == -1)
     return rvForged;
-  if (IsFar(SendmailTime(claim.idPart), claim.stamp, kSendmailSlack))
+  if (TimeDistance(SendmailTime(claim.idPart), claim.stamp) > kSendmailSlack)
     return rvForged;
   return Verdict(version == 13 && !claim.id(REGEXPOOL::_SENDMAIL_13_OK));
 }
@@ -218,19 +206,19 @@ RCVDVERDICT JudgeSunJava(const RCVDCLAIM& claim, STR& cause) {
   if (n != kIdLength) return rvForged;
   int64_t seconds = 0;
   for (uint32_t place : kDigitPlaces) seconds = AddBase36(seconds, id[place]);
-  return Verdict(IsFar(seconds, claim.stamp, kSunJavaSlack));
+  return Verdict(TimeDistance(seconds, claim.stamp) > kSunJavaSlack);
 }
 
 // Year to second, each a group of the pattern; -1 when one is out of range. A
 // month may be one too high and a day 0: timegm knows what that means.
 int64_t GmailCivilTime(const REGEX& regex) {
   struct tm t = {};
-  t.tm_year = static_cast<int>(Number(Group(regex, 3))) - 1900;
-  t.tm_mon = static_cast<int>(Number(Group(regex, 4))) - 1;
-  t.tm_mday = static_cast<int>(Number(Group(regex, 5)));
-  t.tm_hour = static_cast<int>(Number(Group(regex, 6)));
-  t.tm_min = static_cast<int>(Number(Group(regex, 7)));
-  t.tm_sec = static_cast<int>(Number(Group(regex, 8)));
+  t.tm_year = static_cast<int>(Number(regex.capture(3))) - 1900;
+  t.tm_mon = static_cast<int>(Number(regex.capture(4))) - 1;
+  t.tm_mday = static_cast<int>(Number(regex.capture(5)));
+  t.tm_hour = static_cast<int>(Number(regex.capture(6)));
+  t.tm_min = static_cast<int>(Number(regex.capture(7)));
+  t.tm_sec = static_cast<int>(Number(regex.capture(8)));
   if (t.tm_sec >= 60 || t.tm_min >= 60 || t.tm_hour >= 24 || t.tm_mday >= 32 ||
       t.tm_mon >= 13)
     return -1;
@@ -244,8 +232,8 @@ RCVDVERDICT JudgeGmail(const RCVDCLAIM& claim, STR& cause) {
   cause = "Gmail";
   const int64_t seconds = claim.id(REGEXPOOL::_GMAIL_ID_ESMTP)
                               ? GmailCivilTime(regex)
-                              : Number(Group(regex, 9));
-  return Verdict(IsFar(seconds, claim.stamp, kGmailSlack));
+                              : Number(regex.capture(9));
+  return Verdict(TimeDistance(seconds, claim.stamp) > kGmailSlack);
 }
 
 // How a line of one server lacks what a real one has: 2 when the version is
@@ -328,8 +316,8 @@ void TestHotmailFields(const HOTMAILCLAIM& claim, TIP& ip, int& failures) {
   REGEX regex(REGEXPOOL::_X_ORIGINAL_ARRIVAL_TIME, claim.pool);
   if (!hmTest(heBadArrival, failures, MatchDetails(regex, claim.arrival.value)))
     return;
-  const FILETIME time = {HexNumber(Group(regex, 2)),
-                         HexNumber(Group(regex, 3))};
+  const FILETIME time = {HexNumber(regex.capture(2)),
+                         HexNumber(regex.capture(3))};
   const int32_t day = win2posix_days(&time);
   hmTest(heArrivalTime, failures,
          day >= kFirstDay && day < claim.today + kDaysAhead);
@@ -357,13 +345,13 @@ void TestHotmailHttp(const HOTMAILCLAIM& claim, int& failures) {
   hmTest(heNoGmt, failures, text.find("GMT") >= 0);
   REGEX regex(REGEXPOOL::_X_ORIGINAL_ARRIVAL_TIME, claim.pool);
   if (!hmTest(heNoServer, failures, MatchDetails(regex, text))) return;
-  const int64_t server = Number(Group(regex, 1));
-  hmTest(heServerPair, failures, server == Number(Group(regex, 2)));
+  const int64_t server = Number(regex.capture(1));
+  hmTest(heServerPair, failures, server == Number(regex.capture(2)));
   hmTest(heServerNumber, failures,
          (server >= 1 && server < 30) || (server >= 100 && server < 200));
   REGEX id(REGEXPOOL::_HOTMAIL_TYPE_1, claim.pool);
   hmTest(heServerId, failures,
-         MatchDetails(id, claim.messageId) && Number(Group(id, 1)) == server);
+         MatchDetails(id, claim.messageId) && Number(id.capture(1)) == server);
 }
 
 // Through a mail program.
@@ -374,7 +362,7 @@ void TestHotmailDav(const HOTMAILCLAIM& claim, int& failures) {
   hmTest(heNoDavServer, failures, MatchDetails(regex, text));
   hmTest(heDavServerId, failures,
          !claim.messageId.begins("BAY") ||
-             claim.messageId.begins(Group(regex, 1)));
+             claim.messageId.begins(regex.capture(1)));
 }
 
 HOTMAILKIND HotmailKind(TBLOCK text, REGEXPOOL* pool) {

@@ -52,14 +52,6 @@ bool IsPrefixedAddress(TBLOCK email, TBLOCK recipient) {
          email.head(email.length - recipient.length).allIn(bitLower);
 }
 
-// Capture i of the last match.
-TBLOCK GroupOf(const REGEX& regex, TBLOCK subject, int32_t i) {
-  int32_t start, end;
-  if (!regex.getDetail(i, start, end) || start < 0) return TBLOCK();
-  return subject.from(static_cast<uint32_t>(start))
-      .head(static_cast<uint32_t>(end - start));
-}
-
 // "John Smith" <JohnsonMiller@...>: the parts of such a name and address all
 // come out of one list of names, and the first half of the address begins with
 // a name that is not the sender's.
@@ -67,11 +59,10 @@ bool IsDrawnFromNames(TBLOCK from, const HASHTAB* names, REGEXPOOL* pool) {
   if (!names || from.length > kMaxMatchedFrom) return false;
   REGEX shape(REGEXPOOL::_CHECKFROM_MACHIN, pool);
   if (!shape.matchWithDetails(from)) return false;
-  const TBLOCK first = GroupOf(shape, from, 3);
-  const TBLOCK half = GroupOf(shape, from, 5);
-  if (names->findKey(first) < 0 ||
-      names->findKey(GroupOf(shape, from, 4)) < 0 ||
-      names->findKey(GroupOf(shape, from, 6)) < 0)
+  const TBLOCK first = shape.capture(3);
+  const TBLOCK half = shape.capture(5);
+  if (names->findKey(first) < 0 || names->findKey(shape.capture(4)) < 0 ||
+      names->findKey(shape.capture(6)) < 0)
     return false;
   const uint32_t known = names->longestMatch(half).length;
   return known != 0 && known + 2 <= first.length && !half.ends("and");

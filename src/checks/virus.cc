@@ -6,6 +6,7 @@
 
 #include "base/count.h"
 #include "base/wildcard.h"
+#include "message/part_iter.h"
 #include "regex/regex.h"
 #include "regex/regex_pool.h"
 #include "scan/forward_lines.h"
@@ -75,10 +76,6 @@ bool HidesParts(TBLOCK mailer, TBLOCK header) {
   return header.find("Thread-Topic") >= 0;
 }
 
-bool Matches(const char* pattern, TBLOCK text, REGEXPOOL* pool) {
-  return REGEX(pattern, pool).matches(text);
-}
-
 void ClearVirus(TQMMSG& m) {
   m.virusFound = 0;
   m.virusSure = 0;
@@ -138,12 +135,12 @@ int TQMMSG::checkAttachVirus() {
   TBLOCK fileName;
   if (!findSuspectFile(fileName) || CountByte(fileName, '.') < kMinDots)
     return 0;
-  if (Matches(REGEXPOOL::_DOUBLE_EXT_WITH_BLANKS, fileName, pool))
+  if (BlockMatchRegex(fileName, REGEXPOOL::_DOUBLE_EXT_WITH_BLANKS, pool))
     return setVirus(kUnknown, "forged file extension");
-  if (Matches(REGEXPOOL::_DOUBLE_EXT, fileName, pool))
+  if (BlockMatchRegex(fileName, REGEXPOOL::_DOUBLE_EXT, pool))
     return setVirus(kUnknown, "double file extension");
   // Only named, not judged: the name is left for the caller to see, on purpose.
-  if (Matches(REGEXPOOL::_CRT_EXE_ZIP_RAR_ARJ, fileName, pool))
+  if (BlockMatchRegex(fileName, REGEXPOOL::_CRT_EXE_ZIP_RAR_ARJ, pool))
     setVirus("Certificat SSL", "");
   return 0;
 }
@@ -166,16 +163,15 @@ int TQMMSG::checkVirusByHeader() {
 // hidden from it.
 int TQMMSG::checkLoadedParts() {
   int hidden = -1;  // whether a worm hid them, once it was asked for
-  OITER walk(&message.parts);
-  while (const void* item = walk.next()) {
-    const BLOCKPART& part = *static_cast<const BLOCKPART*>(item);
-    if (part.contentId.empty() ||
-        (!checkDicoExt(part.extension, "LoVirusExt") &&
-         !checkDicoExt(part.extension, "HiVirusExt")))
+  PARTITER walk(message.parts);
+  while (const BLOCKPART* part = walk.next()) {
+    if (part->contentId.empty() ||
+        (!checkDicoExt(part->extension, "LoVirusExt") &&
+         !checkDicoExt(part->extension, "HiVirusExt")))
       continue;
-    if (lookForUsedCid(part.contentId))
+    if (lookForUsedCid(part->contentId))
       return setVirus(kUnknown, "HTML use file");
-    if (!part.dispositionField.empty()) continue;
+    if (!part->dispositionField.empty()) continue;
     if (hidden < 0) hidden = !HidesParts(mailer, message.header);
     if (hidden) return setVirus(kUnknown, "CID whitout content disposition");
   }
@@ -187,12 +183,9 @@ bool TQMMSG::findSuspectFile(TBLOCK& fileName) {
   if (!message.type.equals("multipart/mixed") ||
       attachmentCount > kMaxAttachments)
     return false;
-  OITER walk(&message.attachments);
-  while (const void* item = walk.next())
-    if (checkAttPart(
-            const_cast<BLOCKPART*>(static_cast<const BLOCKPART*>(item)),
-            fileName) > 0)
-      return true;
+  PARTITER walk(message.attachments);
+  while (BLOCKPART* part = walk.next())
+    if (checkAttPart(part, fileName) > 0) return true;
   return false;
 }
 
@@ -266,10 +259,8 @@ int TQMMSG::checkArchive(const BLOCKPART& part, TBLOCK& fileName) {
 // nothing but text. Of several parts the last one decides, on purpose.
 int TQMMSG::checkForwardedVirus() {
   int result = 0;
-  OITER walk(&message.parts);
-  while (const void* item = walk.next()) {
-    BLOCKPART* part =
-        const_cast<BLOCKPART*>(static_cast<const BLOCKPART*>(item));
+  PARTITER walk(message.parts);
+  while (BLOCKPART* part = walk.next()) {
     if (part == &message || part == message.embeddedPart ||
         (!part->type.equals("message/rfc822") &&
          !part->extension.equals("eml")))

@@ -152,11 +152,8 @@ int32_t REGEX::matchWithDetails(TBLOCK text) {
 
 bool REGEX::match(TBLOCK text, TBLOCK& out, int32_t i) {
   matchWithDetails(text);
-  int32_t start, end;
-  if (!getDetail(i, start, end)) return false;
-  out = start < 0 ? TBLOCK()
-                  : subject.head(static_cast<uint32_t>(end))
-                        .from(static_cast<uint32_t>(start));
+  if (i < 0 || i >= detailCount) return false;
+  out = capture(i);
   return true;
 }
 
@@ -168,13 +165,15 @@ bool REGEX::getDetail(int32_t i, int32_t& start, int32_t& end) const {
 }
 
 bool REGEX::getDetail(int32_t i, STR& text) const {
+  text = capture(i);
+  return i >= 0 && i < detailCount;
+}
+
+TBLOCK REGEX::capture(int32_t i) const {
   int32_t start, end;
-  const bool there = getDetail(i, start, end);
-  text = "";
-  if (start >= 0)
-    text += subject.head(static_cast<uint32_t>(end))
-                .from(static_cast<uint32_t>(start));
-  return there;
+  if (!getDetail(i, start, end) || start < 0) return TBLOCK();
+  return subject.head(static_cast<uint32_t>(end))
+      .from(static_cast<uint32_t>(start));
 }
 
 void RULEPATTERN::read(TBLOCK patternText) {

@@ -57,6 +57,8 @@ class REGEX {
   bool getDetail(int32_t i, int32_t& start, int32_t& end) const;
   // Its text; false with an empty text when there are not so many.
   bool getDetail(int32_t i, STR& text) const;
+  // Its text as a view of the subject; empty when there is none.
+  TBLOCK capture(int32_t i) const;
 
  private:
   void _commonCtorJob();

@@ -25,7 +25,7 @@ class UrlBlacklist {
 
   BLOCK clientFile;    // what the lists of addresses point into
   BLOCK tamarackFile;  // likewise
-  // URLs as they stand in links, protocol included.
+  // Beginnings of URLs, with a protocol or without one.
   TernaryStringTree<bool, false> brackenUrls;   // of the dictionary
   TernaryStringTree<bool, false> tamarackUrls;  // of the Tamarack file
   TernaryStringTree<bool, false> clientUrls;    // of the client file

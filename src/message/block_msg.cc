@@ -8,6 +8,8 @@
 
 #include "message/block_part.h"
 
+#include "message/part_iter.h"
+
 namespace {
 
 const char kEmbeddedName[] = "message.txt";
@@ -56,11 +58,9 @@ bool IsBody(const BLOCKPART& part, BODYTEST test) {
 
 // The first of the parts that passes and is not `other`; or null.
 BLOCKPART* FindBody(const OLIST& parts, BODYTEST test, BLOCKPART* other) {
-  OITER walk(&parts);
-  while (const void* item = walk.next()) {
-    BLOCKPART* part = static_cast<BLOCKPART*>(const_cast<void*>(item));
+  PARTITER walk(parts);
+  while (BLOCKPART* part = walk.next())
     if (part != other && IsBody(*part, test)) return part;
-  }
   return nullptr;
 }
 
@@ -131,10 +131,9 @@ void BLOCKMSG::parsePart() {
   findEmbedded();
   findHtmlInText();
   attachments.purge(this);
-  OITER walk(&parts);
-  while (const void* item = walk.next())
-    if (static_cast<const BLOCKPART*>(item)->flags & (pfAttachment | pfInline))
-      attachments.insert(item, 1);
+  PARTITER walk(parts);
+  while (const BLOCKPART* part = walk.next())
+    if (part->flags & (pfAttachment | pfInline)) attachments.insert(part, 1);
   parseReport();
 }
 
@@ -175,9 +174,8 @@ void BLOCKMSG::findHtmlInText() {
 }
 
 void BLOCKMSG::parseReport() {
-  OITER walk(&parts);
-  while (const void* item = walk.next()) {
-    const BLOCKPART* part = static_cast<const BLOCKPART*>(item);
+  PARTITER walk(parts);
+  while (const BLOCKPART* part = walk.next()) {
     if (!part->contentTypeField.begins("message/delivery-status")) continue;
     flags |= pfReport;
     dsn.setContent(part->content);

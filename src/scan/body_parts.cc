@@ -2,6 +2,7 @@
 // files, listings of archives, sizes of pictures. Entry:
 // TQMMSG::describeParts. Tested by body_preparation_test.cc.
 
+#include "message/part_iter.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -59,11 +60,8 @@ void TQMMSG::describeParts() {
   shown.maxProbes = kHostileProbes;
   CollectSources(htmlContext, shown);
   STR adn;
-  OITER walk(&message.parts);
-  while (const void* item = walk.next()) {
-    // The list hands out what it was given as a constant.
-    BLOCKPART* part =
-        const_cast<BLOCKPART*>(static_cast<const BLOCKPART*>(item));
+  PARTITER walk(message.parts);
+  while (BLOCKPART* part = walk.next()) {
     if (!part->displayName.empty()) {
       getAdnFromBlock(kFieldAdnFilename, part->displayName, adn);
       attachAdns.add(adn.view());

@@ -6,6 +6,7 @@
 
 #include <new>
 
+#include "message/part_iter.h"
 #include "scan/forward_lines.h"
 #include "scan/tqmmsg.h"
 
@@ -172,9 +173,8 @@ bool TQMMSG::findEmbeddedMessage(TBLOCK& source) {
   TBLOCK flag;
   readHeaderField("X-Spam-Flag", flag, 1);
   if (!flag.equals("YES")) return false;
-  OITER walk(&message.parts);
-  while (const void* item = walk.next()) {
-    BLOCKPART* part = static_cast<BLOCKPART*>(const_cast<void*>(item));
+  PARTITER walk(message.parts);
+  while (BLOCKPART* part = walk.next()) {
     if (part == &message || !part->type.equals("message/rfc822")) continue;
     source = part->decodeContent();
     return true;

@@ -7,6 +7,7 @@
 
 #include "content/adn.h"
 #include "message/mail_address.h"
+#include "message/part_iter.h"
 #include "scan/letters.h"
 #include "scan/tqmmsg.h"
 
@@ -202,18 +203,15 @@ void TQMMSG::getAdnCounts() {
     if (!line.fromIp.empty()) addressed++;
   }
   int32_t leaves = 0, named = 0, pictures = 0, others = 0;
-  OITER parts(&message.parts);
-  while (const void* item = parts.next()) {
-    const BLOCKPART& part = *static_cast<const BLOCKPART*>(item);
+  PARTITER parts(message.parts);
+  while (const BLOCKPART* part = parts.next()) {
     leaves++;
-    if (!part.displayName.empty()) named++;
-    if (part.contentClass == ccImage) pictures++;
+    if (!part->displayName.empty()) named++;
+    if (part->contentClass == ccImage) pictures++;
   }
-  OITER attached(&message.attachments);
-  while (const void* item = attached.next()) {
-    const BLOCKPART& part = *static_cast<const BLOCKPART*>(item);
-    if (part.contentClass != ccText && part.contentClass != ccImage) others++;
-  }
+  PARTITER attached(message.attachments);
+  while (const BLOCKPART* part = attached.next())
+    if (part->contentClass != ccText && part->contentClass != ccImage) others++;
   const struct {
     char letter;
     int32_t count;
@@ -269,10 +267,9 @@ void TQMMSG::buildTypeAdn() {
 // read by other checks too; the rest serves rules.
 void TQMMSG::setTags() {
   bool attached = false;
-  OITER walk(&message.parts);
-  while (const void* part = walk.next())
-    if (static_cast<const BLOCKPART*>(part)->flags & pfAttachment)
-      attached = true;
+  PARTITER walk(message.parts);
+  while (const BLOCKPART* part = walk.next())
+    if (part->flags & pfAttachment) attached = true;
   const struct {
     char letter;
     bool present;

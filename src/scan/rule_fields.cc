@@ -12,6 +12,7 @@
 
 #include "content/phone.h"
 #include "message/field_piece.h"
+#include "message/part_iter.h"
 #include "message/received.h"
 #include "regex/regex.h"
 #include "scan/tqmmsg.h"
@@ -136,28 +137,19 @@ void AddAddressWords(TQMMSG& m, RULEFIELD& f) {
 
 // ---- Parts
 
-class PARTWALK {
- public:
-  explicit PARTWALK(const TQMMSG& m) : walk(&m.message.parts) {}
-  const BLOCKPART* next() { return static_cast<const BLOCKPART*>(walk.next()); }
-
- private:
-  OITER walk;
-};
-
 void AddFileNames(TQMMSG& m, RULEFIELD& f) {
-  PARTWALK walk(m);
+  PARTITER walk(m.message.parts);
   while (const BLOCKPART* part = walk.next()) f.add(part->displayName);
 }
 
 void AddMimeTypes(TQMMSG& m, RULEFIELD& f) {
-  PARTWALK walk(m);
+  PARTITER walk(m.message.parts);
   while (const BLOCKPART* part = walk.next()) f.add(part->type);
 }
 
 // The files in archives, without the byte that tells how each is packed.
 void AddArchives(TQMMSG& m, RULEFIELD& f) {
-  PARTWALK walk(m);
+  PARTITER walk(m.message.parts);
   while (const BLOCKPART* part = walk.next()) {
     TBLOCK listing = part->archiveText.view();
     // Behind the archive's own name.
@@ -171,7 +163,7 @@ void AddArchives(TQMMSG& m, RULEFIELD& f) {
 
 // What kinds of files are attached: of an archive what is in it.
 void AddExtensions(TQMMSG& m, RULEFIELD& f) {
-  PARTWALK walk(m);
+  PARTITER walk(m.message.parts);
   while (const BLOCKPART* part = walk.next()) {
     const bool body = part == m.message.textPart || part == m.message.htmlPart;
     if (body || part->displayName.empty()) continue;

@@ -14,15 +14,31 @@ namespace {
 const long kFirstUsZone = 14400;
 const long kLastUsZone = 28800;
 
+// Middles of January and July 2026: in one of them clocks go by the zone's own
+// time, north or south of the equator.
+const time_t kSeasons[] = {1768478400, 1784116800};
+
 // Rules ask for these, whatever the language that the host has set.
 const char kDays[7][4] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+
+// The host's zone. This is what tzset leaves in `timezone`; but that writes
+// what scans in other threads read, and looks for the zone's file each time. A
+// host that moves to another zone while it runs calls tzset itself.
+long SecondsWest() {
+  for (const time_t season : kSeasons) {
+    struct tm parts;
+    if (localtime_r(&season, &parts) && parts.tm_isdst == 0)
+      return -parts.tm_gmtoff;
+  }
+  return 0;
+}
 
 }  // namespace
 
 void TQMMSG::buildProfils() {
   profiles.clear();
-  tzset();
-  const bool american = timezone >= kFirstUsZone && timezone <= kLastUsZone;
+  const long west = SecondsWest();
+  const bool american = west >= kFirstUsZone && west <= kLastUsZone;
   countryProfile = american ? "US" : "";
   // An empty one is added too.
   profiles.add(countryProfile.view(), 1, 0);

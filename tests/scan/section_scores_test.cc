@@ -123,6 +123,7 @@ TEST_F(SectionScoresTest, Profiles) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.zone);
     setenv("TZ", row.zone, 1);
+    tzset();
     message.buildProfils();
     message.setProfileInfo(0, " one, two ,,three ");
     EXPECT_EQ(row.country + std::string("|one|two||three|07:Sat|"),

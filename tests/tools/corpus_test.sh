@@ -82,8 +82,34 @@ rm spam/3 && mail spam/4 nothing
 expect "diff" 0 diff a.json b.json <<'X'
 ham ham/2: clean 70 -> spam 100
 spam spam/2: clean 60 -> spam 110
+spam 2 -> 2, ham 0 -> 0, points 60 -> 110: ^Rule-1
 spam 1 -> 0, ham 2 -> 2: ^Rule-3
-2 of 4 messages are judged in another way, 1 causes hit other numbers; 1 messages are gone, 1 are new
+spam 1 -> 1, ham 1 -> 1, points 40 -> 70: ^Rule-4
+all ham: 0.00 % -> 50.00 % spam
+all spam: 33.33 % -> 66.67 % spam
+ham ham: 0.00 % -> 50.00 % spam
+spam spam: 33.33 % -> 66.67 % spam
+2 of 4 messages are judged in another way, 3 causes hit or score otherwise; 1 messages are gone, 1 are new
+X
+
+# ---- Sums that are made in another way: worms, and points taken back
+
+dictionary '<10>Rule-2x:(Subject=beta)' '[^=WhiteRegex]' '<-30>Kind:(Subject=beta)' \
+  '[^EmbedFilterRegex]' '<70>Frame:(Subject=beta)' '[^=AlwaysRegexVirus]' \
+  'worm:(Subject=gamma)'
+mail one/beta beta
+mail one/worm gamma
+expect "special sums" 0 --now 1200000000 --keywords d.kwo --spam one <<'X'
+spam one: 2 messages, 0.00 % spam (clean 1, virus 1)
+all spam: 2 messages, 0.00 % spam (clean 1, virus 1)
+all ham: 0 messages, 0.00 % spam ()
+
+   spam     ham   spam %    ham %   S/O  decides: spam   ham        points  cause
+      1       0    50.00     0.00 1.000              0     0            70  Embed spam
+      1       0    50.00     0.00 1.000              0     0          9999  VIRUS worm
+      1       0    50.00     0.00 1.000              1     0           -30  ^Kind
+      1       0    50.00     0.00 1.000              0     0            10  ^Rule-2x
+      1       0    50.00     0.00 1.000              0     0            30  taken back by Embed spam
 X
 
 # ---- What goes wrong

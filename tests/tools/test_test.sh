@@ -112,8 +112,8 @@ bad.kwt:2: state clean, score 10: ^small (10)
 bad.kwt:5: =SpamRegex: small hits: ^small (10)
 bad.kwt:6: no such line: Blackwords: no such
 bad.kwt:9: =SpamRegex: Big does not hit: no cause
-d/a.kws:17: no test hits blackphones: 0123456789
 d/a.kws:17: no near miss of blackphones: 0123456789
+d/a.kws:17: no test hits blackphones: 0123456789
 9 messages, 7 of 12 lines tested, 7 failures
 X
 

@@ -2,70 +2,45 @@
 
 #include "cause_name.h"
 
-#include <cctype>
 #include <cstddef>
 #include <cstring>
 
 namespace {
 
-// What follows these is out of the message or its envelope.
-const char* const kDetailBehind[] = {"Alias:",
-                                     "black email domain:",
-                                     "white email domain:",
-                                     "black ReplyTo:",
-                                     "white ReplyTo:",
-                                     "IP=",
-                                     "From=",
-                                     "Sender=",
-                                     "Reply-To=",
-                                     "Return-Path=",
-                                     "Copy to "};
+// What follows these is out of the message, or the host's lists.
+const char* const kDetailBehind[] = {"Hard word ",  "IP=",       "From=",
+                                     "Sender=",     "Reply-To=", "Copy to ",
+                                     "Return-Path="};
+// What stands in front of these is a number.
+const char* const kCountAhead[] = {" random string(s)",
+                                   " words with duplicate lowers"};
 
 bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-bool IsWordByte(char c) {
-  return isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '.' ||
-         static_cast<unsigned char>(c) >= 0x80;
-}
-
-// "Nx" at the end. A name that ends in a digit keeps that.
+// "Nx" at the end. Rules count within their points, so that their names may end
+// so.
 std::string WithoutFactor(const std::string& label) {
-  if (label.empty() || label.back() != 'x') return label;
+  if (label.empty() || label.back() != 'x' || label[0] == '^') return label;
   size_t digits = label.size() - 1;
   while (digits > 0 && IsDigit(label[digits - 1])) --digits;
   if (digits == 0 || digits == label.size() - 1) return label;
   return label.substr(0, digits);
 }
 
-// Numbers that stand alone become "#".
-std::string WithoutNumbers(const std::string& label) {
-  std::string name;
-  for (size_t i = 0; i < label.size();) {
-    size_t end = i;
-    while (end < label.size() && IsDigit(label[end])) ++end;
-    if (end == i) {
-      name += label[i++];
-      continue;
-    }
-    const bool bound =
-        (i > 0 && (IsWordByte(label[i - 1]) || label[i - 1] == '$')) ||
-        (end < label.size() && IsWordByte(label[end]));
-    name += bound ? label.substr(i, end - i) : "#";
-    i = end;
-  }
-  return name;
-}
-
 }  // namespace
 
 std::string CauseName(const std::string& label) {
   const std::string name = WithoutFactor(label);
-  if (!name.empty() && name[0] == '^') return name;
   for (const char* prefix : kDetailBehind) {
     if (name.compare(0, strlen(prefix), prefix) == 0)
       return std::string(prefix) + "*";
   }
-  return WithoutNumbers(name);
+  size_t digits = 0;
+  while (digits < name.size() && IsDigit(name[digits])) ++digits;
+  for (const char* rest : kCountAhead)
+    if (digits > 0 && name.compare(digits, std::string::npos, rest) == 0)
+      return std::string("#") + rest;
+  return name;
 }

@@ -4,12 +4,10 @@
 // score. corpus_figures.cc counts, corpus_diff.cc compares two runs. Tested by
 // tests/tools/corpus_test.sh.
 
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <atomic>
-#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -37,8 +35,34 @@ struct CorpusOptions {
   std::string before, after;  // of diff
 };
 
+const char kEmbedded[] = "Embed spam";
+const char kTakenBack[] = "taken back by Embed spam";
+
 const uint32_t kAllChecks = QM_CHECK_VIRUS | QM_CHECK_NOTIFICATION |
                             QM_CHECK_COMMERCIAL | QM_CHECK_SUSPECT;
+
+// Splits the cause, and holds its points against the score. What spoke for a
+// message is taken back from mail that wraps an advertisement; the ledger tells
+// of that in its sums alone.
+void AddCauses(const std::string& cause, const LEDGER& ledger,
+               JudgedMail* judged) {
+  long sum = 0;
+  for (const CauseEntry& entry : SplitCauseText(cause).entries) {
+    // A virus has no points but the score.
+    const long points = ledger.state == QM_STATE_VIRUS && entry.points.empty()
+                            ? ledger.score
+                            : strtol(entry.points.c_str(), nullptr, 10);
+    judged->causes[CauseName(entry.label)] += points;
+    sum += points;
+  }
+  const long lost = judged->score - sum;
+  if (lost != 0 && judged->causes.count(kEmbedded) > 0 &&
+      ledger.score == ledger.whiteScore + ledger.blackScore) {
+    judged->causes[kTakenBack] = lost;
+    sum += lost;
+  }
+  judged->addsUp = sum == judged->score;
+}
 
 JudgedMail Judge(const Inside& inside, const Mail& mail, bool bailout) {
   const QMGLOBALSETUP globalSetup = {8, kAllChecks};
@@ -51,16 +75,9 @@ JudgedMail Judge(const Inside& inside, const Mail& mail, bool bailout) {
   judged.state = message->ledger.state;
   judged.score = message->ledger.score;
   const TBLOCK cause = message->ledger.cause.view();
-  long sum = 0;
-  for (const CauseEntry& entry :
-       SplitCauseText(std::string(reinterpret_cast<const char*>(cause.pointer),
-                                  cause.length))
-           .entries) {
-    const long points = strtol(entry.points.c_str(), nullptr, 10);
-    judged.causes[CauseName(entry.label)] += points;
-    sum += points;
-  }
-  judged.addsUp = sum == judged.score;
+  AddCauses(
+      std::string(reinterpret_cast<const char*>(cause.pointer), cause.length),
+      message->ledger, &judged);
   return judged;
 }
 
@@ -185,7 +202,7 @@ int CorpusRun::run() {
   listFiles(options_.spam, kSpam);
   listFiles(options_.ham, kHam);
   {
-    Progress progress(stdout, paths_.size());
+    Progress progress(nullptr, paths_.size(), "files");
     const std::vector<FileVisitor> results =
         JudgeFiles(paths_, inside_, options_, progress);
     progress.clear();

@@ -25,12 +25,27 @@ struct Verdict {
 
 struct Hits {
   size_t counts[kMailClasses] = {0, 0};
+  long least = 0, most = 0;  // points for a message
+};
+
+// Of an input, or of a class.
+struct Total {
+  size_t messages = 0;
+  double spamShare = 0;
 };
 
 struct Run {
   std::map<std::string, Verdict> verdicts;  // by file
   std::map<std::string, Hits> causes;
+  std::map<std::string, Total> totals;  // by "CLASS PATH" and "all CLASS"
 };
+
+Total ReadTotal(const Json& item) {
+  Total total;
+  total.messages = item.at("messages");
+  total.spamShare = item.at("spamShare");
+  return total;
+}
 
 // False, with the reason told, for what is no run.
 bool ReadRun(const std::string& path, Run* run, int* code) {
@@ -48,7 +63,15 @@ bool ReadRun(const std::string& path, Run* run, int* code) {
       Hits& hits = run->causes[item.at("cause")];
       for (const MailClass mailClass : {kSpam, kHam})
         hits.counts[mailClass] = item.at(kClassNames[mailClass]).at("messages");
+      hits.least = item.at("least");
+      hits.most = item.at("most");
     }
+    for (const Json& item : json.at("inputs"))
+      run->totals[item.at("class").get<std::string>() + " " +
+                  item.at("path").get<std::string>()] = ReadTotal(item);
+    for (const char* name : kClassNames)
+      run->totals[std::string("all ") + name] =
+          ReadTotal(json.at("totals").at(name));
   } catch (const Json::exception&) {
     PrintError(path, "not written by 'quaymarsh corpus --json'");
     *code = kExitData;
@@ -81,15 +104,36 @@ Json ChangedCauses(const Run& before, const Run& after) {
   for (const auto& item : all) {
     const Hits& a = item.second.first;
     const Hits& b = item.second.second;
-    if (a.counts[kSpam] == b.counts[kSpam] && a.counts[kHam] == b.counts[kHam])
+    if (a.counts[kSpam] == b.counts[kSpam] &&
+        a.counts[kHam] == b.counts[kHam] && a.least == b.least &&
+        a.most == b.most)
       continue;
     changes.push_back({{"cause", item.first},
                        {"spamBefore", a.counts[kSpam]},
                        {"spamAfter", b.counts[kSpam]},
                        {"hamBefore", a.counts[kHam]},
-                       {"hamAfter", b.counts[kHam]}});
+                       {"hamAfter", b.counts[kHam]},
+                       {"pointsBefore", {a.least, a.most}},
+                       {"pointsAfter", {b.least, b.most}}});
   }
   return changes;
+}
+
+// Of inputs that both runs have.
+Json CompareTotals(const Run& before, const Run& after) {
+  Json totals = Json::array();
+  for (const auto& item : after.totals) {
+    const auto old = before.totals.find(item.first);
+    if (old == before.totals.end() ||
+        old->second.messages + item.second.messages == 0)
+      continue;
+    totals.push_back({{"input", item.first},
+                      {"messagesBefore", old->second.messages},
+                      {"messagesAfter", item.second.messages},
+                      {"spamShareBefore", old->second.spamShare},
+                      {"spamShareAfter", item.second.spamShare}});
+  }
+  return totals;
 }
 
 // Messages of one run alone.
@@ -104,6 +148,28 @@ std::string Text(const Json& value) {
   return Printable(value.get<std::string>());
 }
 
+std::string Percent(const Json& share) {
+  char text[32];
+  snprintf(text, sizeof text, "%.2f %%", 100 * share.get<double>());
+  return text;
+}
+
+std::string PointsText(const Json& points) {
+  const std::string least = points[0].dump(), most = points[1].dump();
+  return least == most ? least : least + ".." + most;
+}
+
+std::string CauseText(const Json& change) {
+  std::string text = "spam " + change["spamBefore"].dump() + " -> " +
+                     change["spamAfter"].dump() + ", ham " +
+                     change["hamBefore"].dump() + " -> " +
+                     change["hamAfter"].dump();
+  if (change["pointsBefore"] != change["pointsAfter"])
+    text += ", points " + PointsText(change["pointsBefore"]) + " -> " +
+            PointsText(change["pointsAfter"]);
+  return text + ": " + Text(change["cause"]) + "\n";
+}
+
 std::string DiffText(const Json& diff) {
   std::string text;
   for (const Json& change : diff["verdicts"]) {
@@ -112,16 +178,14 @@ std::string DiffText(const Json& diff) {
             " -> " + Text(change["after"]) + " " + change["scoreAfter"].dump() +
             "\n";
   }
-  for (const Json& change : diff["causes"]) {
-    text += "spam " + change["spamBefore"].dump() + " -> " +
-            change["spamAfter"].dump() + ", ham " + change["hamBefore"].dump() +
-            " -> " + change["hamAfter"].dump() + ": " + Text(change["cause"]) +
-            "\n";
-  }
+  for (const Json& change : diff["causes"]) text += CauseText(change);
+  for (const Json& total : diff["totals"])
+    text += Text(total["input"]) + ": " + Percent(total["spamShareBefore"]) +
+            " -> " + Percent(total["spamShareAfter"]) + " spam\n";
   text += std::to_string(diff["verdicts"].size()) + " of " +
           diff["messages"].dump() + " messages are judged in another way, " +
           std::to_string(diff["causes"].size()) +
-          " causes hit other numbers; " + diff["onlyBefore"].dump() +
+          " causes hit or score otherwise; " + diff["onlyBefore"].dump() +
           " messages are gone, " + diff["onlyAfter"].dump() + " are new\n";
   return text;
 }
@@ -139,6 +203,7 @@ int DiffCorpusRuns(const std::string& before, const std::string& after,
   diff["messages"] = b.verdicts.size() - CountOnlyIn(b, a);
   diff["verdicts"] = ChangedVerdicts(a, b);
   diff["causes"] = ChangedCauses(a, b);
+  diff["totals"] = CompareTotals(a, b);
   const std::string report = json ? diff.dump() + "\n" : DiffText(diff);
   fputs(report.c_str(), stdout);
   return kExitOk;

@@ -4,8 +4,9 @@
 
 #include <string>
 
-// Prints messages that are judged in another way and causes that hit other
-// numbers of messages. Returns the exit code.
+// Prints messages that are judged in another way, causes that hit other numbers
+// of messages or have other points, and the share of spam in each input of both
+// runs. Returns the exit code.
 int DiffCorpusRuns(const std::string& before, const std::string& after,
                    bool json);
 

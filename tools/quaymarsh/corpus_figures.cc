@@ -137,18 +137,34 @@ std::string CorpusTable(const CorpusFigures& figures, size_t least) {
   return text;
 }
 
+// The messages of an input or a class, by state, and the share of spam.
+static void AddTotals(nlohmann::ordered_json& item,
+                      const std::map<int, size_t>& states) {
+  size_t messages = 0;
+  item["states"] = nlohmann::ordered_json::object();
+  for (const auto& state : states) {
+    item["states"][StateName(state.first)] = state.second;
+    messages += state.second;
+  }
+  item["messages"] = messages;
+  item["spamShare"] =
+      messages ? static_cast<double>(CountOf(states, QM_STATE_SPAM)) /
+                     static_cast<double>(messages)
+               : 0.0;
+}
+
 nlohmann::ordered_json CorpusJson(const CorpusFigures& figures, size_t least) {
   nlohmann::ordered_json run;
+  run["threshold"] = kSpamThreshold;
+  for (const MailClass mailClass : {kSpam, kHam})
+    AddTotals(run["totals"][kClassNames[mailClass]], figures.states[mailClass]);
   run["inputs"] = nlohmann::ordered_json::array();
   run["messages"] = nlohmann::ordered_json::array();
   for (const CorpusInput& input : figures.inputs) {
     nlohmann::ordered_json item;
     item["path"] = ToUtf8(input.path);
     item["class"] = kClassNames[input.mailClass];
-    item["messages"] = input.mails.size();
-    item["states"] = nlohmann::ordered_json::object();
-    for (const auto& state : StatesOf(input))
-      item["states"][StateName(state.first)] = state.second;
+    AddTotals(item, StatesOf(input));
     run["inputs"].push_back(item);
     for (const JudgedMail& mail : input.mails) {
       nlohmann::ordered_json row;

@@ -4,10 +4,39 @@
 
 #include <string>
 
+// What the lines of a section have to look like to be of any use.
+enum LineForm {
+  kAnyForm,
+  kFieldForm,      // "FIELD=VALUE"
+  kMetaForm,       // "TOKEN=VALUE", the token one of those that HTML has
+  kCountForm,      // "SECTION=THRESHOLD", above 0
+  kCharsForm,      // "CHARS WORD"
+  kPairForm,       // "HOST:HOST", or a star in place of either
+  kHeaderKeyForm,  // letters, "@", six bytes or seven
+  kSuffixForm,     // without a dot in front
+  kDigitsForm,
+  kOneWordForm  // a word pattern of one group of single words
+};
+
+// Flags of a section.
+enum : unsigned {
+  kScores = 1,     // a line that scores 0 does nothing
+  kFirstOnly = 2,  // one line that fits is as good as two
+  kLongText = 4,   // its patterns are held against all of a body
+  kEarly = 8,      // its rules are asked when only the header is known
+  kNoSwitch = 16   // of words: rules [^No-NAME] are not asked
+};
+
 struct KnownSection {
   const char* name;
-  const char* prefix;  // as in the source; of words also "&" will do
-  bool scores;         // its lines need scores: one of 0 does nothing
+  // Those with which it is read, the usual one first; " " stands for none.
+  const char* prefixes;
+  unsigned flags = 0;
+  LineForm form = kAnyForm;
+  // What a hit of a rule or a word is worth where that is not its score.
+  int points = 0;
+
+  bool hasPrefix(const std::string& prefix) const;
 };
 
 // By name, in any case; null for a name that the library does not know. Those

@@ -1,11 +1,13 @@
 // quaymarsh lint: what the dictionary's compiler says of its sources, and what
 // only the whole of them shows: sections that nothing reads, lines that stand
 // there twice or can never hit, scores that are missing, patterns that cost too
-// much. Tested by tests/tools/lint_test.sh.
+// much. Single lines are looked at in lint_lines.cc, patterns in
+// pattern_cost.cc. Tested by tests/tools/lint_test.sh.
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -16,10 +18,11 @@
 #include "commands.h"
 #include "compiler.h"
 #include "known_sections.h"
+#include "lint_lines.h"
 #include "mail_source.h"
+#include "pattern_cost.h"
 #include "printable.h"
-#include "regex/zr_regex.h"
-#include "regex/zr_search.h"
+#include "regex/regex_pool.h"
 #include "rules/qm_dico.h"
 #include "rules/rule_expression.h"
 
@@ -58,7 +61,8 @@ class Findings : public Messages {
 void Findings::print(bool json) {
   std::stable_sort(
       found_.begin(), found_.end(), [](const Finding& a, const Finding& b) {
-        return a.file != b.file ? a.file < b.file : a.number < b.number;
+        if (a.file != b.file) return a.file < b.file;
+        return a.number != b.number ? a.number < b.number : a.column < b.column;
       });
   for (const Finding& finding : found_) {
     if (json) {
@@ -77,42 +81,13 @@ void Findings::print(bool json) {
   }
 }
 
-// ---- Costly patterns
-
-// A text of so many bytes is more than most fields have.
-const uint32_t kProbeBytes = 65536;
-// What a long text may be made of to keep a pattern busy.
-const char* const kProbes[] = {"a", " ", "0", "ab ", "a.", "<a ", "x@", "-=_"};
-
-// Whether the engine gives a text up as too much work.
-bool GivesUp(zr_regex* regex) {
-  for (const char* probe : kProbes) {
-    std::string text;
-    while (text.size() < kProbeBytes) text += probe;
-    text += '\n';
-    const int code = zr_regexec_len(regex, text.data(), 0, nullptr, 0,
-                                    static_cast<uint32_t>(text.size()));
-    if (code != ZR_OK && code != ZR_NOMATCH) return true;
-  }
-  return false;
-}
-
-// Why a pattern costs more than it should, or null.
-const char* CostOf(TBLOCK pattern) {
-  const std::unique_ptr<zr_regex, void (*)(zr_regex*)> regex(zr_regalloc(),
-                                                             zr_regfree);
-  if (!regex || zr_regcomp_len(regex.get(),
-                               reinterpret_cast<const char*>(pattern.pointer),
-                               0, pattern.length) != ZR_OK)
-    return nullptr;
-  const bool searched =
-      regex->startKind == 0 && regex->search && regex->search->coverCount == 0;
-  if (searched && GivesUp(regex.get()))
-    return "costly pattern: a long text keeps it busy until it is given up";
-  return nullptr;
-}
-
 // ---- The walk over the sources
+
+// A section that others name, and how it is read then.
+struct AskedSection {
+  const char* prefixes;  // as of a known one
+  unsigned flags;
+};
 
 class Lint {
  public:
@@ -122,51 +97,38 @@ class Lint {
         messages_(messages),
         dico_(nullptr, nullptr) {}
 
-  void run();
+  // `object`: the compiled source, or null when there are errors.
+  void run(TKwObj* object);
 
  private:
+  void addGroups(const SourceSection& section);
   void addReferences(const SourceSection& section);
   void addRuleReferences(TBLOCK text);
   void addGroup(const std::string& name);
-  void checkSection(const SourceSection& section);
+  void ask(const std::string& name, const char* prefixes, unsigned flags);
+  bool isAsked(const std::string& name) const;
+  unsigned flagsOf(const SourceSection& section) const;
   void checkName(const SourceSection& section);
+  void checkPrefix(const SourceSection& section, const char* prefixes);
   void checkScores(const SourceSection& section);
   void checkRepeats(const SourceSection& section);
   void checkPatterns(const SourceSection& section);
-  void checkRule(const SourceSection& section, const SourceLine& line,
-                 TBLOCK text);
-  void checkPattern(const SourceLine& line, TBLOCK pattern);
+  void checkRule(const SourceLine& line, TBLOCK text, bool early);
+  void checkField(const SourceLine& line, TBLOCK leafText, const TQMEXPR& leaf,
+                  bool early);
+  void checkPattern(const SourceLine& line, TBLOCK pattern, bool longText);
+  void checkWords(TKwObj& object);
 
   const Source& source_;
   const bool patch_;
   Messages& messages_;
-  const TQMDICO dico_;
-  std::set<std::string> asked_;   // folded names of sections that are asked for
-  std::set<std::string> groups_;  // of word groups
+  const TQMDICO dico_;                         // knows the fields of rules
+  std::map<std::string, AskedSection> asked_;  // by folded name
+  std::set<std::string> groups_;               // of word groups
 };
 
-std::string NameOf(const SourceSection& section) {
-  TBLOCK name = View(section.name);
-  uint16_t type, flags;
-  GetSectionType(name, type, flags);
-  return std::string(reinterpret_cast<const char*>(name.pointer), name.length);
-}
-
 bool IsNamed(const SourceSection& section, const char* name) {
-  return FoldName(View(NameOf(section))) == FoldName(TBLOCK(name));
-}
-
-// The line without options and score.
-TBLOCK TextOf(const SourceSection& section, const SourceLine& line,
-              int32_t* score) {
-  TBLOCK text = View(line.text);
-  uint16_t bits = 0;
-  const uint16_t type = section.type();
-  *score = type == stPattern ? 100 : 0;
-  if (section.patch) GetPatchDicoAction(text);
-  if (type == stPattern) ReadOptions(text, bits);
-  if (type != stSortedMd5) ReadScore(text, *score, bits);
-  return text;
+  return FoldName(View(SectionName(section))) == FoldName(TBLOCK(name));
 }
 
 std::string Folded(TBLOCK text) {
@@ -174,24 +136,36 @@ std::string Folded(TBLOCK text) {
   return FoldName(text);
 }
 
+// ---- Sections that others name
+
 const char* const kGroupLists[] = {"ScamGroups", "BlackWordGroups",
                                    "CommercialWordGroups", "ResitWordGroups"};
-const char* const kGroupEnds[] = {"",       "-Group",        "-GroupRegex",
-                                  "-Words", "-SubjectWords", "-AliasWords",
-                                  "-Regex"};
+const struct {
+  const char* end;
+  const char* prefixes;
+} kGroupSections[] = {
+    {"", "&"},        {"-Group", " &"},        {"-GroupRegex", "^"},
+    {"-Words", " &"}, {"-SubjectWords", " &"}, {"-AliasWords", " &"},
+    {"-Regex", "^"}};
+
+void Lint::ask(const std::string& name, const char* prefixes, unsigned flags) {
+  asked_.insert({name, {prefixes, flags}});
+}
 
 void Lint::addGroup(const std::string& name) {
   const std::string group = name.substr(!name.empty() && name[0] == '+');
   if (!groups_.insert(group).second) return;
-  for (const char* end : kGroupEnds)
-    asked_.insert(group + FoldName(TBLOCK(end)));
-  asked_.insert("no-" + group + "-regex");
+  for (const auto& row : kGroupSections)
+    ask(group + FoldName(TBLOCK(row.end)), row.prefixes,
+        row.end[0] ? unsigned{kScores} : 0u);
+  ask("no-" + group + "-regex", "^", 0);
   for (const SourceSection& section : source_.sections) {
-    if (FoldName(View(NameOf(section))) != group || !(section.type() & (1 | 8)))
+    if (section.type() != stSectionList ||
+        FoldName(View(SectionName(section))) != group)
       continue;
     for (const SourceLine& line : section.lines) {
       int32_t score;
-      std::string child = Folded(TextOf(section, line, &score));
+      std::string child = Folded(LintedText(section, line, &score));
       child.erase(0, !child.empty() && child[0] == '+');
       addGroup(group + "\\" + child);
     }
@@ -203,81 +177,114 @@ void Lint::addRuleReferences(TBLOCK text) {
   TQMRULE rule;
   BLOCK store(0, 4096);
   if (!ParseRule(text, rule, store)) return;
-  if (rule.name.begins("@")) asked_.insert(Folded(rule.name.from(1)));
+  if (rule.name.begins("@")) ask(Folded(rule.name.from(1)), "^", 0);
   const TRULEPART* parts = reinterpret_cast<const TRULEPART*>(store.data);
   for (uint32_t i = 0; i < rule.count; i++) {
     TQMEXPR leaf;
     if (parts[i].kind == TRULEPART::rkLeaf &&
         leaf.parse(parts[i].text, dico_) && leaf.isSection)
-      asked_.insert(Folded(leaf.value));
+      ask(Folded(leaf.value), "$*", 0);
+  }
+}
+
+void Lint::addGroups(const SourceSection& section) {
+  bool groups = false;
+  for (const char* list : kGroupLists)
+    groups = groups || IsNamed(section, list);
+  if (!groups) return;
+  for (const SourceLine& line : section.lines) {
+    int32_t score;
+    addGroup(Folded(LintedText(section, line, &score)));
   }
 }
 
 void Lint::addReferences(const SourceSection& section) {
   const bool deep = IsNamed(section, "DeepPhishing");
   const bool count = IsNamed(section, "RegexCount");
-  bool groups = false;
-  for (const char* list : kGroupLists)
-    groups = groups || IsNamed(section, list);
   for (const SourceLine& line : section.lines) {
     int32_t score;
-    TBLOCK text = TextOf(section, line, &score);
+    TBLOCK text = LintedText(section, line, &score);
     if (section.type() == stRule) addRuleReferences(text);
-    if (count) text.cut(static_cast<uint32_t>(std::max(text.findByte('='), 0)));
+    // The last one: names may begin with "=".
+    if (count)
+      text.cut(static_cast<uint32_t>(std::max(text.findLastByte('='), 0)));
     const std::string name = Folded(text);
-    if (groups) addGroup(name);
-    if (deep || count || section.type() == stSectionList) asked_.insert(name);
-    if (deep) asked_.insert(name + "-hash");
+    if (deep || count) ask(name, "^", kScores);
+    if (deep) ask(name + "-hash", "$*", kScores);
+    // The names in the section of a group are those of subgroups.
+    if (section.type() == stSectionList &&
+        !groups_.count(FoldName(View(SectionName(section)))))
+      ask(name, " &", kScores);
   }
 }
 
-// Whether a section with that prefix serves. Words may be gathered from other
-// sections; one text may be held against strings of any kind and against
-// patterns.
-bool IsReadAs(const std::string& prefix, const KnownSection& known) {
-  if (prefix == known.prefix) return true;
-  const std::string wanted = known.prefix;
-  if (wanted.empty()) return prefix == "&";
-  return wanted == "#" && (prefix == "$" || prefix == "!" || prefix == "&");
+// Also as the switch of words that others name.
+bool Lint::isAsked(const std::string& name) const {
+  if (asked_.count(name) > 0) return true;
+  if (name.compare(0, 3, "no-") != 0) return false;
+  const auto words = asked_.find(name.substr(3));
+  return words != asked_.end() && words->second.prefixes[0] == ' ';
+}
+
+unsigned Lint::flagsOf(const SourceSection& section) const {
+  const std::string name = SectionName(section);
+  const KnownSection* known = FindKnownSection(name);
+  if (known) return known->flags;
+  const auto asked = asked_.find(FoldName(View(name)));
+  return asked == asked_.end() ? 0 : asked->second.flags;
+}
+
+// ---- What is wrong with a section
+
+void Lint::checkPrefix(const SourceSection& section, const char* prefixes) {
+  const std::string name = SectionName(section);
+  const std::string prefix =
+      section.name.substr(0, section.name.size() - name.size());
+  if (strchr(prefixes, prefix.empty() ? ' ' : prefix[0])) return;
+  const std::string wanted(1, prefixes[0]);
+  messages_.warning(
+      section.start, 1,
+      "this section is read as [" + (wanted == " " ? "" : wanted) + name + "]");
 }
 
 void Lint::checkName(const SourceSection& section) {
-  const std::string name = NameOf(section);
+  const std::string name = SectionName(section);
   const KnownSection* known = FindKnownSection(name);
-  if (!known) {
-    const std::string folded = FoldName(View(name));
-    const bool asked =
-        asked_.count(folded) > 0 || (folded.compare(0, 3, "no-") == 0 &&
-                                     asked_.count(folded.substr(3)) > 0);
-    if (!asked && !patch_)
-      messages_.warning(section.start, 0, "no check reads this section");
-    return;
-  }
-  const size_t length = section.name.size() - name.size();
-  const std::string prefix = section.name.substr(0, length);
-  if (!IsReadAs(prefix, *known))
-    messages_.warning(section.start, 1,
-                      "this section is read as [" + std::string(known->prefix) +
-                          known->name + "]");
+  const std::string folded = FoldName(View(name));
+  const auto asked = asked_.find(folded);
+  if (known)
+    checkPrefix(section, known->prefixes);
+  else if (asked != asked_.end())
+    checkPrefix(section, asked->second.prefixes);
+  else if (isAsked(folded))
+    checkPrefix(section, "^");
+  else if (!patch_)
+    messages_.warning(section.start, 0, "no check reads this section");
 }
 
-// A line of another section that scores, among those with scores, is told by
-// the compiler.
+// Lines of strings, rules and patterns without a score, among others with one,
+// are told by the compiler.
 void Lint::checkScores(const SourceSection& section) {
-  const KnownSection* known = FindKnownSection(NameOf(section));
   const uint16_t type = section.type();
-  if (!known || !known->scores || type == stSortedMd5 ||
-      type == stSectionList || section.lines.empty())
+  if (!(flagsOf(section) & kScores) || type == stSortedMd5 ||
+      type == stSectionList || section.patch || section.lines.empty())
     return;
+  std::vector<const SourceLine*> zeros;
   for (const SourceLine& line : section.lines) {
     int32_t score;
-    TextOf(section, line, &score);
-    if (score != 0) return;
+    LintedText(section, line, &score);
+    if (score == 0) zeros.push_back(&line);
   }
-  messages_.warning(section.start, 0, "no line of this section has a score");
+  if (zeros.size() == section.lines.size()) {
+    messages_.warning(section.start, 0, "no line of this section has a score");
+  } else if (type == stPattern || type == stMd5) {
+    for (const SourceLine* line : zeros)
+      messages_.warning(*line, 0, "with a score of 0 the line does nothing");
+  }
 }
 
-// Lines of sections with an index are compared by the compiler.
+// Lines of sections with an index are compared by the compiler. Strings are
+// held against a text in any case.
 void Lint::checkRepeats(const SourceSection& section) {
   if ((section.flags() & sfHashed) || section.type() == stSortedMd5 ||
       section.patch)
@@ -285,10 +292,13 @@ void Lint::checkRepeats(const SourceSection& section) {
   std::map<std::string, uint32_t> seen;
   for (const SourceLine& line : section.lines) {
     int32_t score;
-    const TBLOCK text = TextOf(section, line, &score);
-    const auto found = seen.emplace(
-        std::string(reinterpret_cast<const char*>(text.pointer), text.length),
-        line.number);
+    const TBLOCK text = LintedText(section, line, &score);
+    const std::string key =
+        section.type() == stString
+            ? FoldName(text)
+            : std::string(reinterpret_cast<const char*>(text.pointer),
+                          text.length);
+    const auto found = seen.emplace(key, line.number);
     if (!found.second)
       messages_.warning(line, 0,
                         "the line stands already at line " +
@@ -296,80 +306,113 @@ void Lint::checkRepeats(const SourceSection& section) {
   }
 }
 
-void Lint::checkPattern(const SourceLine& line, TBLOCK text) {
-  RULEPATTERN pattern;
-  pattern.read(text);
-  for (const REGEX* half : {&pattern.wanted, &pattern.unwanted}) {
-    const char* const cost =
-        half->pattern.empty() ? nullptr : CostOf(half->pattern);
-    if (cost) messages_.warning(line, OffsetIn(line, half->pattern), cost);
-  }
-}
+// ---- Rules and patterns
 
 // Fields that are filled from the body: header filters run ahead of it.
 const char kBodyFields[] =
     ",url,img,cid,html,table,class,name,generator,domain,content,firstline,"
-    "lastline,host,httphost,adncid,adnhtml,adntable,adntext,unsub,urlparam,"
-    "phone,http,imgsize,badtag,adnurl,adnfilename,tagparam,emails,urlpath,"
-    "imgpath,words,adnlines,linewords,charcounts,adncharcounts,lines,imgweight,"
-    "tokens,attext,linktext,invisible,adnparts,style,adnattach,partmimetype,"
-    "linktags,imgfile,imglink,zip,adnurl2,country,filename,comments,htmltags,"
-    "imgdomain,";
+    "lastline,multipart,tags,host,httphost,adncid,adnhtml,adntable,adntext,"
+    "unsub,urlparam,phone,counts,http,imgsize,badtag,adnurl,adnfilename,"
+    "tagparam,adntagparam,emails,urlpath,imgpath,words,adndates,adnlines,"
+    "linewords,charcounts,adncharcounts,lines,imgweight,tokens,attext,linktext,"
+    "invisible,adnparts,style,adnattach,partmimetype,linktags,imgfile,imglink,"
+    "zip,adnurl2,country,filename,comments,htmltags,imgdomain,";
+// Those that may hold all of a body, in one element or in thousands.
+const char kLongFields[] =
+    ",content,html,adnhtml,adntext,words,lines,comments,style,invisible,"
+    "htmltags,tagparam,adntagparam,";
+const char kReservedFields[] =
+    ",lang,list,fulltext,locu,md5,virus,disponible,cause,";
 
-bool IsBodyField(TBLOCK name) {
-  return std::string(kBodyFields).find("," + FoldName(name) + ",") !=
+bool IsOneOf(const char* fields, TBLOCK name) {
+  return std::string(fields).find("," + FoldName(name) + ",") !=
          std::string::npos;
 }
 
-const char* const kHeaderPhase[] = {
-    "=HeaderRegex",  "No-Hdr",         "No-Received",
-    "No-MessageId",  "No-HeaderRegex", "Only-Hdr",
-    "Only-Received", "Only-MessageId", "Only-HeaderRegex"};
+void Lint::checkPattern(const SourceLine& line, TBLOCK text, bool longText) {
+  RULEPATTERN pattern;
+  pattern.read(text);
+  for (const REGEX* half : {&pattern.wanted, &pattern.unwanted}) {
+    const char* const cost = half->pattern.empty()
+                                 ? nullptr
+                                 : CostOfPattern(half->pattern, longText);
+    if (cost) messages_.warning(line, OffsetIn(line, half->pattern), cost);
+  }
+}
 
-void Lint::checkRule(const SourceSection& section, const SourceLine& line,
-                     TBLOCK text) {
+void Lint::checkField(const SourceLine& line, TBLOCK leafText,
+                      const TQMEXPR& leaf, bool early) {
+  const size_t at = OffsetIn(line, leafText);
+  if (leaf.field == kHeaderRuleField) return;
+  if (early && IsOneOf(kBodyFields, leaf.fieldName))
+    messages_.warning(line, at,
+                      "this field is empty when the rule is asked: the body "
+                      "has not been read");
+  if (IsOneOf(kReservedFields, leaf.fieldName))
+    messages_.warning(line, at, "this field never has a value");
+}
+
+void Lint::checkRule(const SourceLine& line, TBLOCK text, bool early) {
   TQMRULE rule;
   BLOCK store(0, 4096);
   if (!ParseRule(text, rule, store)) return;
-  bool early = false;
-  for (const char* name : kHeaderPhase) early = early || IsNamed(section, name);
   const TRULEPART* parts = reinterpret_cast<const TRULEPART*>(store.data);
   for (uint32_t i = 0; i < rule.count; i++) {
     TQMEXPR leaf;
     if (parts[i].kind != TRULEPART::rkLeaf || !leaf.parse(parts[i].text, dico_))
       continue;
-    if (!leaf.isSection) checkPattern(line, leaf.value);
-    if (early && IsBodyField(leaf.fieldName))
-      messages_.warning(line, OffsetIn(line, parts[i].text),
-                        "this field is empty when the rule is asked: the body "
-                        "has not been read");
+    if (!leaf.isSection)
+      checkPattern(line, leaf.value, IsOneOf(kLongFields, leaf.fieldName));
+    checkField(line, parts[i].text, leaf, early);
   }
 }
 
 void Lint::checkPatterns(const SourceSection& section) {
+  const KnownSection* known = FindKnownSection(SectionName(section));
+  const unsigned flags = flagsOf(section);
+  const uint16_t type = section.type();
   for (const SourceLine& line : section.lines) {
     int32_t score;
-    TBLOCK text = TextOf(section, line, &score);
-    if (text.empty()) continue;
-    if (section.type() == stRule) checkRule(section, line, text);
-    if (section.type() == stNamedRegex)
+    TBLOCK text = LintedText(section, line, &score);
+    if (type == stRule) checkRule(line, text, (flags & kEarly) != 0);
+    if (type != stRegex && type != stNamedRegex) continue;
+    // Behind the name of a field, or of the line.
+    if (type == stNamedRegex)
       text.skip(static_cast<uint32_t>(text.findByte(':') + 1));
-    if (section.type() == stRegex || section.type() == stNamedRegex) {
-      text.trim();
-      if (!text.empty()) checkPattern(line, text);
-    }
+    else if (known && (known->form == kFieldForm || known->form == kMetaForm))
+      text.skip(static_cast<uint32_t>(text.findByte('=') + 1));
+    text.trim();
+    if (!text.empty()) checkPattern(line, text, (flags & kLongText) != 0);
   }
 }
 
-void Lint::run() {
+// Words are looked up in the dictionary that the source makes.
+void Lint::checkWords(TKwObj& object) {
+  std::unique_ptr<BLOCK> image(new BLOCK(0, 65536));
+  REGEXPOOL pool;
+  TQMDICO compiled(&pool, nullptr);
+  if (!object.WriteToStream(image.get()) ||
+      !compiled.loadKeywordsFromBlock(image.release()))
+    return;
+  for (const SourceSection& section : source_.sections)
+    if (section.type() == stPattern)
+      LintWords(section, FindKnownSection(SectionName(section)), compiled,
+                messages_);
+}
+
+void Lint::run(TKwObj* object) {
+  for (const SourceSection& section : source_.sections) addGroups(section);
   for (const SourceSection& section : source_.sections) addReferences(section);
   for (const SourceSection& section : source_.sections) {
     if (section.start.text.empty()) continue;  // the compiler's own
+    const KnownSection* known = FindKnownSection(SectionName(section));
     checkName(section);
     checkScores(section);
     checkRepeats(section);
     checkPatterns(section);
+    if (known) LintForms(section, *known, messages_);
   }
+  if (object) checkWords(*object);
 }
 
 int RunLint(const LintOptions& options) {
@@ -389,7 +432,9 @@ int RunLint(const LintOptions& options) {
   TKwObj object;
   if (ReadSource(compile, findings, source)) {
     BuildObject(source, findings, object);
-    Lint(source, options.patch, findings).run();
+    // What is wrong already may be all there is to say of such a line.
+    const bool built = findings.errors() == 0 && !options.patch;
+    Lint(source, options.patch, findings).run(built ? &object : nullptr);
   }
   findings.print(options.json);
   return findings.any() ? kExitFailed : kExitOk;

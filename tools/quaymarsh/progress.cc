@@ -12,9 +12,10 @@ const size_t kBarWidth = 40;
 
 }  // namespace
 
-Progress::Progress(FILE* report, size_t total)
-    : active_(isatty(STDERR_FILENO) && !isatty(fileno(report))),
-      total_(total) {}
+Progress::Progress(FILE* report, size_t total, const char* noun)
+    : active_(isatty(STDERR_FILENO) && !(report && isatty(fileno(report)))),
+      total_(total),
+      noun_(noun) {}
 
 void Progress::step() {
   ++count_;
@@ -29,13 +30,13 @@ void Progress::step() {
 void Progress::show() {
   shown_ = true;
   if (total_ == 0) {
-    fprintf(stderr, "\r%zu messages", count_);
+    fprintf(stderr, "\r%zu %s", count_, noun_);
     return;
   }
   const size_t done = count_ < total_ ? count_ : total_;
   const std::string bar(done * kBarWidth / total_, '#');
-  fprintf(stderr, "\r[%-*s] %zu of %zu files", static_cast<int>(kBarWidth),
-          bar.c_str(), done, total_);
+  fprintf(stderr, "\r[%-*s] %zu of %zu %s", static_cast<int>(kBarWidth),
+          bar.c_str(), done, total_, noun_);
 }
 
 void Progress::clear() {

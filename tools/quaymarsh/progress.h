@@ -8,9 +8,11 @@
 
 class Progress {
  public:
-  // Silent when the results, which go to `report`, come to a terminal, too:
-  // they show it already. With a total there is a bar, else a count.
-  explicit Progress(FILE* report, size_t total = 0);
+  // Silent when results are written to `report` all the time and that is a
+  // terminal, too: they show it already. Null: results come at the end. With a
+  // total there is a bar, else a count; `noun` is what is counted.
+  explicit Progress(FILE* report, size_t total = 0,
+                    const char* noun = "messages");
   ~Progress() { clear(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
@@ -24,6 +26,7 @@ class Progress {
 
   const bool active_;
   const size_t total_;
+  const char* const noun_;
   bool shown_ = false;
   size_t count_ = 0;
   time_t shownAt_ = 0;

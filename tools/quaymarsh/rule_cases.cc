@@ -162,7 +162,9 @@ bool ReadRuleCases(const std::string& path, std::vector<RuleCase>* cases,
   for (size_t at = 0; at < text.size();) {
     const size_t end = text.find('\n', at);
     const size_t length = (end == std::string::npos ? text.size() : end) - at;
-    if (!reader.addLine(text.substr(at, length))) return false;
+    // Messages are made of plain lines, whatever the editor made of them.
+    const bool cr = length > 0 && text[at + length - 1] == '\r';
+    if (!reader.addLine(text.substr(at, length - cr))) return false;
     at += length + 1;
   }
   reader.finish();

@@ -25,6 +25,8 @@
 #include "cause_text.h"
 #include "commands.h"
 #include "compiler.h"
+#include "known_sections.h"
+#include "lint_lines.h"
 #include "printable.h"
 #include "progress.h"
 #include "regex/regex_pool.h"
@@ -69,25 +71,28 @@ struct Dictionary {
   std::unique_ptr<UrlBlacklist> blacklist;
 };
 
-// Of a line: options and score taken off, of a rule with a name that name.
-std::string LineKey(const SourceSection& section, const SourceLine& line,
-                    int32_t* score) {
-  TBLOCK text = View(line.text);
-  uint16_t bits = 0;
-  const uint16_t type = section.type();
-  *score = type == stPattern ? 100 : 0;
-  if (type == stPattern) ReadOptions(text, bits);
-  if (type != stSortedMd5) ReadScore(text, *score, bits);
-  TBLOCK name;
-  if (type == stRule && TQMMSG::parseRuleName(text, name)) text = name;
+std::string Copy(TBLOCK text) {
   return std::string(reinterpret_cast<const char*>(text.pointer), text.length);
 }
 
-std::string SectionKey(const SourceSection& section) {
-  TBLOCK name = View(section.name);
-  uint16_t type, flags;
-  GetSectionType(name, type, flags);
-  return FoldName(name);
+// How tests name a line: options and score taken off, of a rule with a name
+// that name.
+std::string LineKey(const SourceSection& section, const SourceLine& line) {
+  int32_t score;
+  TBLOCK text = LintedText(section, line, &score);
+  TBLOCK name;
+  if (section.type() == stRule && TQMMSG::parseRuleName(text, name))
+    text = name;
+  return Copy(text);
+}
+
+// What a hit of the line is worth; 0 where it does not score.
+int32_t PointsOf(const SourceSection& section, const SourceLine& line) {
+  int32_t score;
+  LintedText(section, line, &score);
+  const KnownSection* known = FindKnownSection(SectionName(section));
+  if (!known || (known->flags & kScores)) return score;
+  return known->points;
 }
 
 class TestRun {
@@ -114,14 +119,14 @@ class TestRun {
   void indexLines();
   Dictionary build(const Source& source, bool first);
   Answer scan(const Dictionary& dictionary, const RuleCase& test);
-  void checkAnswers();
   void checkVerdicts(size_t test);
   void groupClaims();
   void checkLine(const NamedLine& line);
   void checkCoverage();
   void fail(const std::string& file, uint32_t number, const std::string& what);
-  // Runs work(i) for each i below n, in all threads.
-  void inThreads(size_t n, const std::function<void(size_t)>& work);
+  // Runs work(i) for each i below n, in all threads; `noun` is what i counts.
+  void inThreads(size_t n, const char* noun,
+                 const std::function<void(size_t)>& work);
 
   const TestOptions& options_;
   std::vector<std::string> sourceFiles_, testFiles_;
@@ -209,11 +214,14 @@ bool TestRun::readFiles() {
 void TestRun::indexLines() {
   for (size_t i = 0; i < source_.sections.size(); i++) {
     const SourceSection& section = source_.sections[i];
-    const std::string name = SectionKey(section);
+    const std::string name = FoldName(View(SectionName(section))) + ": ";
     for (size_t k = 0; k < section.lines.size(); k++) {
+      const SourceLine& line = section.lines[k];
+      const LinePlace place = {i, k};
+      if (lines_.emplace(name + LineKey(section, line), place).second) continue;
+      // Rules may share a name: all but the first are named by their text.
       int32_t score;
-      lines_.emplace(name + ": " + LineKey(section, section.lines[k], &score),
-                     LinePlace{i, k});
+      lines_.emplace(name + Copy(LintedText(section, line, &score)), place);
     }
   }
 }
@@ -263,8 +271,9 @@ Answer TestRun::scan(const Dictionary& dictionary, const RuleCase& test) {
       std::string(reinterpret_cast<const char*>(cause.pointer), cause.length)};
 }
 
-void TestRun::inThreads(size_t n, const std::function<void(size_t)>& work) {
-  Progress progress(stdout, n);
+void TestRun::inThreads(size_t n, const char* noun,
+                        const std::function<void(size_t)>& work) {
+  Progress progress(nullptr, n, noun);
   std::atomic<size_t> next(0);
   std::mutex progressLock;
   const auto loop = [&]() {
@@ -344,14 +353,13 @@ void TestRun::checkLine(const NamedLine& line) {
   }
 }
 
-// Every line that can make a message spam with another one is tested.
+// Every line that can make a message spam with another one is tested, and those
+// that do so by themselves, whatever the number in front of them.
 void TestRun::checkCoverage() {
   for (const auto& item : lines_) {
     const SourceSection& section = source_.sections[item.second.section];
     const SourceLine& line = section.lines[item.second.line];
-    int32_t score;
-    LineKey(section, line, &score);
-    if (abs(score) < kTestedScore) continue;
+    if (abs(PointsOf(section, line)) < kTestedScore) continue;
     bool hit = false, miss = false;
     const auto named = named_.find(item.first);
     if (named != named_.end()) {
@@ -366,15 +374,17 @@ void TestRun::checkCoverage() {
 int TestRun::run() {
   if (!listFiles() || !readFiles()) return exitCode_;
   answers_.resize(cases_.size());
-  inThreads(cases_.size(), [this](size_t i) { checkVerdicts(i); });
+  inThreads(cases_.size(), "messages", [this](size_t i) { checkVerdicts(i); });
   groupClaims();
   std::vector<const NamedLine*> work;
   for (const auto& item : named_) work.push_back(&item.second);
-  inThreads(work.size(), [&](size_t i) { checkLine(*work[i]); });
+  inThreads(work.size(), "lines", [&](size_t i) { checkLine(*work[i]); });
   checkCoverage();
   std::sort(failures_.begin(), failures_.end(),
             [](const Failure& a, const Failure& b) {
-              return a.file != b.file ? a.file < b.file : a.number < b.number;
+              if (a.file != b.file) return a.file < b.file;
+              return a.number != b.number ? a.number < b.number
+                                          : a.what < b.what;
             });
   for (const Failure& failure : failures_)
     printf("%s:%u: %s\n", Printable(failure.file).c_str(), failure.number,

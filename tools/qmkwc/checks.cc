@@ -44,6 +44,7 @@ class SectionCheck {
   void checkLeaf(const SourceLine& line, TBLOCK leaf);
   void checkField(const SourceLine& line, TBLOCK field, const TQMEXPR& leaf);
   void checkReference(const SourceLine& line, TBLOCK name, bool indexed);
+  bool isSubgroup(TBLOCK name) const;
   void checkScores();
 
   const SourceSection& section_;
@@ -102,7 +103,8 @@ void SectionCheck::checkLine(const SourceLine& line) {
   else
     text = behind;
   if (scored && score != 0) scores_ = true;
-  if (score == 0) unscored_.push_back(&line);
+  // "<0>" is meant so.
+  if (score == 0 && !scored) unscored_.push_back(&line);
   if (text.empty())
     messages_.warning(line, line.text.size(), "the line has no text");
   if (section_.flags() & sfHashed || type_ == stSortedMd5)
@@ -112,7 +114,8 @@ void SectionCheck::checkLine(const SourceLine& line) {
   if (type_ == stRegex) checkPattern(line, text);
   if (type_ == stNamedRegex) checkNamedRegex(line, text);
   if (type_ == stRule) checkRule(line, text);
-  if (type_ == stSectionList) checkReference(line, text, false);
+  if (type_ == stSectionList && !isSubgroup(text))
+    checkReference(line, text, false);
 }
 
 void SectionCheck::checkOptions(const SourceLine& line, TBLOCK text) {
@@ -302,6 +305,19 @@ void SectionCheck::checkField(const SourceLine& line, TBLOCK field,
   }
   if (leaf.field == 0)
     messages_.warning(line, at, "unknown field: it never has a value");
+}
+
+// In the section of a word group G a line "sub" or "+sub" stands for sections
+// "G\sub-...".
+bool SectionCheck::isSubgroup(TBLOCK name) const {
+  TBLOCK group = View(section_.name);
+  uint16_t type, flags;
+  GetSectionType(group, type, flags);
+  if (!name.empty() && name[0] == '+') name.skip(1);
+  const std::string front = FoldName(group) + "\\" + FoldName(name);
+  const auto found = names_.flags.lower_bound(front);
+  return found != names_.flags.end() &&
+         found->first.compare(0, front.size(), front) == 0;
 }
 
 // A section that is asked by name. Those of other images are not known, so a

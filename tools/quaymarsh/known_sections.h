@@ -24,7 +24,11 @@ enum : unsigned {
   kFirstOnly = 2,  // one line that fits is as good as two
   kLongText = 4,   // its patterns are held against all of a body
   kEarly = 8,      // its rules are asked when only the header is known
-  kNoSwitch = 16   // of words: rules [^No-NAME] are not asked
+  kNoSwitch = 16,  // of words: rules [^No-NAME] are not asked
+  // A star that is neither first nor last is an ordinary byte; or it ends what
+  // is looked at. Elsewhere it stands for anything.
+  kPlainStar = 32,
+  kLastStar = 64
 };
 
 struct KnownSection {

@@ -80,13 +80,29 @@ const char* FormFault(LineForm form, TBLOCK text) {
   return nullptr;
 }
 
-// Place of a star that is an ordinary byte: only the first one has a meaning,
-// and one at the very end. -1: there is none.
-int32_t LiteralStar(TBLOCK text) {
-  const int32_t first = text.findByte('*');
-  if (first < 0) return -1;
-  const int32_t next = text.findByte('*', static_cast<uint32_t>(first) + 1);
-  return next >= 0 && static_cast<uint32_t>(next) + 1 < text.length ? next : -1;
+// The first star in a text that is neither its first byte nor its last; -1.
+int32_t InnerStar(TBLOCK text, uint32_t from) {
+  const int32_t at = text.findByte('*', from);
+  return at >= 0 && static_cast<uint32_t>(at) + 1 < text.length ? at : -1;
+}
+
+// A star that does not do what it seems to, and what it does. -1: there is
+// none. Only the first star has a meaning, and one at the end behind a first
+// byte that is one, too.
+int32_t FindOddStar(unsigned flags, TBLOCK text, const char** what) {
+  const bool leads = !text.empty() && text[0] == '*';
+  const int32_t inner = InnerStar(text, 1);
+  if (inner >= 0 && (leads || (flags & kPlainStar))) {
+    *what =
+        "this star stands for itself: only one in front and one at the end "
+        "stand for anything here";
+    return inner;
+  }
+  if (inner < 0) return -1;
+  *what = "nothing behind this star is looked at";
+  if (flags & kLastStar) return inner;
+  *what = "this star stands for itself: only the first one stands for anything";
+  return text.findByte('*', static_cast<uint32_t>(inner) + 1);
 }
 
 // Behind a label in front of "|", where the section has such.
@@ -96,6 +112,21 @@ TBLOCK WithoutLabel(const KnownSection& known, TBLOCK text) {
   if (bar >= 0) text.skip(static_cast<uint32_t>(bar) + 1);
   text.trim();
   return text;
+}
+
+// Whether lines are patterns with stars, where "NAME=VALUE" has such a value.
+bool HasStars(const KnownSection& known) {
+  switch (known.form) {
+    case kFieldForm:
+    case kMetaForm:
+      return (known.flags & (kPlainStar | kLastStar)) != 0;
+    case kAnyForm:
+    case kPairForm:
+    case kSuffixForm:
+      return true;
+    default:
+      return false;
+  }
 }
 
 // Of sections that only look for the first line that fits.
@@ -150,10 +181,19 @@ std::string SampleWord(TBLOCK pattern, bool optionalToo, const char* star) {
   return word;
 }
 
+// How the texts of a section are split into words.
+enum WordSource { kTexts, kUrls, kPieces };
+
+WordSource SourceOfWords(const std::string& section) {
+  const std::string name = FoldName(View(section));
+  if (name == "hrefwords") return kUrls;
+  return name == "linkwords" || name == "addrwords" ? kPieces : kTexts;
+}
+
 class WordLine {
  public:
-  WordLine(TQMDICO& dico, const TQKLINE* line, bool urls)
-      : dico_(dico), image_(dico.image()), line_(line), urls_(urls) {}
+  WordLine(TQMDICO& dico, const TQKLINE* line, WordSource source)
+      : dico_(dico), image_(dico.image()), line_(line), source_(source) {}
 
   // The first alternative that no text has: its words and what they are read
   // as. False when there is none.
@@ -173,7 +213,7 @@ class WordLine {
   TQMDICO& dico_;
   const KWIMAGE& image_;
   const TQKLINE* const line_;
-  const bool urls_;
+  const WordSource source_;
 };
 
 std::string WordLine::phrase(uint32_t group, uint32_t alternative,
@@ -187,7 +227,7 @@ std::string WordLine::phrase(uint32_t group, uint32_t alternative,
     const std::string word =
         SampleWord(image_.word(words->first + i), words->count == 1, star);
     if (word.empty()) continue;
-    if (!text.empty()) text += urls_ ? "/" : " ";
+    if (!text.empty()) text += source_ == kUrls ? "/" : " ";
     text += word;
   }
   return text;
@@ -202,7 +242,7 @@ std::string WordLine::text(uint32_t group, uint32_t alternative, uint32_t rest,
   for (uint32_t i = 0; i < line_->length; i++) {
     const TQKAND* record = image_.andRecord(line_->text + i);
     if (!record || record->count == 0) continue;
-    if (i > 0) all += urls_ ? "/vvv/" : " vvv ";
+    if (i > 0) all += source_ == kUrls ? "/vvv/" : " vvv ";
     all += phrase(
         i, i == group ? alternative : std::min(rest, record->count - 1), star);
   }
@@ -221,8 +261,10 @@ bool WordLine::isFindable(uint32_t group, uint32_t alternative,
 
 bool WordLine::isFound(const std::string& text, std::string* read) const {
   TBLOCKVECT words(0);
-  if (urls_)
+  if (source_ == kUrls)
     BlockToWords(View(text), words, 0);
+  else if (source_ == kPieces)
+    TBLOCK::GetBlockWordList(View(text), words, bitWordSep);
   else
     ParseBlockWords(dico_.pool, View(text), words, nullptr);
   const TBLOCK recipient(kRecipient);
@@ -294,16 +336,16 @@ void LintForms(const SourceSection& section, const KnownSection& known,
     const size_t at = text.empty() ? 0 : OffsetIn(line, text);
     const char* const fault = FormFault(known.form, text);
     if (fault) messages.warning(line, at, fault);
-    if (type != stString || known.form == kFieldForm ||
-        known.form == kCountForm || known.form == kCharsForm)
-      continue;
-    const TBLOCK pattern = WithoutLabel(known, text);
-    const int32_t star = LiteralStar(pattern);
+    TBLOCK pattern = WithoutLabel(known, text);
+    if (known.form == kFieldForm || known.form == kMetaForm)
+      pattern.skip(static_cast<uint32_t>(pattern.findByte('=') + 1));
+    const char* what = nullptr;
+    const int32_t star = type == stString && HasStars(known)
+                             ? FindOddStar(known.flags, pattern, &what)
+                             : -1;
     if (star >= 0)
-      messages.warning(line,
-                       OffsetIn(line, pattern) + static_cast<size_t>(star),
-                       "this star stands for itself: only the first one and "
-                       "one at the end stand for anything");
+      messages.warning(
+          line, OffsetIn(line, pattern) + static_cast<size_t>(star), what);
   }
   if ((known.flags & kFirstOnly) && type == stString && !section.patch)
     LintShadows(section, known, messages);
@@ -317,11 +359,11 @@ void LintWords(const SourceSection& section, const KnownSection* known,
       dico.image().lineCountOf(found) != section.lines.size())
     return;
   const bool oneWord = known && known->form == kOneWordForm;
-  const bool urls = known && FoldName(View(name)) == "hrefwords";
   for (size_t i = 0; i < section.lines.size(); i++) {
     const SourceLine& line = section.lines[i];
     const WordLine words(
-        dico, dico.image().sectionLine(found, static_cast<uint32_t>(i)), urls);
+        dico, dico.image().sectionLine(found, static_cast<uint32_t>(i)),
+        SourceOfWords(name));
     int32_t score;
     const TBLOCK text = LintedText(section, line, &score);
     const size_t at = text.empty() ? 0 : OffsetIn(line, text);

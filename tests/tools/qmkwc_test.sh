@@ -198,8 +198,9 @@ END
 
 # ---- Patches
 
+version=$("$cli" dict | sed -n '1s/^version \([^:]*\):.*/\1/p')
 source_file p.kws '[+$EmailNames]' '-john' '++zzz' '[+#param]' \
-  '--version=01.000.01' '++version=9'
+  "--version=$version" '++version=9'
 source_file q.kws '[+$EmailNames]' '-not there'
 "$kwc" --patch -o p.kwo p.kws || fail 'a patch'
 "$kwc" --patch -o q.kwo q.kws || fail 'another patch'

@@ -226,6 +226,13 @@ const char kFooter[] =
     "Exit code: as of scan; 65 also when the causes of a message don't add\n"
     "up to its score.";
 
+const char kDiffFooter[] =
+    "Prints messages that are judged in another way, causes that hit other\n"
+    "numbers of messages or have other points, and the share of spam in what\n"
+    "both runs have. Messages are known by the names of their files.\n"
+    "Exit code: 0; 64 usage; 65 what is no such run; 66 input missing; 74\n"
+    "I/O error.";
+
 void CheckOptions(CorpusOptions* options) {
   if (options->spam.empty() && options->ham.empty())
     throw CLI::ValidationError("corpus", "no input: --spam, --ham or both");
@@ -246,7 +253,8 @@ void AddDiffCommand(CLI::App* corpus, std::shared_ptr<CorpusOptions> options,
   diff->add_option("B", options->after, "The run after")
       ->type_name("")
       ->required();
-  diff->add_flag("--json", options->json, "A JSON object");
+  diff->add_flag("--json", options->json, "One JSON object");
+  diff->footer(kDiffFooter);
   diff->callback([options, exitCode]() {
     *exitCode = DiffCorpusRuns(options->before, options->after, options->json);
   });

@@ -442,7 +442,9 @@ int RunLint(const LintOptions& options) {
 
 const char kFooter[] =
     "Prints FILE:LINE:COLUMN: MESSAGE; warnings say so. Give all sources of a\n"
-    "dictionary: sections that others name are looked for among them.\n"
+    "dictionary: sections that others name are looked for among them. What is\n"
+    "looked at is told in doc/keyword-source.md, what each section is for in\n"
+    "doc/sections.md.\n"
     "Exit code: 0 when there is nothing to say, else 1; 64 usage; 66 input\n"
     "missing; 74 I/O error.";
 

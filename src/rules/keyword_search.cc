@@ -73,33 +73,51 @@ TGROUPMEMO NothingSeen(int32_t from) {
 
 }  // namespace
 
+// What searches need to know of a list of words, whatever they look for.
+struct TWORDINDEX {
+  const TBLOCKVECT& words;
+  TWORDSHAPE* shapes;       // owned; of each word
+  uint64_t* sets;           // owned; kWordSets of `parts` each
+  uint32_t parts;           // of one set
+  uint32_t* wordsOfKey;     // owned; indexes of words, ascending for each key
+  uint32_t keyOffset[257];  // of each key's first in wordsOfKey
+
+  explicit TWORDINDEX(const TBLOCKVECT& list);
+  ~TWORDINDEX();
+  TWORDINDEX(const TWORDINDEX&) = delete;
+  TWORDINDEX& operator=(const TWORDINDEX&) = delete;
+
+  // False when memory is short. Does nothing the second time.
+  bool build();
+
+ private:
+  bool tried, built;
+
+  bool indexShapes();
+  bool indexKeys();
+  void addToSets(uint32_t firstSet, uint32_t letters, uint32_t word);
+};
+
 // One search: the words and what is known of them.
 struct TKEYWORDSEARCH {
   const KWIMAGE& image;
   const TBLOCKVECT& words;
   TBLOCK context;  // the recipient's address
   int onlyWithTips;
+  int32_t starts;                     // words at which a line may begin
+  const TWORDINDEX* index;            // borrowed; null for a line at one word
   const TPATTERNSHAPE* phraseShapes;  // of each OR record; or null
-  TWORDSHAPE* shapes;                 // owned; of each word; or null
-  uint64_t* sets;           // owned; kWordSets of `parts` each; or null
-  uint32_t parts;           // of one set
-  uint32_t* wordsOfKey;     // owned; indexes of words, ascending for each key
-  uint32_t keyOffset[257];  // of each key's first in wordsOfKey
-  int64_t lineWork;         // what a line of few words may cost
-  int64_t work;             // what the present line has left of it
-  TGROUPMEMO memo[kMemoGroups];  // of the present line
+  int64_t lineWork;                   // what a line of few words may cost
+  int64_t work;                       // what the present line has left of it
+  TGROUPMEMO memo[kMemoGroups];       // of the present line
   int64_t sum;
   int32_t hits;
 
   TKEYWORDSEARCH(const KWIMAGE& data, const TBLOCKVECT& list, TBLOCK recipient,
                  int tipsOnly);
-  ~TKEYWORDSEARCH();
-  TKEYWORDSEARCH(const TKEYWORDSEARCH&) = delete;
-  TKEYWORDSEARCH& operator=(const TKEYWORDSEARCH&) = delete;
 
-  // False when memory is short.
-  bool indexShapes(const HSTUFF* stuff);
-  bool indexKeys(int32_t wordCount);
+  // Uses an index of the same words, and the shapes of the dictionary.
+  void use(const TWORDINDEX* wordIndex, const HSTUFF* stuff);
   void startLine(const TQKLINE* line);
   // The words of a part at which a group may begin, the first in bit 0; all of
   // them when no shapes are known.
@@ -110,8 +128,29 @@ struct TKEYWORDSEARCH {
  private:
   uint64_t candidatesOf(const TPATTERNSHAPE& shape, uint32_t options,
                         uint32_t part) const;
-  void addToSets(uint32_t firstSet, uint32_t letters, uint32_t word);
 };
+
+TWORDINDEX::TWORDINDEX(const TBLOCKVECT& list)
+    : words(list),
+      shapes(nullptr),
+      sets(nullptr),
+      parts(0),
+      wordsOfKey(nullptr),
+      keyOffset(),
+      tried(false),
+      built(false) {}
+
+TWORDINDEX::~TWORDINDEX() {
+  delete[] shapes;
+  delete[] sets;
+  delete[] wordsOfKey;
+}
+
+bool TWORDINDEX::build() {
+  if (!tried) built = indexShapes() && indexKeys();
+  tried = true;
+  return built;
+}
 
 TKEYWORDSEARCH::TKEYWORDSEARCH(const KWIMAGE& data, const TBLOCKVECT& list,
                                TBLOCK recipient, int tipsOnly)
@@ -119,12 +158,9 @@ TKEYWORDSEARCH::TKEYWORDSEARCH(const KWIMAGE& data, const TBLOCKVECT& list,
       words(list),
       context(recipient),
       onlyWithTips(tipsOnly),
+      starts(list.count()),
+      index(nullptr),
       phraseShapes(nullptr),
-      shapes(nullptr),
-      sets(nullptr),
-      parts(0),
-      wordsOfKey(nullptr),
-      keyOffset(),
       lineWork(0),
       work(0),
       memo(),
@@ -135,10 +171,9 @@ TKEYWORDSEARCH::TKEYWORDSEARCH(const KWIMAGE& data, const TBLOCKVECT& list,
   lineWork = kMaxLinePasses * (lineWork + 1024);
 }
 
-TKEYWORDSEARCH::~TKEYWORDSEARCH() {
-  delete[] shapes;
-  delete[] sets;
-  delete[] wordsOfKey;
+void TKEYWORDSEARCH::use(const TWORDINDEX* wordIndex, const HSTUFF* stuff) {
+  index = wordIndex;
+  phraseShapes = stuff ? stuff->patterns.shapes : nullptr;
 }
 
 void TKEYWORDSEARCH::startLine(const TQKLINE* line) {
@@ -153,21 +188,19 @@ void TKEYWORDSEARCH::startLine(const TQKLINE* line) {
   work = lineWork * (1 + alternatives / kAlternativesOfPass);
 }
 
-void TKEYWORDSEARCH::addToSets(uint32_t firstSet, uint32_t letters,
-                               uint32_t word) {
+void TWORDINDEX::addToSets(uint32_t firstSet, uint32_t letters, uint32_t word) {
   const uint64_t bit = uint64_t{1} << (word % kWordsInPart);
   uint64_t* part = sets + size_t{firstSet} * parts + word / kWordsInPart;
   for (uint32_t left = letters & kAllLetters; left; left &= left - 1)
     part[size_t{LowestBit(left)} * parts] |= bit;
 }
 
-bool TKEYWORDSEARCH::indexShapes(const HSTUFF* stuff) {
+bool TWORDINDEX::indexShapes() {
   const uint32_t n = static_cast<uint32_t>(words.count());
   parts = (n + kWordsInPart - 1) / kWordsInPart;
   shapes = new (std::nothrow) TWORDSHAPE[n];
   sets = new (std::nothrow) uint64_t[size_t{kWordSets} * parts]();
   if (!shapes || !sets) return false;
-  phraseShapes = stuff ? stuff->patterns.shapes : nullptr;
   for (uint32_t i = 0; i < n; i++) {
     const TWORDSHAPE shape = WordShape(words.get(static_cast<int32_t>(i)));
     shapes[i] = shape;
@@ -194,6 +227,8 @@ uint64_t AnyOf(const uint64_t* sets, uint32_t parts, uint32_t letters) {
 // MayMatch, for all words of the part at once.
 uint64_t TKEYWORDSEARCH::candidatesOf(const TPATTERNSHAPE& shape,
                                       uint32_t options, uint32_t part) const {
+  const uint64_t* const sets = index->sets;
+  const uint32_t parts = index->parts;
   const uint64_t* first = sets + size_t{kFirstSets} * parts + part;
   const uint64_t* ahead = sets + size_t{kAheadSets} * parts + part;
   const uint64_t* holds = sets + size_t{kLetterSets} * parts + part;
@@ -227,7 +262,8 @@ uint64_t TKEYWORDSEARCH::candidates(const TQKAND* group, uint32_t options,
 
 bool TKEYWORDSEARCH::mayBegin(uint32_t phrase, uint32_t options,
                               int32_t word) const {
-  return !phraseShapes || MayMatch(shapes[word], phraseShapes[phrase], options);
+  return !phraseShapes ||
+         MayMatch(index->shapes[word], phraseShapes[phrase], options);
 }
 
 namespace {
@@ -260,8 +296,9 @@ uint32_t WordKeys(TBLOCK word, unsigned char keys[kMaxWordKeys]) {
 }  // namespace
 
 // A counting sort by key: first the sizes, one place up, then the words.
-bool TKEYWORDSEARCH::indexKeys(int32_t wordCount) {
+bool TWORDINDEX::indexKeys() {
   unsigned char keys[kMaxWordKeys];
+  const int32_t wordCount = words.count();
   uint32_t total = 0;
   for (int32_t i = 0; i < wordCount; i++) {
     const TBLOCK word = words.get(i);
@@ -507,12 +544,13 @@ const TLINEORDER* OrderOf(const HSTUFF* stuff, const TQKSECTION* section,
 
 // One line at the words that have its key.
 void TQMDICO::matchKey(const TQKLINE* line, TKEYWORDSEARCH& search) {
-  const uint32_t end = search.keyOffset[line->key + 1];
+  const uint32_t end = search.index->keyOffset[line->key + 1];
   search.startLine(line);
   int32_t from = 0;
-  for (uint32_t i = search.keyOffset[line->key]; i < end && from != kNever;
-       i++) {
-    const int32_t start = static_cast<int32_t>(search.wordsOfKey[i]);
+  for (uint32_t i = search.index->keyOffset[line->key];
+       i < end && from != kNever; i++) {
+    const int32_t start = static_cast<int32_t>(search.index->wordsOfKey[i]);
+    if (start >= search.starts) break;
     if (start < from) continue;
     if (isCounted(line)) break;
     const TLINETRY tried = TryLine(line, search, start);
@@ -526,6 +564,25 @@ void TQMDICO::matchKey(const TQKLINE* line, TKEYWORDSEARCH& search) {
   }
 }
 
+void TQMDICO::keepWords(const TBLOCKVECT& words) {
+  if (keptCount == kKeptLists) return;
+  TWORDINDEX* const kept = new (std::nothrow) TWORDINDEX(words);
+  if (kept) keptWords[keptCount++] = kept;
+}
+
+void TQMDICO::forgetWords() {
+  while (keptCount > 0) delete keptWords[--keptCount];
+}
+
+// The index of the words: one that is kept, or `own`. Null when memory is
+// short.
+const TWORDINDEX* TQMDICO::indexOf(const TBLOCKVECT& words, TWORDINDEX& own) {
+  TWORDINDEX* index = &own;
+  for (int32_t i = 0; i < keptCount; i++)
+    if (&keptWords[i]->words == &words) index = keptWords[i];
+  return index->build() ? index : nullptr;
+}
+
 // Lines don't depend on each other, so they are taken key by key, and only for
 // the keys that the words have.
 int32_t TQMDICO::findKeywords(const TQKSECTION* section,
@@ -536,17 +593,18 @@ int32_t TQMDICO::findKeywords(const TQKSECTION* section,
   if (!IsPatternSection(section)) return 0;
   clearSectionMatchCount(section);
   if (words.count() == 0) return 0;
-  TLINEORDER own;
-  const TLINEORDER* order = OrderOf(stuff, section, own);
+  TLINEORDER ownOrder;
+  TWORDINDEX ownIndex(words);
+  const TLINEORDER* order = OrderOf(stuff, section, ownOrder);
+  const TWORDINDEX* index = indexOf(words, ownIndex);
+  if (!order || !index) return 0;
   TKEYWORDSEARCH search(image(), words, context, onlyWithTips);
-  const bool some = maxWords > 0 && maxWords < words.count();
-  if (!order || !search.indexShapes(stuff) ||
-      !search.indexKeys(some ? maxWords : words.count()))
-    return 0;
+  search.use(index, stuff);
+  if (maxWords > 0 && maxWords < search.starts) search.starts = maxWords;
   uint32_t i = 0;
   for (uint32_t r = 0; r < order->runCount; r++) {
     const TLINEORDER::TKEYRUN& run = order->runs[r];
-    if (search.keyOffset[run.key] == search.keyOffset[run.key + 1]) i = run.end;
+    if (index->keyOffset[run.key] == index->keyOffset[run.key + 1]) i = run.end;
     for (; i < run.end; i++)
       matchKey(image().line(section->first + order->places[i]), search);
   }
@@ -558,8 +616,11 @@ int TQMDICO::beginByKeywords(const char* section, const TBLOCKVECT& words,
                              TBLOCK context, const TQKLINE*& line) {
   const TQKSECTION* found = findSection(section);
   if (!IsPatternSection(found)) return 0;
+  TWORDINDEX ownIndex(words);
+  const TWORDINDEX* index = indexOf(words, ownIndex);
+  if (!index) return 0;
   TKEYWORDSEARCH search(image(), words, context, 0);
-  if (!search.indexShapes(stuff)) return 0;
+  search.use(index, stuff);
   const uint32_t n = image().lineCountOf(found);
   for (uint32_t l = 0; l < n; l++) {
     const TQKLINE* candidate = image().line(found->first + l);
@@ -580,8 +641,11 @@ int TQMDICO::findFirstKeyword(const char* section, const TBLOCKVECT& words,
                               TBLOCK context, const TQKLINE*& line) {
   const TQKSECTION* found = findSection(section);
   if (!IsPatternSection(found)) return 0;
+  TWORDINDEX ownIndex(words);
+  const TWORDINDEX* index = indexOf(words, ownIndex);
+  if (!index) return 0;
   TKEYWORDSEARCH search(image(), words, context, 0);
-  if (!search.indexShapes(stuff)) return 0;
+  search.use(index, stuff);
   const uint32_t n = image().lineCountOf(found);
   int32_t bestStart = words.count();
   uint32_t bestBits = 0;

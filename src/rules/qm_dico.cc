@@ -224,12 +224,15 @@ TQMDICO::TQMDICO(REGEXPOOL* poolToUse, HSTUFF* stuffToShare)
       pool(poolToUse),
       counters(nullptr),
       swapped(0),
-      uncounted() {
+      uncounted(),
+      keptWords(),
+      keptCount(0) {
   if (!sharedStuff) stuff = new (std::nothrow) HSTUFF;
   makeCounters();
 }
 
 TQMDICO::~TQMDICO() {
+  forgetWords();
   release();
 }
 

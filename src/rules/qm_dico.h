@@ -30,6 +30,7 @@ class PATTERNBOOK;
 class RULEBOOK;
 struct TQMRULE;
 struct TKEYWORDSEARCH;  // of keyword_search.cc
+struct TWORDINDEX;      // likewise
 
 // Stores the digest by which a section of that name is found, 16 bytes: 1, or 0
 // for a name that no section can have.
@@ -208,6 +209,11 @@ class TQMDICO {
 
   // ==== Words against pattern lines: keyword_search.cc
 
+  // From here on until forgetWords, the list and its words stay as they are:
+  // what a search finds out about them serves the next one, in any section. For
+  // kKeptLists lists.
+  void keepWords(const TBLOCKVECT& words);
+  void forgetWords();
   // Sum of the scores of the lines found; `hits` gets their number. Match
   // counts are cleared first. context: the recipient's address; onlyWithTips:
   // only disguised words; maxWords: words to begin at, 0 for all.
@@ -240,8 +246,12 @@ class TQMDICO {
                        const TQKLINE*& line);
 
  private:
+  static const int32_t kKeptLists = 3;
+
   TLINECOUNTS uncounted;  // of a line that has no counters; always zeros
-  KWIMAGE noImage;        // in place of one that could not be had
+  TWORDINDEX* keptWords[kKeptLists];  // owned
+  int32_t keptCount;
+  KWIMAGE noImage;  // in place of one that could not be had
 
   void release();
   int makeCounters();
@@ -251,6 +261,7 @@ class TQMDICO {
   // Whether the line has counted and is passed over.
   bool isSpent(const TQKLINE* line);
   void countHit(const TQKLINE* line);
+  const TWORDINDEX* indexOf(const TBLOCKVECT& words, TWORDINDEX& own);
   // A line at the words that have its key.
   void matchKey(const TQKLINE* line, TKEYWORDSEARCH& search);
   bool isCounted(const TQKLINE* line);

@@ -225,6 +225,7 @@ void TQMMSG::prepareUnsub() {
 }
 
 void TQMMSG::parseWords() {
+  dico.forgetWords();
   ParseBlockWords(pool, subject, subjectWords, nullptr);
   ParseBlockWords(pool, fromBox.name, aliasWords, nullptr);
   ParseLinesWords(lineAdn, pool, bodyLines, bodyWords, &emails);
@@ -235,5 +236,7 @@ void TQMMSG::parseWords() {
     lineAdnDetail.text[i] = LetterOfLine(dico, patterns, bodyLines.get(i));
   }
   DropMiddleWords(bodyWords);
+  const TBLOCKVECT* const searched[] = {&bodyWords, &subjectWords, &aliasWords};
+  for (const TBLOCKVECT* list : searched) dico.keepWords(*list);
   dropRegexFields();
 }

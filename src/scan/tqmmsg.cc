@@ -179,6 +179,7 @@ void TQMMSG::clear() {
 }
 
 void TQMMSG::clearBody() {
+  dico.forgetWords();
   bodyParsed = 0;
   links = nullptr;
   freeBodyRecords();

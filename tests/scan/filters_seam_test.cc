@@ -204,6 +204,7 @@ TEST_F(FiltersTest, BlackOrderAndBailout) {
               {299, 0, head + tail},
               {300, 0, head},
               {5000, 1, head + tail}};
+  load("No-Other");
   for (const auto& row : rows) {
     trace = "";
     m.ledger.reset();
@@ -230,6 +231,7 @@ TEST_F(FiltersTest, HeaderFiltersOnce) {
               {"checkReceived", 1, head + " checkMessageId =HeaderRegex(0)"},
               {"checkWhiteRecip", 0, "?No-Spam checkWhiteRecip"},
               {"No-Spam", 0, "?No-Spam"}};
+  load("No-Other");
   for (const auto& row : rows) {
     points = {{row.scoring, 300}};
     fulfilled = {row.scoring};

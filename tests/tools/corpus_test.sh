@@ -2,33 +2,10 @@
 # quaymarsh corpus and corpus diff on a few messages under a dictionary of the
 # test: who is counted where, what decides, sums, threads, exit codes. Needs
 # QM_CLI and QM_KWC, or the programs as arguments.
-set -u
-LC_ALL=C
-export LC_ALL
-
 cli=${QM_CLI:-$1}
 kwc=${QM_KWC:-$2}
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failures=0
-
-fail() {
-  echo "FAILED: $*"
-  failures=$((failures + 1))
-}
-
-# expect WHAT CODE ARGUMENT...: compares the exit code, and stdout with stderr
-# behind it with stdin.
-expect() {
-  what=$1 wanted=$2
-  shift 2
-  cat >want
-  "$cli" corpus "$@" >out 2>err
-  code=$?
-  [ "$code" -eq "$wanted" ] || fail "$what: exit code $code, not $wanted"
-  cat out err | diff -a want - || fail "$what: output differs"
-}
+command=corpus
+. "${0%/*}/expect.sh"
 
 # mail FILE SUBJECT
 mail() {
@@ -134,5 +111,4 @@ printf '%s\n' 'From: jo@example.net' 'Content-Type: text/html' '' \
 grep -q "odd/1: the causes don't add up to the score" err ||
   fail "causes that don't add up: not told"
 
-[ $failures -eq 0 ] && echo "all passed"
-[ $failures -eq 0 ]
+finish

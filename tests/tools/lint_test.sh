@@ -2,33 +2,10 @@
 # quaymarsh lint: every kind of finding once, what must stay silent, and whether
 # doc/sections.md tells of all sections that the tool knows. Needs QM_CLI, or
 # the program as an argument.
-set -u
-LC_ALL=C
-export LC_ALL
-
 cli=${QM_CLI:-$1}
 top=${QM_SOURCE_DIR:-$(pwd)}
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failures=0
-
-fail() {
-  echo "FAILED: $*"
-  failures=$((failures + 1))
-}
-
-# expect WHAT CODE ARGUMENT...: compares the exit code, and stdout with stderr
-# behind it with stdin.
-expect() {
-  what=$1 wanted=$2
-  shift 2
-  cat >want
-  "$cli" lint "$@" >out 2>err
-  code=$?
-  [ "$code" -eq "$wanted" ] || fail "$what: exit code $code, not $wanted"
-  cat out err | diff -a want - || fail "$what: output differs"
-}
+command=lint
+. "${0%/*}/expect.sh"
 
 head='[#param]
 version=09.000.01'
@@ -194,5 +171,4 @@ sed -n 's/^    {"\([^"]*\)", "\(.\).*/\2\1/p' "$table" | sed 's/^ //' | sort >kn
 sed -n 's/^| `\[\([^]]*\)\]` .*/\1/p' "$page" | sort >told
 [ -s known ] && diff known told || fail "doc/sections.md and the table differ"
 
-[ $failures -eq 0 ] && echo "all passed"
-[ $failures -eq 0 ]
+finish

@@ -2,35 +2,12 @@
 # quaymarsh rule: every example of doc/rule-language.md, on the message at the
 # end of that page; what -v shows, warnings, exit codes, dictionaries. Needs
 # QM_CLI and QM_KWC, or the programs as arguments.
-set -u
-LC_ALL=C
-export LC_ALL
-
 cli=${QM_CLI:-$1}
 kwc=${QM_KWC:-$2}
 page=${QM_SOURCE_DIR:-.}/doc/rule-language.md
 case $page in /*) ;; *) page=$PWD/$page ;; esac
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failures=0
-
-fail() {
-  echo "FAILED: $*"
-  failures=$((failures + 1))
-}
-
-# expect WHAT CODE ARGUMENT...: compares the exit code, and stdout with stderr
-# behind it with stdin.
-expect() {
-  what=$1 wanted=$2
-  shift 2
-  cat >want
-  "$cli" rule "$@" >out 2>err
-  code=$?
-  [ "$code" -eq "$wanted" ] || fail "$what: exit code $code, not $wanted"
-  cat out err | diff -a want - || fail "$what: output differs"
-}
+command=rule
+. "${0%/*}/expect.sh"
 
 # ---- The page. In a table "|" is written "\|".
 
@@ -157,5 +134,4 @@ END
 "$cli" rule 'To=.' >out 2>&1
 [ $? -eq 64 ] || fail 'no file'
 
-[ $failures -eq 0 ] || echo "$failures failures"
-[ $failures -eq 0 ]
+finish

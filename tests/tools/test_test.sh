@@ -2,32 +2,9 @@
 # quaymarsh test on a dictionary of the test: lines of all kinds that hit and
 # miss, claims that fail, lines without a test, messages that are completed,
 # faulty files. Needs QM_CLI, or the program as an argument.
-set -u
-LC_ALL=C
-export LC_ALL
-
 cli=${QM_CLI:-$1}
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failures=0
-
-fail() {
-  echo "FAILED: $*"
-  failures=$((failures + 1))
-}
-
-# expect WHAT CODE ARGUMENT...: compares the exit code, and stdout with stderr
-# behind it with stdin.
-expect() {
-  what=$1 wanted=$2
-  shift 2
-  cat >want
-  "$cli" test "$@" >out 2>err
-  code=$?
-  [ "$code" -eq "$wanted" ] || fail "$what: exit code $code, not $wanted"
-  cat out err | diff -a want - || fail "$what: output differs"
-}
+command=test
+. "${0%/*}/expect.sh"
 
 mkdir d
 cat >d/a.kws <<'X'
@@ -131,5 +108,4 @@ expect "faulty source" 78 e.kws <<'X'
 e.kws:1:1: no source has a section [#param]
 X
 
-[ $failures -eq 0 ] && echo "all passed"
-[ $failures -eq 0 ]
+finish

@@ -37,6 +37,15 @@ int32_t Matches(const Row& row, int onlyWithTips, int32_t maxWords) {
       dico.countsOf(dico.image().sectionLine(section, 0)).matchCount;
   EXPECT_EQ(count * 100, sum);
   EXPECT_EQ(count ? 1 : 0, hits);
+  // What is kept of the words serves searches with other limits.
+  dico.keepWords(words.list);
+  dico.findKeywords(section, words.list, address.view(), 0, 1, hits);
+  EXPECT_EQ(sum, dico.findKeywords(section, words.list, address.view(),
+                                   onlyWithTips, maxWords, hits));
+  dico.forgetWords();
+  const TBLOCK other("?");
+  for (int32_t i = 0; i < words.list.count(); i++) words.list.set(other, i);
+  EXPECT_EQ(0, dico.findKeywords(section, words.list, TBLOCK(), 1, 0, hits));
   return count;
 }
 

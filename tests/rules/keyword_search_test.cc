@@ -37,15 +37,21 @@ int32_t Matches(const Row& row, int onlyWithTips, int32_t maxWords) {
       dico.countsOf(dico.image().sectionLine(section, 0)).matchCount;
   EXPECT_EQ(count * 100, sum);
   EXPECT_EQ(count ? 1 : 0, hits);
-  // What is kept of the words serves searches with other limits.
-  dico.keepWords(words.list);
-  dico.findKeywords(section, words.list, address.view(), 0, 1, hits);
-  EXPECT_EQ(sum, dico.findKeywords(section, words.list, address.view(),
-                                   onlyWithTips, maxWords, hits));
+  // What is kept of a list goes with forgetWords, ahead of other words in it;
+  // until then it serves searches with other limits.
+  TBLOCKVECT list(0);
+  for (int32_t i = 0; i < words.list.count(); i++) list.add(TBLOCK("?"), 0, 0);
+  const auto search = [&](int tips, int32_t limit) {
+    return dico.findKeywords(section, list, address.view(), tips, limit, hits);
+  };
+  dico.keepWords(list);
+  search(0, 0);
   dico.forgetWords();
-  const TBLOCK other("?");
-  for (int32_t i = 0; i < words.list.count(); i++) words.list.set(other, i);
-  EXPECT_EQ(0, dico.findKeywords(section, words.list, TBLOCK(), 1, 0, hits));
+  for (int32_t i = 0; i < list.count(); i++) list.set(words.list.get(i), i);
+  EXPECT_EQ(sum, search(onlyWithTips, maxWords));
+  dico.keepWords(list);
+  search(0, 1);
+  EXPECT_EQ(sum, search(onlyWithTips, maxWords));
   return count;
 }
 

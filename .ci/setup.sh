@@ -3,7 +3,7 @@
 
 # What building, testing and the command line need; plain Debian 12 packages.
 QM_PACKAGES="cmake ninja-build g++ g++-multilib googletest libcli11-dev
-  nlohmann-json3-dev pkg-config"
+  mandoc nlohmann-json3-dev pkg-config python3"
 
 say() {
   echo "$@" >&2

@@ -43,8 +43,11 @@ set(QM_RUNTIME "libc6 (>= 2.36), libgcc-s1 (>= 4.2), libstdc++6 (>= 12)")
 set(CPACK_DEBIAN_LIB_PACKAGE_NAME libquaymarsh1)
 set(CPACK_DEBIAN_LIB_PACKAGE_SECTION "libs\nMulti-Arch: same")
 set(CPACK_DEBIAN_LIB_PACKAGE_DEPENDS "${QM_RUNTIME}")
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+# What links with the library depends on this package, and ldconfig sees it.
+configure_file(packaging/lib/shlibs.in packaging/shlibs @ONLY)
+set(CPACK_DEBIAN_LIB_PACKAGE_CONTROL_EXTRA
+    "${PROJECT_BINARY_DIR}/packaging/shlibs"
+    "${PROJECT_SOURCE_DIR}/packaging/lib/triggers")
 set(CPACK_COMPONENT_LIB_DESCRIPTION
     "A library that judges one mail message: a state, a score, the causes, and the
 header block rewritten.")

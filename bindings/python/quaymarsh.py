@@ -41,7 +41,7 @@ class State(enum.IntEnum):
 
 
 class Check(enum.IntFlag):
-    """The flag words of the setups; the checks run when both setups have them."""
+    """The flags of the setups. A check runs when both setups have it."""
 
     NONE = 0
     VIRUS = 0x01

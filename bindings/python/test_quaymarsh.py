@@ -73,7 +73,7 @@ class ScanTest(unittest.TestCase):
     def test_texts_go_in_whole(self):
         params = b"a=1\nb=\xff%"
         self.assertEqual(params, quaymarsh.scan(LETTER, params=params).params)
-        # A cause longer than the buffer at first: the version names the profile.
+        # A cause longer than the first buffer: it names the profile.
         profile = "p" * 30000
         self.assertIn(profile, quaymarsh.scan(LETTER, profile=profile).cause)
         # Bytes behind a NUL count.

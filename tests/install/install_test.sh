@@ -34,11 +34,10 @@ $QM_CC -x c++ -std=c++17 -Wall -Wextra -Werror -fsyntax-only host.cc \
 
 # The example, configured and built as a project of its own, out of the tree.
 cp -r prefix/share/quaymarsh/examples example
-CC=${QM_CC%% *} CFLAGS=${QM_CC#* } "$QM_CMAKE" -S example -B example/build \
-  >log 2>&1 && "$QM_CMAKE" --build example/build >>log 2>&1 || {
-  cat log
-  exit 1
-}
+{
+  CC=${QM_CC%% *} CFLAGS=${QM_CC#* } "$QM_CMAKE" -G Ninja -S example \
+    -B example/build && "$QM_CMAKE" --build example/build
+} >log 2>&1 || { cat log; exit 1; }
 # filter SAMPLE WHAT: it says WHAT, and the message comes out with its body.
 filter() {
   sample=$QM_SOURCE_DIR/samples/$1

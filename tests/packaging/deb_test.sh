@@ -28,11 +28,8 @@ fi
 # ---- Names and files. Folders are left out, and one stands for all that is
 # copied as a whole.
 for package in $packages; do
-  case $package in
-    python3-*) deb=packed/${package}_*_all.deb ;;
-    *) deb=packed/${package}_*_$arch.deb ;;
-  esac
-  deb=$(echo $deb)
+  deb=$(find packed -maxdepth 1 -name "${package}_*_$arch.deb" -o \
+    -maxdepth 1 -name "${package}_*_all.deb")
   [ -f "$deb" ] || fail "there is no package $package"
   [ "$(dpkg-deb -f "$deb" Package)" = "$package" ] || fail "name of $deb"
   dpkg-deb -x "$deb" root
@@ -42,15 +39,17 @@ for package in $packages; do
     s,/$triplet/,/TRIPLET/,
     s,/dictionary/[^ ]*,/dictionary/*,
     s,/doc/quaymarsh/doc/[^ ]*,/doc/quaymarsh/doc/*,
-    s,^-.* \./,$package /,p; s,^l.* \./\([^ ]*\) -> .*,$package /\1,p" contents |
-    uniq
+    s,^-.* \./,$package /,p
+    s,^l.* \./\([^ ]*\) -> .*,$package /\1,p" contents | uniq
 done >files
 sed "/^python3/d" "$QM_SOURCE_DIR/tests/packaging/deb_files.txt" >wanted
 [ "$arch" = i386 ] ||
   cp "$QM_SOURCE_DIR/tests/packaging/deb_files.txt" wanted
 sort files | diff wanted - || fail 'the packages hold other files'
-[ "$(find packed -maxdepth 1 -name '*.deb' | wc -l)" = "$(echo $packages | wc -w)" ] ||
-  fail "other packages: $(ls packed)"
+find packed -maxdepth 1 -name '*.deb' | sed 's,packed/\([^_]*\)_.*,\1,' |
+  sort >is
+# shellcheck disable=SC2086
+printf '%s\n' $packages | sort | diff - is || fail 'other packages'
 
 # ---- Dependencies: each library that is needed in no newer version than told
 
@@ -69,9 +68,9 @@ for pair in libquaymarsh1:lib/$triplet/libquaymarsh.so.1 \
   binary=root/usr/${pair#*:}
   dpkg --compare-versions "$(newest GLIBC)" le "$(told libc6)" ||
     fail "$binary asks for glibc $(newest GLIBC)"
-  # Version 12 of the library is the first to have 3.4.30.
-  [ "$(told libstdc++6)" = 12 ] &&
-    dpkg --compare-versions "$(newest GLIBCXX)" le 3.4.30 ||
+  # That is what version 12 of the library was the first to have.
+  [ "$(told libstdc++6)" = 12 ] || fail "libstdc++ of $deb"
+  dpkg --compare-versions "$(newest GLIBCXX)" le 3.4.30 ||
     fail "$binary asks for libstdc++ $(newest GLIBCXX)"
   case $(newest GCC) in
     '' | 3.* | 4.[0-2]*) ;;

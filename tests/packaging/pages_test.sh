@@ -16,9 +16,9 @@ fail() {
   failures=$((failures + 1))
 }
 
-# The page without markup, words set apart by one blank each.
+# A page on stdin without markup, words set apart by one blank each.
 text() {
-  mandoc -T ascii "$top/man/$1" | sed "s,.$(printf '\b'),,g" | tr -s ' \n' ' '
+  mandoc -T ascii | sed "s,.$(printf '\b'),,g" | tr -s ' \n' ' '
 }
 
 # has PAGE WORD...: the page shows each word, standing alone.
@@ -50,7 +50,7 @@ for page in quaymarsh.1 qmkwc.1 quaymarsh.3 quaymarsh.5; do
   mandoc -T lint -W style "$top/man/$page" |
     grep -v 'referenced manual not found' >said
   [ -s said ] && fail "$(cat said)"
-  text "$page" >"$page"
+  text <"$top/man/$page" >"$page"
 done
 
 # ---- Subcommands and options
@@ -75,8 +75,14 @@ for command in '' $commands 'corpus diff'; do
   # shellcheck disable=SC2086
   "$QM_CLI" $command --help >help
   options <help >told
+  # Its own section has its options, but for -h and what all have.
+  page=$top/man/quaymarsh.1
+  { head -n 3 "$page" && echo .Sh DESCRIPTION &&
+    sed -n "/^\.Ss ${command% diff}\$/,/^\.Sh/p" "$page" |
+    sed '2,${ /^\.S[sh] /,$d }'; } | text >section
+  [ -n "$command" ] || cp quaymarsh.1 section
   # shellcheck disable=SC2046
-  has quaymarsh.1 $command $(cat told)
+  has section ${command#corpus } $(grep -vx -e -h -e --help told)
   # shellcheck disable=SC2086
   complete quaymarsh $command - >offered
   diff told offered || fail "options of '$command' are not offered"

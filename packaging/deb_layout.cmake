@@ -26,6 +26,12 @@ foreach(usr ${trees})
     file(RPATH_REMOVE FILE "${usr}/bin/quaymarsh")
   endif()
 
+  # zsh reads what packages bring from a folder of another name.
+  if(EXISTS "${usr}/share/zsh/site-functions")
+    file(RENAME "${usr}/share/zsh/site-functions"
+         "${usr}/share/zsh/vendor-completions")
+  endif()
+
   # Pages are compressed, and the same bytes each time.
   file(GLOB pages "${usr}/share/man/*/*")
   if(pages)

@@ -46,6 +46,9 @@ install(FILES man/quaymarsh.5 DESTINATION "${QM_MAN}/man5" COMPONENT tools)
 # bash looks for a file of the command's name; the second one reads the first.
 install(FILES packaging/completion/quaymarsh packaging/completion/qmkwc
         DESTINATION "${QM_COMPLETION}" COMPONENT tools)
+install(FILES packaging/completion/_quaymarsh
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions"
+        COMPONENT tools)
 install(FILES README.md CHANGES.md LICENSE
         DESTINATION "${QM_DOC}" COMPONENT tools)
 install(DIRECTORY doc DESTINATION "${QM_DOC}" COMPONENT tools)

@@ -18,12 +18,23 @@ static const uint32_t kTrailing = 4;     // places kept of an open-ended run
 static const uint32_t kLeastRun = 4;     // repetitions looked for as a run
 // A walk alone costs about this: dearer covers are not worth having.
 static const double kWorthwhile = 8000;
+// What one window more costs short subjects.
+static const double kWindowCall = 150;
 
 namespace {
 
+// Of what every match holds one: windows; or, where these are many, pieces,
+// which make one window of grams.
 struct Cover {
-  uint32_t count;  // 0: nothing found
-  double cost;
+  bool known;        // false: nothing found
+  bool grams;        // the pieces cost less
+  double cost;       // of that form
+  uint32_t options;  // that have been added up
+  uint32_t count;    // of drafts; 0: too many
+  double windowCost;
+  uint32_t first, last;  // pieces of several options; ZR_NONE: not of each
+  double share;          // at which they are found
+  bool anchored;         // all stand at offset 0
   zr_draft drafts[kMaxOptions];
 };
 
@@ -34,7 +45,8 @@ struct Builder {
   const zr_node* nodes;
   const zr_group* groups;
   const zr_plan* plan;
-  bool withoutLead;  // windows at the start of the match do not count
+  zr_pieces pieces;
+  bool withoutLead;  // windows at a start do not count
   bool failed;
 };
 
@@ -142,50 +154,104 @@ static void AppendOnward(Builder* b, zr_draft* draft, uint32_t i) {
 // ---- Covers
 
 static void Consider(Cover* best, const Cover& other) {
-  if (other.count && (!best->count || other.cost < best->cost)) *best = other;
+  if (other.known && (!best->known || other.cost < best->cost)) *best = other;
 }
 
 static void ConsiderDraft(const Builder& b, Cover* best,
                           const zr_draft& draft) {
-  if (draft.length == 0 || (draft.leads && b.withoutLead)) return;
+  if (draft.length == 0) return;
+  if (b.withoutLead && (draft.leads || draft.anchored)) return;
   const double cost = zr_search_cost(b.search, draft);
-  if (best->count && cost >= best->cost) return;
+  if (best->known && cost >= best->cost) return;
+  best->known = true;
+  best->grams = false;
   best->count = 1;
-  best->cost = cost;
+  best->cost = best->windowCost = cost;
   best->drafts[0] = draft;
 }
 
-// The union of both: one of either is there. Too many windows: none.
-static void AddOptions(Cover* all, const Cover& one) {
-  if (!one.count || all->count + one.count > kMaxOptions) {
-    all->cost = 1e30;
+static void BeginOptions(Cover* all) {
+  all->known = false;
+  all->options = all->count = 0;
+  all->windowCost = all->share = 0;
+  all->first = all->last = ZR_NONE;
+  all->anchored = true;
+}
+
+static void AddWindows(Cover* all, const Cover& one) {
+  const bool fits = one.count && (all->count || all->options == 0) &&
+                    all->count + one.count <= kMaxOptions;
+  if (!fits) {
     all->count = 0;
     return;
   }
   for (uint32_t i = 0; i < one.count; i++)
     all->drafts[all->count++] = one.drafts[i];
-  all->cost += one.cost;
+  all->windowCost += one.windowCost;
+}
+
+static void AddPieces(Builder* b, Cover* all, const Cover& one) {
+  uint32_t first = one.first;
+  uint32_t last = one.last;
+  if (one.count == 1) {
+    const zr_draft& draft = one.drafts[0];
+    first = last = zr_grams_piece(b->search, draft, draft.anchored, &b->pieces);
+    all->share += zr_search_share(b->search, draft);
+    all->anchored = all->anchored && draft.anchored;
+  } else {
+    all->anchored = all->anchored && one.anchored;
+    all->share += one.share;
+  }
+  if (all->options == 0)
+    all->first = first;
+  else if (all->first == ZR_NONE || first == ZR_NONE)
+    all->first = ZR_NONE;
+  else
+    b->pieces.list[all->last].next = first;
+  all->last = last;
+}
+
+// The union of both: one of either is there. False when that says nothing.
+static bool AddOptions(Builder* b, Cover* all, const Cover& one) {
+  if (!one.known) return false;
+  AddWindows(all, one);
+  AddPieces(b, all, one);
+  all->options++;
+  return all->count || all->first != ZR_NONE;
+}
+
+// Once all options are there.
+static void Settle(Cover* all) {
+  const double windows = all->windowCost + kWindowCall * (all->count - 1.0);
+  const double grams = zr_search_gram_cost(all->share, false, all->anchored);
+  all->known = true;
+  all->grams = !all->count || (all->first != ZR_NONE && grams < windows);
+  all->cost = all->grams ? grams : windows;
 }
 
 static void CoverSequence(Builder* b, uint32_t first, uint32_t last,
                           zr_draft* draft, Cover* best, uint32_t depth);
 
 // A cover for all alternatives from the one that `opener` opens on; each
-// begins with the draft. Count 0 when one of them has none.
+// begins with the draft. Nothing is known when one of them has none.
 static void CoverAlternatives(Builder* b, uint32_t opener,
                               const zr_draft& draft, Cover* all,
                               uint32_t depth) {
-  all->count = 0;
-  all->cost = 0;
+  BeginOptions(all);
   for (;;) {
     const zr_group& group = b->groups[b->nodes[opener].a];
     Cover best;
-    best.count = 0;
+    best.known = false;
     zr_draft open = draft;
     CoverSequence(b, group.first + 1, group.last, &open, &best, depth);
     ConsiderDraft(*b, &best, open);
-    AddOptions(all, best);
-    if (!all->count || b->nodes[group.last].opcode != ZR_ALT) return;
+    const bool isLast = b->nodes[group.last].opcode != ZR_ALT;
+    if (isLast && all->options == 0) {
+      *all = best;
+      return;
+    }
+    if (!AddOptions(b, all, best)) return;
+    if (isLast) return Settle(all);
     opener = group.last;
   }
 }
@@ -194,18 +260,17 @@ static void CoverAlternatives(Builder* b, uint32_t opener,
 static void CoverLiterals(Builder* b, uint32_t open, const zr_draft& draft,
                           Cover* all) {
   const zr_node& node = b->nodes[open];
-  all->count = 0;
-  all->cost = 0;
+  BeginOptions(all);
   for (uint32_t i = open + 1; i < node.b; i += 2) {
     Cover one;
-    one.count = 0;
+    one.known = false;
     zr_draft option = draft;
     AppendElement(b, &option, i);
     if (IsOnce(node)) AppendOnward(b, &option, node.b + 1);
     ConsiderDraft(*b, &one, option);
-    AddOptions(all, one);
-    if (!all->count) return;
+    if (!AddOptions(b, all, one)) return;
   }
+  Settle(all);
 }
 
 static void Restart(const Builder& b, Cover* best, zr_draft* draft) {
@@ -315,7 +380,13 @@ static Builder MakeBuilder(const zr_regex* preg, const zr_plan& plan,
 // Adds the windows of the best cover; returns how many.
 static uint32_t AddCover(Builder* b, const zr_draft& draft, Cover* all) {
   CoverAlternatives(b, 0, draft, all, 0);
-  if (!all->count || all->cost >= kWorthwhile) return 0;
+  if (!all->known || all->cost >= kWorthwhile) return 0;
+  if (all->grams) {
+    if (zr_grams_add(b->search, b->pieces, all->first, all->anchored,
+                     all->anchored) == ZR_NONE)
+      b->failed = true;
+    return 1;
+  }
   for (uint32_t i = 0; i < all->count; i++)
     if (zr_search_add(b->search, all->drafts[i]) == ZR_NONE) b->failed = true;
   return all->count;
@@ -323,7 +394,7 @@ static uint32_t AddCover(Builder* b, const zr_draft& draft, Cover* all) {
 
 // The reduced list serves for both: it asks for the same bytes, in fewer
 // pieces. Only anchors without their brackets ask for more. When the first
-// cover is what matches begin with, a second one tells of the rest.
+// cover is what matches or subjects begin with, a second one tells of the rest.
 bool zr_search_cover(zr_regex* preg) {
   zr_search* search = preg->search;
   Builder b =
@@ -333,12 +404,15 @@ bool zr_search_cover(zr_regex* preg) {
   zr_draft draft = {};
   draft.leads = preg->fastGroups[0].last == preg->fastNodeCount - 1;
   search->coverCount = AddCover(&b, draft, all);
-  search->coverLeads = search->coverCount == 1 && all->drafts[0].leads;
-  if (search->coverLeads) {
+  const bool isWindow = search->coverCount == 1 && !all->grams;
+  search->coverLeads = isWindow && all->drafts[0].leads;
+  if (search->coverLeads || (isWindow && all->drafts[0].anchored) ||
+      (all->grams && all->anchored)) {
     b.withoutLead = true;
     search->secondCount = AddCover(&b, draft, all);
   }
   free(all);
+  free(b.pieces.list);
   return !b.failed;
 }
 
@@ -369,23 +443,39 @@ static uint32_t AddStart(Builder* b, zr_start* start, const zr_draft& draft) {
   return index;
 }
 
-// A window for each literal of a group at the start, if that is cheaper.
+// What each literal of a group at the start begins with: as a window of its
+// own, and all together as one of grams. Returns whether either is cheaper.
 static bool SplitStart(Builder* b, uint32_t open, double cost,
                        zr_start* start) {
   const zr_node& node = b->nodes[open];
   zr_draft drafts[ZR_MAX_STARTS];
   uint32_t count = 0;
-  double sum = 0;
+  double windows = 0;
+  double share = 0;
+  const uint32_t first = b->pieces.count;
+  bool whole = true;
   for (uint32_t i = open + 1; i < node.b; i += 2, count++) {
-    if (count == ZR_MAX_STARTS) return false;
-    zr_draft* draft = &drafts[count];
-    *draft = zr_draft{};
-    draft->leads = true;
-    AppendElement(b, draft, i);
-    if (IsOnce(node)) AppendOnward(b, draft, node.b + 1);
-    sum += zr_search_cost(b->search, *draft);
+    zr_draft draft = {};
+    draft.leads = true;
+    AppendElement(b, &draft, i);
+    if (IsOnce(node)) AppendOnward(b, &draft, node.b + 1);
+    if (count < ZR_MAX_STARTS) drafts[count] = draft;
+    windows += zr_search_cost(b->search, draft) + kWindowCall;
+    share += zr_search_share(b->search, draft);
+    const uint32_t piece = zr_grams_piece(b->search, draft, true, &b->pieces);
+    if (piece == ZR_NONE)
+      whole = false;
+    else if (piece > first)
+      b->pieces.list[piece - 1].next = piece;
   }
-  if (sum >= cost) return false;
+  const double grams = zr_search_gram_cost(share, true, false);
+  if (whole && grams < cost && (count > ZR_MAX_STARTS || grams < windows)) {
+    start->first = zr_grams_add(b->search, b->pieces, first, true, false);
+    start->count = 1;
+    if (start->first == ZR_NONE) b->failed = true;
+    return true;
+  }
+  if (count > ZR_MAX_STARTS || windows >= cost) return false;
   for (uint32_t i = 0; i < count; i++) AddStart(b, start, drafts[i]);
   return true;
 }
@@ -419,5 +509,6 @@ bool zr_search_starts(zr_regex* preg, zr_plan* plan, const zr_node* nodes,
     if (groups[i].skip && nodes[first].opcode != ZR_OPEN)
       FindStart(&b, first, &plan->starts[i]);
   }
+  free(b.pieces.list);
   return !b.failed;
 }

@@ -53,8 +53,7 @@ static bool IsCovered(const zr_search* search, const uint8_t* text,
   if (count == 0) return true;
   const uint32_t found = FindAny(search, 0, count, text, length, 0);
   if (found == ZR_NONE) return false;
-  if (!search->coverLeads) return true;
-  if (found > *base) *base = found;
+  if (search->coverLeads && found > *base) *base = found;
   return search->secondCount == 0 || FindAny(search, count, search->secondCount,
                                              text, length, *base) != ZR_NONE;
 }

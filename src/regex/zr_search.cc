@@ -139,7 +139,7 @@ static double Share(const zr_set& set) {
   return ShareOfWeight(sum);
 }
 
-static double ShareOfPlace(const zr_search* search, const zr_place& place) {
+double zr_search_share(const zr_search* search, const zr_place& place) {
   if (place.set != ZR_NONE) return Share(search->sets[place.set]);
   uint32_t sum = 0;
   uint32_t bits = place.loose;  // all subsets of the loose bits
@@ -211,7 +211,7 @@ static zr_probe MakeProbe(const zr_search* search, const zr_place& place,
     probe.loose = kFourTimes * place.loose;
     probe.ranges = 1;
     probe.low[0] = kFourTimes * place.value;
-    *share = ShareOfPlace(search, place);
+    *share = zr_search_share(search, place);
     return probe;
   }
   const zr_set& set = search->sets[place.set];
@@ -253,6 +253,7 @@ static bool IsOneValue(const zr_probe& probe) {
 static const double kExactScan = 0.05;  // a byte, both probes one value
 static const double kRangeScan = 0.04;  // a byte and range
 static const double kRunScan = 0.8;     // a byte of a run
+static const double kGramScan = 0.8;    // a byte looked up as a gram
 static const double kCandidate = 10;    // a start that both probes let through
 static const double kAttempt = 200;     // a walk from one start
 static const double kWalk = 5000;       // a walk from all starts
@@ -288,11 +289,11 @@ static double ChooseProbes(const zr_search* search, const zr_draft& draft,
 
 // The share of starts at which a window is found. Neighbours in text are far
 // from independent: the rarest one and the root of the others come near.
-static double FoundShare(const zr_search* search, const zr_draft& draft) {
+double zr_search_share(const zr_search* search, const zr_draft& draft) {
   double rarest = 1;
   double all = 1;
   for (uint32_t i = 0; i < draft.length; i++) {
-    const double share = ShareOfPlace(search, draft.places[i]);
+    const double share = zr_search_share(search, draft.places[i]);
     if (share < rarest) rarest = share;
     all *= share;
   }
@@ -300,7 +301,7 @@ static double FoundShare(const zr_search* search, const zr_draft& draft) {
 }
 
 double zr_search_cost(const zr_search* search, const zr_draft& draft) {
-  const double share = FoundShare(search, draft);
+  const double share = zr_search_share(search, draft);
   if (draft.anchored || draft.ended) return 5 + share * kWalk / 10;
   zr_window window;
   double scan = ChooseProbes(search, draft, &window);
@@ -310,26 +311,41 @@ double zr_search_cost(const zr_search* search, const zr_draft& draft) {
   return scan + (found < 1 ? found : 1) * kWalk;
 }
 
-uint32_t zr_search_add(zr_search* search, const zr_draft& draft) {
+double zr_search_gram_cost(double share, bool leads, bool anchored) {
+  if (anchored) return 5 + share * kWalk / 10;
+  const double found = share * kSubject;
+  const double scan = kGramScan * kSubject;
+  if (leads) return scan + found * kAttempt;
+  return scan + (found < 1 ? found : 1) * kWalk;
+}
+
+zr_window* zr_search_add_window(zr_search* search) {
   if (search->windowCount == search->windowCapacity) {
     const uint32_t capacity =
         search->windowCapacity ? 2 * search->windowCapacity : 2;
     void* grown = realloc(search->windows, capacity * sizeof(zr_window));
-    if (!grown) return ZR_NONE;
+    if (!grown) return nullptr;
     search->windows = static_cast<zr_window*>(grown);
     search->windowCapacity = capacity;
   }
-  zr_window& window = search->windows[search->windowCount];
-  window = zr_window{};
+  zr_window* window = &search->windows[search->windowCount++];
+  *window = zr_window{};
+  return window;
+}
+
+uint32_t zr_search_add(zr_search* search, const zr_draft& draft) {
+  zr_window* added = zr_search_add_window(search);
+  if (!added) return ZR_NONE;
+  zr_window& window = *added;
   window.length = static_cast<uint8_t>(draft.length);
   window.anchored = draft.anchored;
   window.ended = draft.ended;
   memcpy(window.places, draft.places, sizeof(window.places));
   const double scan = ChooseProbes(search, draft, &window);
-  window.weak = FoundShare(search, draft) > kWeakShare;
+  window.weak = zr_search_share(search, draft) > kWeakShare;
   if (draft.run && (window.weak || scan > kRunScan * kSubject))
     window.run = draft.run;
-  return search->windowCount++;
+  return search->windowCount - 1;
 }
 
 // ---- A plan for each list
@@ -437,6 +453,8 @@ void zr_search_free(zr_search* search) {
   free(search->full.starts);
   free(search->fast.starts);
   free(search->sets);
+  for (uint32_t i = 0; i < search->windowCount; i++)
+    free(search->windows[i].grams);
   free(search->windows);
   free(search);
 }

@@ -68,7 +68,7 @@ int zr_search_build(zr_regex* preg);
 // Null is accepted.
 void zr_search_free(zr_search* search);
 
-// ---- Shared by zr_search.cc, zr_cover.cc and zr_follow.cc
+// ---- Shared by zr_search.cc, zr_cover.cc, zr_grams.cc and zr_follow.cc
 
 // zr_sets.cc: the subject bytes that a one-byte node matches under a mask.
 zr_set zr_set_of_node(const zr_regex* preg, const zr_node& node, uint8_t mask);
@@ -81,6 +81,22 @@ struct zr_draft {
   bool leads;    // begins where the match begins
   uint32_t run;  // if not 0: so many times the first place, and no more
   zr_place places[ZR_MAX_PLACES];
+};
+
+// What a text is sure to hold, as a window of grams wants it: places in a row.
+// Lists of pieces stand for texts with one of them.
+struct zr_piece {
+  uint32_t next;  // in zr_pieces::list, or ZR_NONE
+  uint8_t length;
+  zr_place places[ZR_MAX_GRAM];
+};
+
+static const uint32_t ZR_MAX_PIECES = 2048;  // of one pattern
+
+struct zr_pieces {
+  zr_piece* list;  // owned
+  uint32_t count;
+  uint32_t capacity;
 };
 
 inline bool zr_is_byte(uint32_t opcode) {
@@ -97,8 +113,25 @@ void zr_search_add_first(const zr_regex* preg, const zr_plan& plan,
                          const zr_node& node, uint32_t index, zr_set* set);
 // Appends a window with the best probes; its index, ZR_NONE without memory.
 uint32_t zr_search_add(zr_search* search, const zr_draft& draft);
+// Appends an empty window, or null without memory.
+zr_window* zr_search_add_window(zr_search* search);
 // Nanoseconds, roughly, that a subject which fails costs with this window.
 double zr_search_cost(const zr_search* search, const zr_draft& draft);
+// The same for a window of grams that is found at this share of all starts.
+double zr_search_gram_cost(double share, bool leads, bool anchored);
+// The share of starts at which a window fits, roughly; of bytes for one place.
+double zr_search_share(const zr_search* search, const zr_draft& draft);
+double zr_search_share(const zr_search* search, const zr_place& place);
+
+// zr_grams.cc: appends the piece of a draft that is rarest in mail, with
+// `atStart` one that it begins with; its index, ZR_NONE when there is none.
+uint32_t zr_grams_piece(const zr_search* search, const zr_draft& draft,
+                        bool atStart, zr_pieces* pieces);
+// Appends a window that is found where any piece of the list from `first` on
+// stands, `anchored` only at offset 0; its index, ZR_NONE without memory.
+// `atStart` as for the pieces.
+uint32_t zr_grams_add(zr_search* search, const zr_pieces& pieces,
+                      uint32_t first, bool atStart, bool anchored);
 
 // zr_cover.cc: fills the windows from the places; false without memory.
 bool zr_search_cover(zr_regex* preg);

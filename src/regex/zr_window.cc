@@ -1,12 +1,13 @@
 // The search for a window, the one loop that most subjects ever see. Starts
 // are tested in blocks: two loads, each at the distance of a probed place, and
 // compares give a bit for each start. The last block overlaps the one before
-// it, so that nothing behind the text is read. Entry point: zr_window_find.
-// Tested by zr_window_test.cc.
+// it, so that nothing behind the text is read. Grams are looked up start by
+// start. Entry point: zr_window_find. Tested by zr_window_test.cc.
 
 #include "regex/zr_window.h"
 
 #include <emmintrin.h>
+#include <string.h>
 
 static bool FitsAt(const zr_window& window, const zr_set* sets,
                    const uint8_t* text) {
@@ -170,6 +171,51 @@ static uint32_t FindRanges(const zr_window& window, const zr_set* sets,
   }
 }
 
+// ---- Grams
+
+static const uint32_t kCaseBits = 0x20202020;
+
+// Behind a bit that is set.
+static __attribute__((noinline)) bool IsGram(const zr_window& window,
+                                             uint32_t gram) {
+  const uint32_t* slots = window.grams + ((1u << (32 - window.gramShift)) / 32);
+  const uint32_t last = (1u << (32 - window.slotShift)) - 1;
+  uint32_t i = zr_gram_hash(gram) >> window.slotShift;
+  for (; slots[i]; i = (i + 1) & last)
+    if (slots[i] == gram) return true;
+  return false;
+}
+
+static inline bool HasGram(const zr_window& window, uint32_t gram) {
+  const uint32_t bit = zr_gram_hash(gram) >> window.gramShift;
+  return ((window.grams[bit >> 5] >> (bit & 31)) & 1) && IsGram(window, gram);
+}
+
+static inline uint32_t LoadWord(const uint8_t* text) {
+  uint32_t word;
+  memcpy(&word, text, sizeof(word));
+  return word | kCaseBits;
+}
+
+static uint32_t FindGrams(const zr_window& window, const uint8_t* text,
+                          uint32_t length, uint32_t from) {
+  const uint32_t width = window.length;
+  const uint32_t mask = 0xFFFFFFFFu >> (32 - 8 * width);
+  const uint32_t end = window.anchored ? 1 : length - width + 1;
+  uint32_t whole = length < ZR_MAX_GRAM ? 0 : length - ZR_MAX_GRAM + 1;
+  if (whole > end) whole = end;
+  uint32_t i = from;
+  for (; i < whole; i++)
+    if (HasGram(window, LoadWord(text + i) & mask)) return i;
+  // The last ones, of less than a word.
+  for (; i < end; i++) {
+    uint32_t gram = 0;
+    memcpy(&gram, text + i, width);
+    if (HasGram(window, (gram | kCaseBits) & mask)) return i;
+  }
+  return ZR_NONE;
+}
+
 uint32_t zr_window_find(const zr_window& window, const zr_set* sets,
                         const uint8_t* text, uint32_t length, uint32_t from) {
   if (length < window.length) return ZR_NONE;
@@ -179,6 +225,7 @@ uint32_t zr_window_find(const zr_window& window, const zr_set* sets,
     return FitsAt(window, sets, text + last) ? last : ZR_NONE;
   }
   if (window.run) return FindRun(window, sets, text, length, from);
+  if (window.grams) return FindGrams(window, text, length, from);
   const uint32_t end = length - window.length + 1;  // behind the last start
   if (from >= end) return ZR_NONE;
   if (window.anchored)

@@ -2,7 +2,9 @@
 // and the search for one in a subject, 16 or 64 bytes at a time (SSE2).
 //
 // Two places of a window, the rarest in mail, are tested with wide compares;
-// only where both fit are all of them looked at.
+// only where both fit are all of them looked at. A window of grams stands for
+// many short texts at once: a table tells which bytes in a row one of them may
+// begin with, at one look a byte, however many texts there are.
 
 #ifndef REGEX_ZR_WINDOW_H_
 #define REGEX_ZR_WINDOW_H_
@@ -25,6 +27,7 @@ struct zr_place {
 
 static const uint32_t ZR_MAX_PLACES = 16;  // of one window
 static const uint32_t ZR_MAX_RANGES = 3;   // of one probe
+static const uint32_t ZR_MAX_GRAM = 4;     // bytes of one gram
 
 // A place as the wide compare tests it: (byte | loose) in one of the ranges
 // low to low + width. May accept bytes that the place does not.
@@ -44,6 +47,12 @@ struct zr_window {
   uint8_t exact;     // 1: both probes are a single value
   uint8_t weak;      // 1: so common that it is compared byte by byte
   uint32_t run;      // if not 0: all that counts is the first place, so often
+  // If not null: all that counts is whether the `length` bytes at the start are
+  // one of a number of grams: a bit for each hash of one, behind these a table
+  // of the grams. Owned by the zr_search.
+  uint32_t* grams;
+  uint32_t gramShift;  // zr_gram_hash, shifted right by this: a bit's index
+  uint32_t slotShift;  // shifted by this: where to look in the table from
   zr_probe probes[2];
   zr_place places[ZR_MAX_PLACES];
 };
@@ -73,6 +82,12 @@ inline bool zr_place_fits(const zr_place& place, const zr_set* sets,
                           uint8_t byte) {
   if (place.set == ZR_NONE) return (byte | place.loose) == place.value;
   return zr_set_has(sets[place.set], byte);
+}
+
+// Of the bytes of a gram, the first one lowest, those behind it 0, each with
+// the case bit set. No gram is 0, which marks what is free in the table.
+inline uint32_t zr_gram_hash(uint32_t gram) {
+  return gram * 0x9E3779B1u;
 }
 
 // The first offset from `from` on at which the whole window fits; ZR_NONE when

@@ -17,9 +17,9 @@ static const uint32_t kMaxDepth = 8;     // groups within groups looked into
 static const uint32_t kTrailing = 4;     // places kept of an open-ended run
 static const uint32_t kLeastRun = 4;     // repetitions looked for as a run
 // A walk alone costs about this: dearer covers are not worth having.
-static const double kWorthwhile = 8000;
+static const double kWorthwhile = 1500;
 // What one window more costs short subjects.
-static const double kWindowCall = 150;
+static const double kWindowCall = 20;
 
 namespace {
 
@@ -46,6 +46,8 @@ struct Builder {
   const zr_group* groups;
   const zr_plan* plan;
   zr_pieces pieces;
+  uint32_t choices;  // alternatives of several around what is looked at
+  Cover* group;      // the best of grams that every match has; may be null
   bool withoutLead;  // windows at a start do not count
   bool failed;
 };
@@ -171,7 +173,7 @@ static void ConsiderDraft(const Builder& b, Cover* best,
 }
 
 static void BeginOptions(Cover* all) {
-  all->known = false;
+  all->known = all->grams = false;
   all->options = all->count = 0;
   all->windowCost = all->share = 0;
   all->first = all->last = ZR_NONE;
@@ -238,22 +240,25 @@ static void CoverAlternatives(Builder* b, uint32_t opener,
                               const zr_draft& draft, Cover* all,
                               uint32_t depth) {
   BeginOptions(all);
-  for (;;) {
+  bool isLast = false;
+  for (; !isLast; opener = b->groups[b->nodes[opener].a].last) {
     const zr_group& group = b->groups[b->nodes[opener].a];
+    isLast = b->nodes[group.last].opcode != ZR_ALT;
+    const bool isOnly = isLast && all->options == 0;
     Cover best;
     best.known = false;
     zr_draft open = draft;
+    b->choices += !isOnly;
     CoverSequence(b, group.first + 1, group.last, &open, &best, depth);
+    b->choices -= !isOnly;
     ConsiderDraft(*b, &best, open);
-    const bool isLast = b->nodes[group.last].opcode != ZR_ALT;
-    if (isLast && all->options == 0) {
+    if (isOnly) {
       *all = best;
       return;
     }
     if (!AddOptions(b, all, best)) return;
-    if (isLast) return Settle(all);
-    opener = group.last;
   }
+  Settle(all);
 }
 
 // The same for a group of literals, each with what stands behind the group.
@@ -281,6 +286,15 @@ static void Restart(const Builder& b, Cover* best, zr_draft* draft) {
   draft->leads = false;
 }
 
+// Many texts of a group, one of which every match has: they reject what comes
+// by the best window, which the frequency of bytes alone has chosen.
+static void ConsiderGroup(const Builder* b, const Cover& all) {
+  const uint32_t kMany = 4;
+  if (!b->group || b->choices || !all.known || all.first == ZR_NONE) return;
+  if (all.options < kMany || all.anchored) return;
+  if (!b->group->known || all.share < b->group->share) *b->group = all;
+}
+
 // A group of any kind that is sure to be entered.
 static void CoverGroup(Builder* b, uint32_t open, zr_draft* draft, Cover* best,
                        uint32_t depth) {
@@ -300,6 +314,7 @@ static void CoverGroup(Builder* b, uint32_t open, zr_draft* draft, Cover* best,
     else
       CoverAlternatives(b, open, start, &all, depth + 1);
     Consider(best, all);
+    ConsiderGroup(b, all);
     if (node.opcode == ZR_LITOPEN)
       follows = AppendLiterals(b, draft, open) && follows;
     else
@@ -377,41 +392,56 @@ static Builder MakeBuilder(const zr_regex* preg, const zr_plan& plan,
   return b;
 }
 
+static uint32_t AddGrams(Builder* b, const Cover& cover) {
+  if (zr_grams_add(b->search, b->pieces, cover.first, cover.anchored,
+                   cover.anchored) == ZR_NONE)
+    b->failed = true;
+  return 1;
+}
+
 // Adds the windows of the best cover; returns how many.
 static uint32_t AddCover(Builder* b, const zr_draft& draft, Cover* all) {
   CoverAlternatives(b, 0, draft, all, 0);
   if (!all->known || all->cost >= kWorthwhile) return 0;
-  if (all->grams) {
-    if (zr_grams_add(b->search, b->pieces, all->first, all->anchored,
-                     all->anchored) == ZR_NONE)
-      b->failed = true;
-    return 1;
-  }
+  if (all->grams) return AddGrams(b, *all);
   for (uint32_t i = 0; i < all->count; i++)
     if (zr_search_add(b->search, all->drafts[i]) == ZR_NONE) b->failed = true;
   return all->count;
 }
 
-// The reduced list serves for both: it asks for the same bytes, in fewer
-// pieces. Only anchors without their brackets ask for more. When the first
-// cover is what matches or subjects begin with, a second one tells of the rest.
-bool zr_search_cover(zr_regex* preg) {
-  zr_search* search = preg->search;
-  Builder b =
-      MakeBuilder(preg, search->fast, preg->fastNodes, preg->fastGroups);
-  Cover* all = static_cast<Cover*>(malloc(sizeof(Cover)));
-  if (!all) return false;
+// The best cover, and a second one that tells of what the first one does not:
+// of many texts in a group, or, when the first one is what matches or subjects
+// begin with, of the rest.
+static void AddCovers(Builder* b, Cover* all, Cover* group) {
+  zr_search* search = b->search;
+  const zr_regex* preg = b->preg;
   zr_draft draft = {};
   draft.leads = preg->fastGroups[0].last == preg->fastNodeCount - 1;
-  search->coverCount = AddCover(&b, draft, all);
+  group->known = false;
+  b->group = group;
+  search->coverCount = AddCover(b, draft, all);
+  b->group = nullptr;
+  if (search->coverCount == 0) return;
   const bool isWindow = search->coverCount == 1 && !all->grams;
   search->coverLeads = isWindow && all->drafts[0].leads;
-  if (search->coverLeads || (isWindow && all->drafts[0].anchored) ||
-      (all->grams && all->anchored)) {
-    b.withoutLead = true;
-    search->secondCount = AddCover(&b, draft, all);
+  if (group->known && (isWindow || (all->grams && all->anchored))) {
+    search->secondCount = AddGrams(b, *group);
+  } else if (search->coverLeads || (isWindow && all->drafts[0].anchored) ||
+             (all->grams && all->anchored)) {
+    b->withoutLead = true;
+    search->secondCount = AddCover(b, draft, all);
   }
-  free(all);
+}
+
+// The reduced list serves for both: it asks for the same bytes, in fewer
+// pieces. Only anchors without their brackets ask for more.
+bool zr_search_cover(zr_regex* preg) {
+  Builder b =
+      MakeBuilder(preg, preg->search->fast, preg->fastNodes, preg->fastGroups);
+  Cover* covers = static_cast<Cover*>(malloc(2 * sizeof(Cover)));
+  if (!covers) return false;
+  AddCovers(&b, covers, covers + 1);
+  free(covers);
   free(b.pieces.list);
   return !b.failed;
 }

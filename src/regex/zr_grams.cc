@@ -46,28 +46,12 @@ static uint32_t CountCombinations(const zr_search* search,
   return count;
 }
 
-// Stretches far more frequent than their letters are.
-static const char* const kCommon[] = {
-    ".com", ".net", ".org", "http", "ttp:", "tp:/", "://", "www.",
-    "com",  "net",  "org",  "www",  "mail", "the",  "and"};
 static const double kCommonFactor = 1000;
-
-static bool FitsCommon(const zr_search* search, const zr_place* places,
-                       uint32_t length) {
-  for (const char* common : kCommon) {
-    uint32_t i = 0;
-    while (
-        i < length && common[i] &&
-        zr_place_fits(places[i], search->sets, static_cast<uint8_t>(common[i])))
-      i++;
-    if (i == length) return true;
-  }
-  return false;
-}
 
 static double ShareOfPlaces(const zr_search* search, const zr_place* places,
                             uint32_t length) {
-  double share = FitsCommon(search, places, length) ? kCommonFactor : 1;
+  double share =
+      zr_search_is_common(search, places, length) ? kCommonFactor : 1;
   for (uint32_t i = 0; i < length; i++)
     share *= zr_search_share(search, places[i]);
   return share;

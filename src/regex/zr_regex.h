@@ -6,7 +6,7 @@
 //   zr_list.cc      how it and every copy build a list of nodes
 //   zr_rewrite.cc   what is done to the node lists afterwards
 //   zr_search.cc    what a subject must hold, worked out once for a pattern,
-//                   with zr_sets.cc, zr_cover.cc and zr_follow.cc
+//                   with zr_sets.cc, zr_cover.cc, zr_grams.cc, zr_follow.cc
 //   zr_window.cc    the search for it, 16 bytes at a time
 //   zr_regexec.cc   the matcher's entry: what can be rejected at once
 //   zr_walk.cc      the walk along the nodes

@@ -256,8 +256,8 @@ static const double kRunScan = 0.8;     // a byte of a run
 static const double kGramScan = 0.8;    // a byte looked up as a gram
 static const double kCandidate = 10;    // a start that both probes let through
 static const double kAttempt = 200;     // a walk from one start
-static const double kWalk = 5000;       // a walk from all starts
-static const double kSubject = 2000;    // bytes
+static const double kWalk = 750;        // a walk from all starts
+static const double kSubject = 300;     // bytes
 // Windows found more often than this are not worth a wide compare.
 static const double kWeakShare = 0.1;
 
@@ -287,6 +287,27 @@ static double ChooseProbes(const zr_search* search, const zr_draft& draft,
   return best * kSubject;
 }
 
+static const char* const kCommon[] = {"https://", "http://", ".com",
+                                      ".net",     ".org",    "www.",
+                                      "mail",     " the ",   " and "};
+static const double kWideShare = 0.5;     // of a place that says little
+static const double kCommonShare = 0.01;  // of all starts, roughly
+
+bool zr_search_is_common(const zr_search* search, const zr_place* places,
+                         uint32_t length) {
+  for (const char* common : kCommon) {
+    for (; *common; common++) {
+      uint32_t i = 0;
+      while (i < length && common[i] &&
+             zr_place_fits(places[i], search->sets,
+                           static_cast<uint8_t>(common[i])))
+        i++;
+      if (i == length) return true;
+    }
+  }
+  return false;
+}
+
 // The share of starts at which a window is found. Neighbours in text are far
 // from independent: the rarest one and the root of the others come near.
 double zr_search_share(const zr_search* search, const zr_draft& draft) {
@@ -297,7 +318,15 @@ double zr_search_share(const zr_search* search, const zr_draft& draft) {
     if (share < rarest) rarest = share;
     all *= share;
   }
-  return all > 0 ? rarest * sqrt(all / rarest) : 0;
+  const double share = all > 0 ? rarest * sqrt(all / rarest) : 0;
+  // Bytes of all kinds behind it change little.
+  uint32_t narrow = draft.length;
+  while (narrow > 1 &&
+         zr_search_share(search, draft.places[narrow - 1]) > kWideShare)
+    narrow--;
+  const bool common =
+      narrow > 1 && zr_search_is_common(search, draft.places, narrow);
+  return common && share < kCommonShare ? kCommonShare : share;
 }
 
 double zr_search_cost(const zr_search* search, const zr_draft& draft) {

@@ -123,6 +123,11 @@ double zr_search_gram_cost(double share, bool leads, bool anchored);
 double zr_search_share(const zr_search* search, const zr_draft& draft);
 double zr_search_share(const zr_search* search, const zr_place& place);
 
+// Whether the places are a part of what is far more frequent in mail than its
+// bytes are.
+bool zr_search_is_common(const zr_search* search, const zr_place* places,
+                         uint32_t length);
+
 // zr_grams.cc: appends the piece of a draft that is rarest in mail, with
 // `atStart` one that it begins with; its index, ZR_NONE when there is none.
 uint32_t zr_grams_piece(const zr_search* search, const zr_draft& draft,

@@ -204,6 +204,67 @@ TEST(ZrWindow, FindsWhatASearchByHandFinds) {
   EXPECT_GT(found, 20000u);
 }
 
+// What a table of grams finds is what one of its pieces stands for, no less,
+// and nothing that differs from all of them by more than the case bit.
+TEST(ZrWindow, GramsAreFoundWhereAPieceStands) {
+  Numbers numbers(13);
+  uint32_t found = 0;
+  for (uint32_t round = 0; round < 1500; round++) {
+    zr_search* search = static_cast<zr_search*>(calloc(1, sizeof(zr_search)));
+    ASSERT_TRUE(search);
+    zr_pieces pieces = {};
+    Sample samples[6];
+    const uint32_t count = 1 + numbers.Below(6);
+    const bool anchored = numbers.Below(4) == 0;
+    uint32_t width = ZR_MAX_GRAM;
+    for (uint32_t k = 0; k < count; k++) {
+      samples[k] = Sample{};
+      samples[k].length = 1 + numbers.Below(ZR_MAX_GRAM);
+      samples[k].anchored = anchored;
+      zr_draft draft = {};
+      draft.length = samples[k].length;
+      for (uint32_t i = 0; i < draft.length; i++) {
+        samples[k].sets[i] = SetOf(kSets[numbers.Below(3)]);
+        ASSERT_TRUE(
+            zr_search_place(search, samples[k].sets[i], &draft.places[i]));
+      }
+      const uint32_t piece = zr_grams_piece(search, draft, true, &pieces);
+      ASSERT_EQ(k, piece);
+      if (k) pieces.list[k - 1].next = k;
+      if (pieces.list[k].length < width) width = pieces.list[k].length;
+    }
+    ASSERT_EQ(0u, zr_grams_add(search, pieces, 0, true, anchored));
+    // All that counts of a longer piece is what it begins with.
+    for (uint32_t k = 0; k < count; k++) {
+      samples[k].length = width;
+      for (uint32_t i = 0; i < width; i++)
+        for (uint32_t c = 0x40; c < 0x60; c++) {
+          if (zr_set_has(samples[k].sets[i], c))
+            zr_set_add(&samples[k].sets[i], c + 0x20);
+          if (zr_set_has(samples[k].sets[i], c + 0x20))
+            zr_set_add(&samples[k].sets[i], c);
+        }
+    }
+    const std::string text = MakeText(numbers, samples[0]);
+    const HeapText copy(text);
+    for (uint32_t from = 0; from <= text.size(); from++) {
+      uint32_t want = ZR_NONE;
+      for (uint32_t k = 0; k < count; k++) {
+        const uint32_t at = FindByHand(samples[k], text, from);
+        if (at < want) want = at;
+      }
+      ASSERT_EQ(want,
+                zr_window_find(search->windows[0], search->sets,
+                               copy.view().pointer, copy.view().length, from))
+          << "round " << round << " from " << from;
+      if (want != ZR_NONE) found++;
+    }
+    free(pieces.list);
+    zr_search_free(search);
+  }
+  EXPECT_GT(found, 10000u);
+}
+
 TEST(ZrSearch, WhatIsDerivedChangesNoAnswer) {
   static const char* const kPatterns[] = {
       "(?i)dear (abc|foo|free)", "[a-z]+@[a-z]+\\.(com|net)", "foo.*bar",
@@ -222,7 +283,16 @@ TEST(ZrSearch, WhatIsDerivedChangesNoAnswer) {
       "[a-z]{2,3}$", "(now|12)$|foo$", "aaaaaaaaaaaaaaaaaaaaaa[a@]?$",
       "aaaaaaaaaaaaaaaaaaaaaa$", "[a-z]+([0-9]-)?$", "([a-o]{3}r?)+($)?/",
       "[a-z]+([0-9]-)?[b@]", "[a-z]{1,3}@|\\w{2,3}\\$", "foo($)?bar",
-      "bcdefghijklmnopqrstuvwxyz$"};
+      "bcdefghijklmnopqrstuvwxyz$",
+      // Many alternatives: grams, alone, behind an anchor and as starts.
+      "(?i)(free|now|XYZ|dear|foo|345) ?(abc|bar|@|-|12|=)",
+      "(?i)^https?://[^ ]*(free|abc|XYZ|345|bar|oo)",
+      "^(free|now|XYZ|dear|foo|345|abc|ab|bar|http)[a-z@ ]",
+      "(^|\\.)(free|now|com|net|abc|bar|example)($|/)",
+      "FREE|dear [^a]|foo?b|a+345|XYZ\\$|n[aeo]w|_|[0-9]-",
+      "(?i)(dear|free|foo|bar|now|abc|oo|XYZ|http|345) ?[a-z]+@",
+      "[a-z]@|(free|n(o|e)w|(XYZ|abc|12[0-9])+) (dear|foo)",
+      "(?i)\xC9t\xE9|\xE9 |free\n|now\t|<B>|=\\?|345-|oobar|XYZ_"};
   Numbers numbers(11);
   uint32_t matches = 0;
   for (const char* pattern : kPatterns) {

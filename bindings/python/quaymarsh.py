@@ -276,6 +276,8 @@ def scan(message, *, context=None, user=None, checks=Check.NONE,
     unless `global_checks` says otherwise. Returns a Result; raises Error when
     nothing was scanned.
     """
+    if context is not None and not context._pointer:
+        raise ValueError("the context is closed")
     record = Record(size=ctypes.sizeof(Record))
     from_file = isinstance(message, os.PathLike)
     if from_file:

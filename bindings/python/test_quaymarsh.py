@@ -116,6 +116,7 @@ class ScanTest(unittest.TestCase):
             for thread in threads:
                 thread.join()
         self.assertEqual(alone, scores)
+        self.assertRaises(ValueError, quaymarsh.scan, LETTER, context=context)
 
 
 class DecodeTest(unittest.TestCase):

@@ -116,9 +116,10 @@ void WriteParams(const TQMMSG& message, QMINFO* info) {
 // The version text is built anew: with noBailout in force it says so only
 // here, since the flag reaches the message with the scan.
 void WriteCause(TQMMSG& message, QMINFO* info) {
+  const uint32_t kUsualReport = 512;
   if (!(info->flags & QM_WANT_CAUSE) || !IsBuffer(info->cause, info->causeSize))
     return;
-  BLOCK report(0, BLOCK::_DEFALLOCSIZE);
+  BLOCK report(message.ledger.cause.length + kUsualReport, kUsualReport);
   STR text;
   message.getQMVersion(text);
   report.add(text.view());
@@ -150,8 +151,9 @@ void WriteHeader(TQMMSG& message, QMINFO* info) {
     // its end is not taken on trust.
     STR agent;
     const size_t size = static_cast<size_t>(info->versionSize);
-    agent.add(info->version,
-              static_cast<int32_t>(strnlen(info->version, size)));
+    const int32_t length = static_cast<int32_t>(strnlen(info->version, size));
+    agent.renew(length);
+    agent.add(info->version, length);
     header.appendEntry(kAgentField, agent.c_str());
   }
   char points[16];
@@ -160,7 +162,10 @@ void WriteHeader(TQMMSG& message, QMINFO* info) {
 
   STR subject, value;
   header.getEntryValue("Subject", value);
-  if (message.ledger.state != ssClean) subject = info->subjectTag;
+  const int32_t kUsualTag = 63;
+  const TBLOCK tag(message.ledger.state != ssClean ? info->subjectTag : "");
+  subject.renew(value.len() + kUsualTag);
+  subject += tag;
   subject += value;
   header.setEntryValue("Subject", subject.c_str());
 

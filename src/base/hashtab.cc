@@ -50,6 +50,8 @@ TBLOCK KeyOf(const HASHKEY& entry) {
 // From the end, where keys such as names with a number differ.
 bool HoldsKey(const HASHKEY& entry, TBLOCK key, const unsigned char* fold) {
   if (entry.length != key.length) return false;
+  if (fold == TBLOCK::NoConvTable)
+    return memcmp(entry.key, key.pointer, key.length) == 0;
   for (uint32_t i = key.length; i-- > 0;)
     if (fold[entry.key[i]] != fold[key[i]]) return false;
   return true;

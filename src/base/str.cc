@@ -14,6 +14,9 @@ int32_t TextLength(const char* s) {
   return n > INT32_MAX - 1 ? INT32_MAX - 1 : static_cast<int32_t>(n);
 }
 
+// The text of all empty strings of capacity 1.
+const char kNothing[1] = "";
+
 // The order of two characters: folded, as signed chars.
 int CompareChars(char a, char b) {
   return static_cast<signed char>(AsciiUpper(static_cast<unsigned char>(a))) -
@@ -47,10 +50,7 @@ int CompareNoCase(const char* a, const char* b) {
 // ---- STR. Text is replaced by building the new array first and freeing the
 // old one last, so that a source may lie inside it.
 
-STR::STR() : text(nullptr), capacity(0), length(0) {
-  assign("", 0, 1);
-  if (text) length = -1;
-}
+STR::STR() : text(const_cast<char*>(kNothing)), capacity(1), length(-1) {}
 
 STR::STR(const STR& other) : text(nullptr), capacity(0), length(0) {
   assign(other.c_str(), other.len(), other.capacity);
@@ -73,9 +73,9 @@ STR::~STR() {
   release();
 }
 
-// A text with capacity 0 is not ours to free.
+// A text with capacity 0 is not ours to free, nor is the shared one.
 void STR::release() {
-  if (capacity != 0) delete[] text;
+  if (capacity != 0 && text != kNothing) delete[] text;
   text = nullptr;
   capacity = length = 0;
 }
@@ -84,6 +84,12 @@ void STR::release() {
 // left null, with capacity and length 0.
 void STR::assign(const char* p, int32_t n, int32_t newCapacity) {
   if (newCapacity <= n) newCapacity = n + 1;
+  if (newCapacity == 1) {
+    release();
+    text = const_cast<char*>(kNothing);
+    capacity = 1;
+    return;
+  }
   char* fresh = new (std::nothrow) char[static_cast<uint32_t>(newCapacity)];
   if (fresh) {
     if (n > 0) memcpy(fresh, p, static_cast<size_t>(n));
@@ -121,6 +127,15 @@ STR& STR::operator=(TBLOCK view) {
   return *this;
 }
 
+void STR::renew(int32_t n) {
+  if (n < capacity && text != kNothing) {
+    text[0] = 0;
+    length = 0;
+  } else {
+    assign("", 0, n < INT32_MAX ? n + 1 : INT32_MAX);
+  }
+}
+
 int32_t STR::len() const {
   if (length < 0) length = text ? TextLength(text) : 0;
   return length;
@@ -138,8 +153,8 @@ void STR::addLeft(const char* p, int32_t n) {
 // old one or lie in it. When that cannot be had the string is left null, with
 // capacity and length 0.
 void STR::insert(const char* p, int32_t n, int32_t at) {
-  if (!p || n < 0) return;
   const int32_t old = len();
+  if (!p || n < 0 || (n == 0 && text)) return;
   const int64_t sum = static_cast<int64_t>(old) + n;
   const uintptr_t place = reinterpret_cast<uintptr_t>(p);
   const uintptr_t own = reinterpret_cast<uintptr_t>(text);
@@ -171,7 +186,7 @@ void STR::insert(const char* p, int32_t n, int32_t at) {
   text[length] = 0;
 }
 
-STR& STR::operator+=(char c) {
+STR& STR::grow(char c) {
   add(&c, 1);
   return *this;
 }
@@ -256,7 +271,7 @@ void STR::noTrailSpace() {
   int32_t n = len();
   while (n > 0 && AsciiIsSpace(static_cast<unsigned char>(text[n - 1]))) n--;
   if (!text) return;
-  text[n] = 0;
+  if (n < len()) text[n] = 0;
   length = -1;
 }
 
@@ -310,10 +325,7 @@ void STRTOKEN::init() {
 
 const char* STRTOKEN::next() {
   // Emptied in place, so that the room reserved for it stays.
-  if (token.text) {
-    token.text[0] = 0;
-    token.length = 0;
-  }
+  token.renew(0);
   if (position >= text.len()) return nullptr;
   const int32_t at =
       separator.empty() ? -1 : text.hasin(separator.c_str(), position, 0);

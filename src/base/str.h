@@ -7,6 +7,9 @@
 // set `length` to -1. After a failed allocation the text is null with capacity
 // and length 0, which reads as "" in every operation.
 //
+// Empty strings of capacity 1 share one NUL that nobody may write to: a scan
+// makes hundreds of them, and most stay empty.
+//
 // Case is folded by ASCII rules, whatever the host's locale; where an order
 // results, the folded bytes compare as signed chars, so 0x80-0xFF sort before
 // ASCII. Pointers handed in may point into the string itself.
@@ -29,8 +32,8 @@ int CompareNoCase(const char* a, const char* b);
 
 class STR {
  public:
-  char* text;              // owned unless capacity is 0; NUL-terminated while
-                           // not null
+  char* text;              // owned unless capacity is 0 or it is the shared
+                           // NUL; NUL-terminated while not null
   int32_t capacity;        // bytes allocated, the terminator included
   mutable int32_t length;  // characters in use; -1: count on demand
 
@@ -46,6 +49,10 @@ class STR {
   // The bytes of a view; a NUL among them ends what operations see of it.
   STR& operator=(TBLOCK view);
 
+  // Becomes empty, with room for n characters at least. For texts that are put
+  // together of pieces: the first piece would else ask for 32 kilobytes.
+  void renew(int32_t n);
+
   // Never null.
   const char* c_str() const { return text ? text : ""; }
   int32_t len() const;
@@ -56,7 +63,12 @@ class STR {
   // Appends n bytes; nothing for a null p. When length + n reaches the capacity
   // that grows by the larger of n and 32768.
   void add(const char* p, int32_t n);
-  STR& operator+=(char c);
+  STR& operator+=(char c) {
+    if (length < 0 || length >= capacity - 1) return grow(c);
+    text[length++] = c;
+    text[length] = 0;
+    return *this;
+  }
   STR& operator+=(const char* s);
   STR& operator+=(const STR& other);
   STR& operator+=(TBLOCK view);
@@ -90,6 +102,7 @@ class STR {
   void release();
   void assign(const char* p, int32_t n, int32_t newCapacity);
   void insert(const char* p, int32_t n, int32_t at);
+  STR& grow(char c);
 };
 
 // Walks the tokens of a text. One separator at the very start is skipped; two

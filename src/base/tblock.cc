@@ -4,6 +4,10 @@
 
 #include "base/tblock.h"
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include <new>
 
 namespace {
@@ -21,6 +25,35 @@ bool SameBytes(const unsigned char* a, const unsigned char* b, uint32_t n,
 // for one that somebody has made slow.
 const uint32_t kMaxCompared = 16;
 
+#ifdef __SSE2__
+// Moves p on to a byte that LowerConvTable maps to `byte`, or close to `last`,
+// sixteen bytes at a time. Of ASCII two characters at most are mapped to one;
+// of the upper half the table is asked.
+bool SkipOthers(const unsigned char*& p, const unsigned char* last,
+                unsigned char byte) {
+  const unsigned char* const table = TBLOCK::LowerConvTable;
+  const unsigned char other = byte >= 'a' && byte <= 'z' ? byte - 0x20
+                              : byte == 'I'              ? '|'
+                                                         : byte;
+  const __m128i same = _mm_set1_epi8(static_cast<char>(byte));
+  const __m128i capital = _mm_set1_epi8(static_cast<char>(other));
+  for (; last - p >= 15; p += 16) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const __m128i found =
+        _mm_or_si128(bytes, _mm_or_si128(_mm_cmpeq_epi8(bytes, same),
+                                         _mm_cmpeq_epi8(bytes, capital)));
+    for (uint32_t left = static_cast<uint32_t>(_mm_movemask_epi8(found)); left;
+         left &= left - 1) {
+      const unsigned char* const at = p + __builtin_ctz(left);
+      if (table[*at] != byte) continue;
+      p = at;
+      return true;
+    }
+  }
+  return false;
+}
+#endif
+
 // The first byte from p to last, both included, that the table maps to `byte`.
 const unsigned char* FindFirst(const unsigned char* p,
                                const unsigned char* last, unsigned char byte,
@@ -29,6 +62,9 @@ const unsigned char* FindFirst(const unsigned char* p,
   if (table == TBLOCK::NoConvTable)
     return static_cast<const unsigned char*>(
         memchr(p, byte, static_cast<size_t>(last - p) + 1));
+#ifdef __SSE2__
+  if (table == TBLOCK::LowerConvTable && SkipOthers(p, last, byte)) return p;
+#endif
   while (p <= last && table[*p] != byte) p++;
   return p <= last ? p : nullptr;
 }

@@ -154,8 +154,13 @@ class TBLOCK {
   // Offset of the last occurrence of the byte, or -1.
   int32_t findLastByte(unsigned char byte) const;
 
-  bool equals(const char* text) const { return equals(TBLOCK(text)); }
-  bool begins(const char* text) const { return begins(TBLOCK(text)); }
+  // Most comparisons fail at the first byte, ahead of counting the text's.
+  bool equals(const char* text) const {
+    return !differsAtOnce(text) && equals(TBLOCK(text));
+  }
+  bool begins(const char* text) const {
+    return !differsAtOnce(text) && begins(TBLOCK(text));
+  }
   bool ends(const char* text) const { return ends(TBLOCK(text)); }
   int32_t find(const char* text, uint32_t start = 0) const {
     return find(TBLOCK(text), start);
@@ -418,6 +423,14 @@ class TBLOCK {
 
   // All pieces behind the first boundary; the whole block when there is none.
   static void BlockFindParts(TBLOCK block, TBLOCK boundary, TBLOCKVECT& parts);
+
+ private:
+  // Whether both hold a byte and their first ones differ.
+  bool differsAtOnce(const char* text) const {
+    return !empty() && text && *text &&
+           LowerConvTable[pointer[0]] !=
+               LowerConvTable[static_cast<unsigned char>(*text)];
+  }
 };
 
 #endif  // BASE_TBLOCK_H_

@@ -133,22 +133,14 @@ TBLOCKVECT::~TBLOCKVECT() {
   dropHash();
 }
 
-int32_t TBLOCKVECT::count() const {
-  return static_cast<int32_t>(CountOf(*this, sizeof(TBLOCK)));
-}
-
-TBLOCK TBLOCKVECT::get(int32_t i) const {
-  TBLOCK value;
-  if (InRange(*this, i, sizeof value))
-    memcpy(&value, Element(*this, i, sizeof value), sizeof value);
-  return value;
-}
-
 int TBLOCKVECT::add(TBLOCK value, int allowEmpty, int trim) {
   if (maxCount != 0 && count() >= maxCount) return 0;
   if (trim) value.trim();
   if (value.empty() && !allowEmpty) return 0;
-  return BLOCK::add(&value, sizeof value);
+  if (capacity - length < sizeof value) return BLOCK::add(&value, sizeof value);
+  memcpy(data + length, &value, sizeof value);
+  length += static_cast<uint32_t>(sizeof value);
+  return 1;
 }
 
 int TBLOCKVECT::addUnique(TBLOCK value, int allowEmpty, int trim) {

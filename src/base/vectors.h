@@ -9,6 +9,7 @@
 #define BASE_VECTORS_H_
 
 #include <stdint.h>
+#include <string.h>
 
 #include "base/block.h"
 #include "base/str.h"
@@ -58,8 +59,17 @@ class TBLOCKVECT : public BLOCK {
   TBLOCKVECT(TBLOCK text, int trim);
   ~TBLOCKVECT() override;
 
-  int32_t count() const;
-  TBLOCK get(int32_t i) const;
+  int32_t count() const {
+    return static_cast<int32_t>(length / sizeof(TBLOCK));
+  }
+  // Empty out of range.
+  TBLOCK get(int32_t i) const {
+    TBLOCK value;
+    if (static_cast<uint32_t>(i) < length / sizeof value)
+      memcpy(&value, data + static_cast<uint32_t>(i) * sizeof value,
+             sizeof value);
+    return value;
+  }
   // Appends; with `trim` without the white space on both sides. An empty value
   // needs `allowEmpty`; at the limit the value is dropped. 1 when appended.
   int add(TBLOCK value, int allowEmpty, int trim);

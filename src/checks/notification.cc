@@ -200,8 +200,9 @@ int TQMMSG::_CompareListId(TBLOCK address, TBLOCK listId) {
   TBLOCK local = TBLOCK::BlockBeforeChar(host, '@', 0, 0);
   const int32_t bounces = local.find("-bounces");
   if (bounces >= 0) local.cut(static_cast<uint32_t>(bounces));
-  STR ending;
-  ending = host;
+  STR ending(static_cast<int32_t>(host.length + 1));
+  ending += host;
+  ending.length = -1;  // a NUL may stand inside
   ending += '>';
   return listId.find(local) >= 0 && listId.ends(ending.view());
 }

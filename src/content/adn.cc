@@ -437,11 +437,21 @@ char SignedLetter(uint64_t seconds, bool negative) {
   return SecondsLetter(seconds, negative ? "abcdefghz" : "123456789");
 }
 
+// The printable characters of ASCII.
+const int kFirstPrinted = 0x20;
+const int kLastPrinted = 0x7E;
+
 }  // namespace
+
+int32_t AdnRoom(TBLOCK text) {
+  const uint32_t kSpare = 16, kMost = 1024;
+  return static_cast<int32_t>((text.length < kMost ? text.length : kMost) +
+                              kSpare);
+}
 
 void AdnFromBlock(TBLOCK text, STR& adn, const char* keep, uint32_t flags,
                   const TADNCLOCK& clock, TBLOCKVECT* known) {
-  adn = "";
+  adn.renew(AdnRoom(text));
   KNOWNTEXTS knownTexts;
   LINKMARKS links(text);
   knownTexts.init(known);
@@ -465,7 +475,7 @@ void GetEmailRegex(TBLOCK text, TQMDICO* dico, STR& out, int64_t now) {
   const TADNCLOCK clock = {nullptr, now};
   const LISTED users(dico, "AdnEmailUsers"), suffixes(dico, "TLD");
   unsigned char before = 0;
-  out = "";
+  out.renew(2 * AdnRoom(text));
   while (!text.empty()) {
     const TBLOCK word = text.head(text.lengthIn(kAlnum));
     if (word.empty()) {
@@ -498,9 +508,9 @@ char GetCountChar(uint32_t count) {
 void GetBlockCharAdn(TBLOCK text, STR& counts, STR& presence) {
   uint32_t byteCounts[256] = {0};
   for (uint32_t i = 0; i < text.length; i++) byteCounts[text[i]]++;
-  counts = "";
-  presence = "";
-  for (int byte = 0x20; byte < 0x7F; byte++) {
+  counts.renew(kLastPrinted - kFirstPrinted + 1);
+  presence.renew(kLastPrinted - kFirstPrinted + 1);
+  for (int byte = kFirstPrinted; byte <= kLastPrinted; byte++) {
     counts += GetCountChar(byteCounts[byte]);
     presence += GetCountAdn(byteCounts[byte], 1);
   }

@@ -29,6 +29,9 @@ struct TADNCLOCK {
   int64_t now;            // present time, in seconds since 1970
 };
 
+// Characters to reserve for the fingerprint of a text: few have more than it.
+int32_t AdnRoom(TBLOCK text);
+
 // Replaces `adn` by the shape of the text. `keep`, or null, is a list of words
 // joined by commas that are copied; a "*" at an end stands for anything.
 // `known`, or null, is a list of texts that are replaced by their index; its

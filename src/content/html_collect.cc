@@ -332,8 +332,9 @@ void THTMLCONTEXT::addFontNames(TBLOCK tag) {
 
 void THTMLCONTEXT::addImgSize(TBLOCK width, TBLOCK height) {
   if (imgSizes.count() >= kMaxImgSizes) return;
-  STR size;
-  size = width;
+  STR size(static_cast<int32_t>(width.length + 1 + height.length));
+  size += width;
+  size.length = -1;  // a NUL may stand inside
   size += 'x';
   size += height;
   imgSizes.insSorted(size.c_str());

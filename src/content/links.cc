@@ -247,6 +247,7 @@ void TLINKVECT::unfoldUrlsAsRepeatedBlocks(TBLOCKVECT& list) const {
 
 void TLINKVECT::getdHttpTldList(TBLOCKVECT& list) const {
   list.clear();
+  list.step = static_cast<uint32_t>(count()) * sizeof(TBLOCK);
   for (int32_t i = 0; i < count(); i++)
     if (get(i)->url.proto & kHttpProtos) list.add(get(i)->url.tld, 0, 0);
 }
@@ -288,6 +289,7 @@ void TIMGVECT::clear() {
 
 void TIMGVECT::getdHttpTldList(TBLOCKVECT& list) const {
   list.clear();
+  list.step = static_cast<uint32_t>(count()) * sizeof(TBLOCK);
   for (int32_t i = 0; i < count(); i++)
     if (get(i)->url.proto & kHttpProtos) list.add(get(i)->url.tld, 0, 0);
 }

@@ -112,9 +112,9 @@ int32_t ParseEmailAddresses(TBLOCK text, TMAILBOXVECT& boxes) {
 }
 
 int32_t ParseEmailAddressesWithAdn(TBLOCK text, TMAILBOXVECT& boxes, STR& adn) {
-  adn = "";
   ParseEmailAddresses(text, boxes);
   const int32_t n = boxes.count();
+  adn.renew(2 * n);
   for (int32_t i = 0; i < n; i++) {
     if (i) adn += ',';
     adn += boxes.get(i).adn;

@@ -390,8 +390,8 @@ int32_t AddLineWords(TBLOCK line, TBLOCKVECT& words, TBLOCKVECT* mails) {
 
 void ParseLinesWords(STR& lineAdn, REGEXPOOL*, const TBLOCKVECT& lines,
                      TBLOCKVECT& words, TBLOCKVECT* mails) {
-  lineAdn = "";
   const int32_t count = lines.count();
+  lineAdn.renew(count < kMaxLetteredLines ? count : kMaxLetteredLines);
   for (int32_t i = 0; i < count; i++) {
     const TBLOCK line = lines.get(i);
     char letter = KindOfLine(line);

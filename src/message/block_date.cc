@@ -183,8 +183,8 @@ int32_t FindName(TBLOCK word, const TName* names, size_t count) {
 // `text` begins with; null without one.
 const TZoneName* FindZone(TBLOCK text) {
   for (const TZoneName& zone : _TIMEZONES) {
+    if (!text.begins(zone.name)) continue;
     const TBLOCK name(zone.name);
-    if (!text.begins(name)) continue;
     if (text.length == name.length || CutsWords(text[name.length]))
       return &zone;
   }

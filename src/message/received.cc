@@ -183,6 +183,9 @@ const char* ClassOfWord(TBLOCK word) {
   return FindStdWord(word);
 }
 
+// Characters of a template; few have more.
+const int32_t kUsualTemplate = 255;
+
 }  // namespace
 
 RECEIVEDWARE::RECEIVEDWARE(REGEXPOOL* pool)
@@ -194,7 +197,7 @@ RECEIVEDWARE::RECEIVEDWARE(REGEXPOOL* pool)
       comments{&exchange, &lotus, &netscape, &sendmail} {}
 
 const char* RECEIVEDWARE::getReceivedAdn(TBLOCK text, STR& adn, int oneWord) {
-  adn = "";
+  adn.renew(kUsualTemplate);
   if (oneWord)
     _AddToReceivedAdn(adn, ClassOfWord(text));
   else

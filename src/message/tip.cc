@@ -6,6 +6,7 @@
 namespace {
 
 const int kOctets = 4;
+const int32_t kDottedLength = 15;
 
 // First octets of blocks that nobody had when the list was made. Most have
 // users by now; what compares this mark was tuned with the list as it is.
@@ -91,6 +92,8 @@ void TIP::setValue(uint32_t value) {
   } else {
     addressClass = value >> 28 == 14 ? 'D' : 'E';
   }
+  if (text.empty()) text.renew(kDottedLength);
+  if (hex.empty()) hex.renew(2 * kOctets);
   _getStr(text, value);
   for (int i = 0; i < kOctets; i++) _AppendByteAsHexToStr(hex, Octet(value, i));
 }

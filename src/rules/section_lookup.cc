@@ -254,7 +254,8 @@ void TQMDICO::replaceRegexMacro(const char* section, TBLOCK text, STR& out,
         value.empty())
       continue;
     name.trim();
-    STR macro(open);
+    STR macro(static_cast<int32_t>(strlen(open) + name.length + strlen(close)));
+    macro += open;
     macro += name;
     macro += close;
     next.empty();

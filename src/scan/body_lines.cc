@@ -73,7 +73,7 @@ bool TakeName(TBLOCK line, TBLOCK& name) {
 void TakeRun(TBLOCKVECT& run, int32_t least, STRVECT& tokens) {
   for (int32_t i = 0; run.count() >= least && i < run.count(); i++) {
     const TBLOCK name = run.get(i);
-    STR token;
+    STR token(static_cast<int32_t>(name.length));
     for (uint32_t k = 0; k < name.length; k++) {
       const unsigned char c = TBLOCK::LowerConvTable[name[k]];
       if (TBLOCK::Is(c, bitLetter | bitDigit)) token += static_cast<char>(c);

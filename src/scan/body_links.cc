@@ -113,7 +113,7 @@ void TQMMSG::prepareImages() {
     const bool same =
         !url.domain.empty() &&
         SecondLevelName(url.domain).equals(SecondLevelName(first->domain));
-    STR adn;
+    STR adn(static_cast<int32_t>(url.url.length + url.path.length + 3));
     adn += same ? '=' : '!';
     adn += url.url;
     adn += ':';

@@ -64,6 +64,7 @@ void ThreadIndexAdn(TBLOCK text, STR& adn) {
     coded.data[i] = AsciiUpper(coded.data[i]);
   TBLOCK out(decoded.data, decoded.capacity);
   TBLOCK::BlockUnbase64(coded.view(), out, 1);
+  adn.renew(static_cast<int32_t>(2 * out.length));
   AddHex(out, adn);
 }
 
@@ -72,6 +73,7 @@ void ThreadIndexAdn(TBLOCK text, STR& adn) {
 void IdAdn(TBLOCK text, STR& adn, const TADNCLOCK& clock) {
   const int32_t at = text.findLastByte('@');
   const uint32_t left = at < 0 ? text.length : static_cast<uint32_t>(at);
+  adn.renew(AdnRoom(text));
   AdnFromBlock(text.head(left), adn, kIdWords, adnRepeat, clock, nullptr);
   adn += text.from(left);
 }
@@ -162,9 +164,9 @@ void TQMMSG::getAdnFromBlock(int field, TBLOCK value, STR& adn,
 // Host and rest by their shapes, with the host's suffix as it is. Links over
 // https and others have none.
 void TQMMSG::getAdnFromUrl(const TBLOCKURL& url, STR& adn) {
-  adn = "";
-  if (url.proto != upHttp && url.proto != upNone) return;
   TBLOCK rest = url.url;
+  adn.renew(AdnRoom(rest));
+  if (url.proto != upHttp && url.proto != upNone) return;
   TBLOCKURL::ParseBlockUrlProtocol(rest);
   uint32_t end = 0;
   while (end < rest.length && rest[end] != '/' && rest[end] != '?') end++;
@@ -224,7 +226,7 @@ void TQMMSG::getAdnCounts() {
               {'G', pictures},
               {'Z', others},
               {'A', toList.count()}};
-  countsAdn = "";
+  countsAdn.renew(2 * static_cast<int32_t>(sizeof rows / sizeof *rows));
   for (const auto& row : rows) {
     countsAdn += row.letter;
     countsAdn += getCountChar(row.count);
@@ -237,9 +239,10 @@ char TQMMSG::getCountChar(int32_t count) {
 }
 
 void TQMMSG::buildRecipAdn() {
+  const int32_t kUsualRecipients = 63;
   TMAILBOXVECT userList(1);
   STR adn;
-  recipAdn = "";
+  recipAdn.renew(kUsualRecipients);
   ParseEmailAddressesWithAdn(to, toList, adn);
   AddJoined(adn, recipAdn);
   ParseEmailAddressesWithAdn(cc, ccList, adn);
@@ -257,6 +260,7 @@ void TQMMSG::addCharsetToHdr() {
 void TQMMSG::buildTypeAdn() {
   const TBLOCKVECT& types = message.contentTypes;
   SECTIONLETTERS letters(dico, "HdrAdnContentType", hashExact);
+  typeAdn.renew(types.count());
   for (int32_t i = 0; i < types.count(); i++) {
     const char letter = letters.of(types.get(i));
     typeAdn += letter ? letter : '?';
@@ -283,7 +287,7 @@ void TQMMSG::setTags() {
       {'Q', answersRemoved != 0},
       {'L', mailingListScore > 0},
   };
-  tags = "";
+  tags.renew(static_cast<int32_t>(sizeof rows / sizeof *rows));
   for (const auto& row : rows)
     if (row.present) tags += row.letter;
 }

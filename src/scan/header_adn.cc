@@ -15,6 +15,8 @@ namespace {
 // header of nothing but fields costs.
 const int32_t kMaxSignedFields = 1000;
 const int32_t kMaxFieldLetters = 255;
+// Letters of values behind them, with the mark ahead.
+const int32_t kValueLetters = 7;
 
 const char kFieldSection[] = "HdrFieldNames";
 
@@ -32,7 +34,7 @@ bool SplitField(TBLOCK line, TBLOCK& name, TBLOCK& value) {
 class FIELDWALK {
  public:
   explicit FIELDWALK(TQMMSG& message)
-      : m(message), seen(false), subjectFound(-1) {}
+      : letters(kMaxFieldLetters), m(message), seen(false), subjectFound(-1) {}
 
   // Takes the next field.
   void take(char letter, TBLOCK value);
@@ -73,7 +75,7 @@ void FIELDWALK::take(char letter, TBLOCK value) {
       return write(letter);
     case 'R':
       // What stands above the relay lines belongs to a relay.
-      if (!seen) letters = "";
+      if (!seen) letters.renew(kMaxFieldLetters);
       return;
     case 'S':
       seen = true;
@@ -95,9 +97,9 @@ void CutRelayTail(STR& letters) {
   for (const char* tail : kTails) {
     const uint32_t length = static_cast<uint32_t>(strlen(tail));
     if (!all.ends(TBLOCK(tail), TBLOCK::NoConvTable)) continue;
-    const STR front(letters);
-    letters = front.view().head(all.length - length);
-    letters += tail[length - 1];
+    letters.length -= static_cast<int32_t>(length - 1);
+    letters.text[letters.length - 1] = tail[length - 1];
+    letters.text[letters.length] = 0;
     return;
   }
 }
@@ -157,7 +159,8 @@ void TQMMSG::buildHeaderAdn(STR& adn) {
       continue;
     walk.take(names.of(name), value);
   }
-  adn = walk.letters;
+  adn.renew(kMaxFieldLetters + kValueLetters);
+  adn += walk.letters;
   if (idFromMta) CutRelayTail(adn);
   adn += '@';
   adn += ValueLetter(dico, "HdrAdnContentType", contentType, contentType);
@@ -179,7 +182,8 @@ void TQMMSG::buildHeaderAdn(STR& adn) {
 void TQMMSG::getTabAdn(STR& adn) {
   SECTIONLETTERS names(dico, kFieldSection, hashUpperLower);
   const TBLOCKVECT& fields = message.fields;
-  adn = "";
+  adn.renew(fields.count() < kMaxSignedFields ? fields.count()
+                                              : kMaxSignedFields);
   for (int32_t i = 0; i < fields.count() && i < kMaxSignedFields; i++) {
     TBLOCK name, value;
     if (!SplitField(fields.get(i), name, value) || value.empty() ||

@@ -166,7 +166,7 @@ void TQMMSG::parseHeader() {
 // memory for the copy there is none: an empty one would cost the host its
 // header.
 void TQMMSG::readRootFields() {
-  BLOCK asLoaded(0, BLOCK::_DEFALLOCSIZE);
+  BLOCK asLoaded(0, 0);
   const bool copied = wantHeader && !header && copyAsLoaded(asLoaded);
   message.parseHeader(msgView);
   headerEnd = static_cast<uint32_t>(message.header.end() - msgView.pointer);
@@ -181,7 +181,9 @@ void TQMMSG::readRootFields() {
 
 // The message as the host has it, with the dots that unstuffing took.
 int TQMMSG::copyAsLoaded(BLOCK& copy) const {
+  const uint32_t dots = static_cast<uint32_t>(takenDots.count());
   uint32_t done = 0;
+  if (!copy.addSpace(msgView.length + dots)) return 0;
   for (int32_t i = 0; i < takenDots.count(); i++) {
     const uint32_t at = static_cast<uint32_t>(takenDots.get(i));
     if (!copy.add(msgView.head(at).from(done)) || !copy.add(".")) return 0;

@@ -20,6 +20,9 @@ const char kBuiltInVersion[] = "01.333.21";
 // Growth step of the blocks for decoded texts.
 const uint32_t kDecodedStep = 512;
 const uint32_t kTakenDotsStep = 1024;
+// Of lists of views, most of which hold few or none; and of body words.
+const uint32_t kViewStep = 512;
+const uint32_t kWordStep = 4096;
 
 const char kProxyModeParam[] = "mode=proxy";
 
@@ -46,7 +49,7 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
     : pool(poolToUse),
       blacklist(blacklistToUse),
       header(nullptr),
-      msgBlock(0, BLOCK::_DEFALLOCSIZE),
+      msgBlock(0, 0),
       takenDots(0, kTakenDotsStep),
       dico(poolToUse, stuff),
       message(poolToUse),
@@ -105,6 +108,7 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
       attachAdns(0, 64),
       attachContentAdns(0, 64),
       attachmentCount(0),
+      bodyWords(0),
       subjectWords(0),
       aliasWords(0),
       emails(0),
@@ -120,6 +124,11 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
       phishing(0),
       ruleFields(),
       noElements(0) {
+  TBLOCKVECT* const lists[] = {
+      &paramLines,   &receivedFields, &addressWords, &bodyLines, &bodyWords,
+      &subjectWords, &aliasWords,     &emails,       &profiles,  &noElements};
+  for (TBLOCKVECT* list : lists) list->step = kViewStep;
+  bodyWords.step = kWordStep;
   domains.setRecSize(kDigestBytes);
   hiddenIds.maxProbes = kHostileProbes;
 }
@@ -326,7 +335,9 @@ void TQMMSG::applyProxyMode() {
 void TQMMSG::getQMVersion(STR& version) const {
   const TBLOCK builtIn(kBuiltInVersion);
   const TBLOCK loaded = dico.version();
-  version = "Quay Marsh ";
+  const int32_t kUsualVersion = 127;
+  version.renew(kUsualVersion + profile.len());
+  version += "Quay Marsh ";
   version += IsNewer(loaded, builtIn) ? loaded : builtIn;
   version += " AV+AS Profile: ";
   version += profile.empty() ? TBLOCK("<none>") : profile.view();

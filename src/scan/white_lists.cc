@@ -42,12 +42,10 @@ void TQMMSG::_LoadListFromUserFile(STRVECT& lines, const char* domain,
                                    const char* localPart, const char* name) {
   lines.clear();
   if (!IsSafeName(domain) || !IsSafeName(localPart)) return;
-  STR path(kUserListRoot);
-  path += domain;
-  path += '/';
-  path += localPart;
-  path += '/';
-  path += name;
+  STR path;
+  const char* const parts[] = {kUserListRoot, domain, "/",
+                               localPart,     "/",    name};
+  if (!path.join(parts, 6)) return;
   struct stat info;
   if (stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return;
   FILE* file = fopen(path.c_str(), "r");

@@ -34,6 +34,47 @@ TEST(StrTest, Assignment) {
   EXPECT_EQ(1, s.len());
 }
 
+// Of empty strings, which share a text that nobody may write to.
+TEST(StrTest, OperationsOnNothing) {
+  STR s, other;
+  s.noFrontSpace();
+  s.noTrailSpace();
+  s.toUpper();
+  s.reverse();
+  s.add("", 0);
+  s.addLeft("", 0);
+  s += other;
+  s += TBLOCK();
+  other = s;
+  EXPECT_EQ("|1|0", Raw(other));
+  other.renew(0);
+  other = "";
+  EXPECT_EQ("|1|0", Raw(other));
+  s += 'a';
+  other += "bc";
+  EXPECT_STREQ("a", s.c_str());
+  EXPECT_STREQ("bc", other.c_str());
+  EXPECT_STREQ("", STR().c_str());
+  STRTOKEN empty("", ",");
+  EXPECT_EQ(nullptr, empty.next());
+}
+
+// The room asked for, or what there is; appending up to it moves nothing.
+TEST(StrTest, Renew) {
+  STR s("abc");
+  s.renew(5);
+  EXPECT_EQ("|6|0", Raw(s));
+  const char* const was = s.text;
+  for (char c = 'a'; c < 'f'; c++) s += c;
+  EXPECT_EQ("abcde|6|5", Raw(s));
+  s.renew(2);
+  EXPECT_EQ("|6|0", Raw(s));
+  EXPECT_EQ(was, s.text);
+  s += "abcde";
+  s += 'f';
+  EXPECT_STREQ("abcdef", s.c_str());
+}
+
 // Every piece of the own text, appended and put in front, with and without
 // room for it.
 TEST(StrTest, SourceInsideTheOwnText) {

@@ -42,6 +42,27 @@ TEST(TblockTest, ComparisonsAgreeWithFoldedStrings) {
     }
 }
 
+// Every byte is found in every place, and only where it agrees: long texts are
+// searched in steps.
+TEST(TblockTest, SearchForEachByteInEachPlace) {
+  for (const unsigned char filler : {' ', '\xE9'})
+    for (int wanted = 0; wanted < 256; wanted++) {
+      const char byte = static_cast<char>(wanted);
+      const unsigned char folded = TBLOCK::LowerConvTable[wanted];
+      if (folded == TBLOCK::LowerConvTable[filler]) continue;
+      const HeapText pattern(&byte, 1);
+      for (int other = 0; other < 256; other++) {
+        std::string text(35, static_cast<char>(filler));
+        const size_t at = static_cast<size_t>(other) % 35;
+        text[at] = static_cast<char>(other);
+        const bool same = TBLOCK::LowerConvTable[other] == folded;
+        ASSERT_EQ(same ? static_cast<int32_t>(at) : -1,
+                  HeapText(text).view().find(pattern.view()))
+            << wanted << " " << other;
+      }
+    }
+}
+
 // Patterns that nearly match everywhere, so that the search changes its way.
 TEST(TblockTest, SearchOfWhatNearlyMatches) {
   const char* const units[] = {"a", "aB", "aab", "Abaab"};

@@ -35,8 +35,14 @@ const TQKSECTION* AsSection(void* data) {
   return static_cast<const TQKSECTION*>(data);
 }
 
+const char* const kNames[] = {
+#include "rules/section_names.inc"
+};
+
 // The section of a name, or null.
 const TQKSECTION* FindByName(const HSTUFF& stuff, TBLOCK name) {
+  void* section = nullptr;
+  if (stuff.named.find(name, section) >= 0) return AsSection(section);
   unsigned char digest[MD5::kDigestBytes];
   if (!SectionDigest(name, digest)) return nullptr;
   void* found = nullptr;
@@ -139,6 +145,7 @@ int SectionDigest(TBLOCK name, unsigned char* digest) {
 HSTUFF::HSTUFF(BLOCK* ownedImage)
     : lineTables(0, hashExact),
       fieldNames(kFieldNameCapacity, hashAsciiLower),
+      named(0, hashExact),
       rules(nullptr),
       patternBook(nullptr),
       ownImage(ownedImage),
@@ -146,6 +153,7 @@ HSTUFF::HSTUFF(BLOCK* ownedImage)
                        : TBLOCK(ReadyKWO, getReadyKWOLen())),
       patterns(image) {
   indexSections();
+  indexNames();
   filterSections.find(*this);
   indexFieldNames();
   readVersion();
@@ -193,6 +201,14 @@ void HSTUFF::indexLines(const TQKSECTION* section, uint64_t& linesLeft,
     table->insert(key, const_cast<TQKLINE*>(line));
   }
   if (lineTables.insert(image.sectionName(section), table) < 0) delete table;
+}
+
+void HSTUFF::indexNames() {
+  for (const char* name : kNames) {
+    const TBLOCK key(name);
+    const TQKSECTION* section = FindByName(*this, key);
+    named.insert(key, const_cast<TQKSECTION*>(section));
+  }
 }
 
 void HSTUFF::indexFieldNames() {
@@ -324,6 +340,7 @@ void TQMDICO::prepareRules() {
   if (!stuff || sharedStuff || stuff->rules) return;
   stuff->rules = new (std::nothrow) RULEBOOK(*this);
   stuff->patternBook = new (std::nothrow) PATTERNBOOK(*this);
+  stuff->fieldLetters.prepare(*this);
 }
 
 const TQMRULE* TQMDICO::preparedRule(const TQKLINE* line) const {

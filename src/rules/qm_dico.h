@@ -21,6 +21,7 @@
 #include "base/str.h"
 #include "base/tblock.h"
 #include "base/vectors.h"
+#include "rules/field_letters.h"
 #include "rules/filter_sections.h"
 #include "rules/keyword_image.h"
 #include "rules/pattern_index.h"
@@ -45,10 +46,12 @@ class HSTUFF {
   HASHTAB sections;    // digest of the name -> const TQKSECTION*
   HASHTAB lineTables;  // the same -> HASHTAB* of its lines, owned
   HASHTAB fieldNames;  // rule field -> its number, as a word
+  HASHTAB named;       // names that code asks for -> their section or null
   FILTERSECTIONS filterSections;
   // Owned; null until TQMDICO::prepareRules.
   RULEBOOK* rules;
   PATTERNBOOK* patternBook;
+  FIELDLETTERS fieldLetters;  // none until TQMDICO::prepareRules
   BLOCK* ownImage;  // owned image; null for the one of the library
   KWIMAGE image;
   PATTERNINDEX patterns;  // of the image
@@ -68,6 +71,7 @@ class HSTUFF {
   void indexLines(const TQKSECTION* section, uint64_t& linesLeft,
                   uint64_t& bytesLeft);
   void indexFieldNames();
+  void indexNames();
   void readVersion();
 };
 

@@ -96,17 +96,18 @@ void AddJoined(const STR& piece, STR& out) {
 
 }  // namespace
 
-char SectionLetter(TQMDICO& dico, const char* section, TBLOCK value) {
-  TBLOCK name;
-  if (!dico.matchFirstNamedRegex(section, value, name) || name.empty())
-    return 0;
-  return static_cast<char>(name[0]);
-}
-
 SECTIONLETTERS::SECTIONLETTERS(TQMDICO& dictionary, const char* sectionName,
                                int32_t mode)
     : dico(dictionary), section(sectionName), known(0, mode), ofEmpty(-1) {
   known.maxProbes = kHostileProbes;
+}
+
+char SECTIONLETTERS::lookUp(TBLOCK value) {
+  char letter;
+  if (section == kFieldLetterSection && dico.stuff &&
+      dico.stuff->fieldLetters.find(value, letter))
+    return letter;
+  return SectionLetter(dico, section, value);
 }
 
 char SECTIONLETTERS::of(TBLOCK value) {
@@ -118,7 +119,7 @@ char SECTIONLETTERS::of(TBLOCK value) {
   void* data = nullptr;
   if (known.find(value, data) >= 0)
     return static_cast<char>(reinterpret_cast<uintptr_t>(data));
-  const char letter = SectionLetter(dico, section, value);
+  const char letter = lookUp(value);
   const uintptr_t word = static_cast<unsigned char>(letter);
   known.insert(value, reinterpret_cast<void*>(word));
   return letter;

@@ -18,8 +18,6 @@ const int32_t kMaxFieldLetters = 255;
 // Letters of values behind them, with the mark ahead.
 const int32_t kValueLetters = 7;
 
-const char kFieldSection[] = "HdrFieldNames";
-
 // Splits a line at its colon; false when it has none.
 bool SplitField(TBLOCK line, TBLOCK& name, TBLOCK& value) {
   const int32_t colon = line.findByte(':');
@@ -150,7 +148,7 @@ void SetDistance(STR& adn, int32_t position, const HEADERTIME& a,
 }  // namespace
 
 void TQMMSG::buildHeaderAdn(STR& adn) {
-  SECTIONLETTERS names(dico, kFieldSection, hashUpperLower);
+  SECTIONLETTERS names(dico, kFieldLetterSection, hashUpperLower);
   FIELDWALK walk(*this);
   const TBLOCKVECT& fields = message.fields;
   for (int32_t i = 0; i < fields.count() && i < kMaxSignedFields; i++) {
@@ -180,7 +178,7 @@ void TQMMSG::buildHeaderAdn(STR& adn) {
 // Lines are unfolded by now, so that a value on a line of its own does not
 // count.
 void TQMMSG::getTabAdn(STR& adn) {
-  SECTIONLETTERS names(dico, kFieldSection, hashUpperLower);
+  SECTIONLETTERS names(dico, kFieldLetterSection, hashUpperLower);
   const TBLOCKVECT& fields = message.fields;
   adn.renew(fields.count() < kMaxSignedFields ? fields.count()
                                               : kMaxSignedFields);

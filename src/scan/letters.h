@@ -8,11 +8,9 @@
 
 #include "base/hashtab.h"
 #include "base/tblock.h"
+#include "rules/field_letters.h"
 
 class TQMDICO;
-
-// The letter of a value; 0 when no line fits.
-char SectionLetter(TQMDICO& dico, const char* section, TBLOCK value);
 
 // The same for many values, of which each is looked up once. Views of the
 // values are kept.
@@ -24,6 +22,8 @@ class SECTIONLETTERS {
   char of(TBLOCK value);
 
  private:
+  char lookUp(TBLOCK value);
+
   TQMDICO& dico;
   const char* section;
   HASHTAB known;

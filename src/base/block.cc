@@ -50,12 +50,8 @@ BLOCK* NewBlock(uint64_t room) {
 const uint32_t BLOCK::_DEFALLOCSIZE;
 
 BLOCK::BLOCK(uint32_t initial, uint32_t growth)
-    : step(growth),
-      data(nullptr),
-      capacity(0),
-      length(0),
-      uuCursor(0),
-      uuLine() {
+    : step(growth), data(nullptr), capacity(0), length(0), uuCursor(0) {
+  uuLine[0] = 0;
   if (initial) addSpace(initial);
 }
 
@@ -111,7 +107,8 @@ int BLOCK::add(uint32_t position, const void* bytes, uint32_t n) {
   }
   const int ok = n <= capacity - length || grow(n - (capacity - length));
   if (ok) {
-    memmove(data + position + n, data + position, length - position);
+    if (position < length)
+      memmove(data + position + n, data + position, length - position);
     memcpy(data + position, source, n);
     length += n;
   }

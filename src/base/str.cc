@@ -160,7 +160,8 @@ void STR::insert(const char* p, int32_t n, int32_t at) {
   const uintptr_t own = reinterpret_cast<uintptr_t>(text);
   const bool fits = text && sum < capacity;
   if (fits && (place < own || place > own + static_cast<uint32_t>(old))) {
-    memmove(text + at + n, text + at, static_cast<size_t>(old - at));
+    if (at < old)
+      memmove(text + at + n, text + at, static_cast<size_t>(old - at));
     memcpy(text + at, p, static_cast<size_t>(n));
   } else {
     int64_t wanted = capacity;

@@ -26,26 +26,40 @@ bool SameBytes(const unsigned char* a, const unsigned char* b, uint32_t n,
 const uint32_t kMaxCompared = 16;
 
 #ifdef __SSE2__
-// Moves p on to a byte that LowerConvTable maps to `byte`, or close to `last`,
-// sixteen bytes at a time. Of ASCII two characters at most are mapped to one;
-// of the upper half the table is asked.
-bool SkipOthers(const unsigned char*& p, const unsigned char* last,
-                unsigned char byte) {
-  const unsigned char* const table = TBLOCK::LowerConvTable;
-  const unsigned char other = byte >= 'a' && byte <= 'z' ? byte - 0x20
-                              : byte == 'I'              ? '|'
-                                                         : byte;
-  const __m128i same = _mm_set1_epi8(static_cast<char>(byte));
-  const __m128i capital = _mm_set1_epi8(static_cast<char>(other));
-  for (; last - p >= 15; p += 16) {
+// The bytes that LowerConvTable maps to one byte: of ASCII two at most; of the
+// upper half the table is to be asked.
+struct FOLDEDBYTE {
+  __m128i small, other;
+
+  explicit FOLDEDBYTE(unsigned char byte)
+      : small(_mm_set1_epi8(static_cast<char>(byte))),
+        other(_mm_set1_epi8(static_cast<char>(byte >= 'a' && byte <= 'z'
+                                                  ? byte - 0x20
+                                              : byte == 'I' ? '|'
+                                                            : byte))) {}
+  // The top bit of each of the sixteen tells whether it may be one of them.
+  __m128i in(const unsigned char* p) const {
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-    const __m128i found =
-        _mm_or_si128(bytes, _mm_or_si128(_mm_cmpeq_epi8(bytes, same),
-                                         _mm_cmpeq_epi8(bytes, capital)));
+    return _mm_or_si128(bytes, _mm_or_si128(_mm_cmpeq_epi8(bytes, small),
+                                            _mm_cmpeq_epi8(bytes, other)));
+  }
+};
+
+// Moves p on to where the text, folded, may begin, or close to `last`, sixteen
+// bytes at a time: true where its first two bytes do.
+// REQUIRES: behind `last` there is room for the text.
+bool SkipOthers(const unsigned char*& p, const unsigned char* last,
+                const unsigned char* folded, uint32_t n) {
+  const unsigned char* const table = TBLOCK::LowerConvTable;
+  const uint32_t second = n > 1;
+  const FOLDEDBYTE a(folded[0]), b(folded[second]);
+  for (; last - p >= 15; p += 16) {
+    const __m128i found = _mm_and_si128(a.in(p), b.in(p + second));
     for (uint32_t left = static_cast<uint32_t>(_mm_movemask_epi8(found)); left;
          left &= left - 1) {
       const unsigned char* const at = p + __builtin_ctz(left);
-      if (table[*at] != byte) continue;
+      if (table[*at] != folded[0] || table[at[second]] != folded[second])
+        continue;
       p = at;
       return true;
     }
@@ -54,16 +68,21 @@ bool SkipOthers(const unsigned char*& p, const unsigned char* last,
 }
 #endif
 
-// The first byte from p to last, both included, that the table maps to `byte`.
+// The first place from p to last, both included, at which the text may begin.
+// REQUIRES: behind `last` there is room for the text.
 const unsigned char* FindFirst(const unsigned char* p,
-                               const unsigned char* last, unsigned char byte,
+                               const unsigned char* last, TBLOCK text,
                                const unsigned char* table) {
+  const unsigned char byte = table[text[0]];
   if (p > last) return nullptr;
   if (table == TBLOCK::NoConvTable)
     return static_cast<const unsigned char*>(
         memchr(p, byte, static_cast<size_t>(last - p) + 1));
 #ifdef __SSE2__
-  if (table == TBLOCK::LowerConvTable && SkipOthers(p, last, byte)) return p;
+  const unsigned char folded[] = {byte, table[text[text.length > 1]]};
+  if (table == TBLOCK::LowerConvTable &&
+      SkipOthers(p, last, folded, text.length))
+    return p;
 #endif
   while (p <= last && table[*p] != byte) p++;
   return p <= last ? p : nullptr;
@@ -127,11 +146,10 @@ int32_t TBLOCK::find(TBLOCK text, uint32_t start,
   if (start > size) return -1;
   if (text.empty()) return static_cast<int32_t>(start);
   if (text.length > size - start) return -1;
-  const unsigned char first = table[text[0]];
   const unsigned char* const last = pointer + size - text.length;
   uint64_t compared = 0;
   const unsigned char* p = pointer + start;
-  for (; (p = FindFirst(p, last, first, table)) != nullptr; p++) {
+  for (; (p = FindFirst(p, last, text, table)) != nullptr; p++) {
     const uint32_t at = static_cast<uint32_t>(p - pointer);
     const uint32_t same = SameBytesAtStart(p, text.pointer, text.length, table);
     if (same == text.length) return static_cast<int32_t>(at);
@@ -153,5 +171,16 @@ int32_t TBLOCK::findLastByte(unsigned char byte) const {
 
 void TBLOCK::convert(const unsigned char* table) {
   if (!pointer) return;
-  for (uint32_t i = 0; i < length; i++) pointer[i] = table[pointer[i]];
+  uint32_t i = 0;
+#ifdef __SSE2__
+  // Of this one nothing is changed from the blank to 7F, which most texts are.
+  if (table == AlphaConvTable)
+    for (; length - i >= 16; i += 16) {
+      const __m128i bytes =
+          _mm_loadu_si128(reinterpret_cast<const __m128i*>(pointer + i));
+      if (_mm_movemask_epi8(_mm_cmplt_epi8(bytes, _mm_set1_epi8(' '))))
+        for (uint32_t k = i; k < i + 16; k++) pointer[k] = table[pointer[k]];
+    }
+#endif
+  for (; i < length; i++) pointer[i] = table[pointer[i]];
 }

@@ -76,7 +76,7 @@ bool EndsInCount(TBLOCK text, unsigned char mark, uint32_t at) {
 // words with accents, which the triples do not cover.
 bool IsKnownShape(TBLOCK text) {
   uint32_t backslashes = 0;
-  bool dot = false, colon = false, arobas = false;
+  bool dot = false, colon = false, arobas = false, m = false;
   for (uint32_t i = 0; i < text.length; i++) {
     const unsigned char c = text[i];
     if (c == '/' || TBLOCK::Is(c, bitAccent)) return true;
@@ -87,10 +87,22 @@ bool IsKnownShape(TBLOCK text) {
     dot |= c == '.';
     colon |= c == ':';
     arobas |= c == '@';
+    m |= TBLOCK::LowerConvTable[c] == 'm';
   }
   if (dot && (arobas || text.find("www.") >= 0)) return true;
   if (colon && text.find("mailto:") >= 0) return true;
-  return text.begins("--") || text.find("smtp") >= 0;
+  return text.begins("--") || (m && text.find("smtp") >= 0);
+}
+
+// Marks that two generators left in all that they made. Few words hold the
+// rare characters in them.
+bool HasGeneratorMark(TBLOCK text) {
+  bool rare = false;
+  for (uint32_t i = 0; i < text.length; i++) {
+    const unsigned char c = TBLOCK::LowerConvTable[text[i]];
+    rare |= c == 'z' || c == '^';
+  }
+  return rare && (text.find("RzneX") >= 0 || text.find("JK9^") >= 0);
 }
 
 // "invoice.pdf": nothing but 3 or 4 letters behind the first dot.
@@ -208,8 +220,7 @@ bool IsRandomString(TBLOCK text) {
     EdgeCount(text, digits, caseEdges, digitEdges);
     if (digitEdges > 2) return true;
   }
-  // Marks that two generators left in all that they made.
-  return text.find("RzneX") >= 0 || text.find("JK9^") >= 0;
+  return HasGeneratorMark(text);
 }
 
 int32_t RandomStringCount(TBLOCK text, int32_t& length) {

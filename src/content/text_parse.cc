@@ -33,6 +33,7 @@ struct TEXTCOPIER {
   bool takeAddress();
   TBLOCK tagRoom();
   bool takeTag();
+  void takePlain();
   void takeByte();
 };
 
@@ -102,6 +103,22 @@ bool TEXTCOPIER::takeTag() {
   return true;
 }
 
+// Whether nothing but copying is to be done for a byte.
+bool IsPlain(unsigned char byte) {
+  return byte != '<' && byte != '>' && byte != '|' && byte != 0xA0 &&
+         byte != '\r' && byte != '\n';
+}
+
+// The bytes up to the next that is more than a byte of text.
+void TEXTCOPIER::takePlain() {
+  uint32_t n = 0;
+  while (n < rest.length && IsPlain(rest[n])) n++;
+  if (n == 0) return;
+  write(rest.head(n));
+  rest.skip(n);
+  lineStart = false;
+}
+
 void TEXTCOPIER::takeByte() {
   const unsigned char byte = rest[0];
   const bool quoteMark = byte == '|' || byte == '>';
@@ -147,6 +164,7 @@ uint32_t QmTextParse(TBLOCK src, TBLOCK dest, TTEXTCONTEXT& context,
     if (!bracket ||
         !(copier.takeMark() || copier.takeAddress() || copier.takeTag()))
       copier.takeByte();
+    copier.takePlain();
   }
   context.length = static_cast<uint32_t>(copier.out - dest.pointer);
   while (true) {

@@ -40,9 +40,37 @@ uint32_t PostscriptLength(TBLOCK line) {
   return at < 0 ? 0 : static_cast<uint32_t>(at) + n;
 }
 
+// Whether an offer may begin with these two bytes, folded.
+bool MayOffer(unsigned char first, unsigned char second) {
+  switch (first) {
+    case 'u':
+      return second == 'n';
+    case 'r':
+    case 'd':
+      return second == 'e';
+    case 'o':
+      return second == 'p';
+    case 'n':
+      return second == 'o';
+    default:
+      return false;
+  }
+}
+
+bool HoldsOffer(TBLOCK line) {
+  unsigned char second = line.empty() ? 0 : TBLOCK::LowerConvTable[line[0]];
+  for (uint32_t i = 0; i + 1 < line.length; i++) {
+    const unsigned char first = second;
+    second = TBLOCK::LowerConvTable[line[i + 1]];
+    if (!MayOffer(first, second)) continue;
+    for (const char* offer : kOffers)
+      if (line.from(i).begins(offer)) return true;
+  }
+  return false;
+}
+
 bool Offers(TBLOCK line) {
-  return HoldsAny(line, kOffers, sizeof kOffers / sizeof *kOffers) ||
-         PostscriptLength(line) > 0;
+  return HoldsOffer(line) || PostscriptLength(line) > 0;
 }
 
 bool HoldsAddress(TBLOCK line) {

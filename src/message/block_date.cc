@@ -174,6 +174,7 @@ int32_t Clamp(int64_t time) {
 
 // 0 when the word is none of the names.
 int32_t FindName(TBLOCK word, const TName* names, size_t count) {
+  if (word.empty() || IsDigit(word[0])) return 0;
   for (size_t i = 0; i < count; i++)
     if (word.equals(names[i].name)) return names[i].number;
   return 0;
@@ -182,6 +183,7 @@ int32_t FindName(TBLOCK word, const TName* names, size_t count) {
 // The zone whose name, of one word or of two with one blank between them,
 // `text` begins with; null without one.
 const TZoneName* FindZone(TBLOCK text) {
+  if (text.empty() || IsDigit(text[0])) return nullptr;
   for (const TZoneName& zone : _TIMEZONES) {
     if (!text.begins(zone.name)) continue;
     const TBLOCK name(zone.name);

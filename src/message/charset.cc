@@ -225,8 +225,21 @@ uint32_t GetUtf8SeqLen(TBLOCK text) {
   return n;
 }
 
+uint32_t AsciiLength(TBLOCK text) {
+  const uint64_t kTopBits = 0x8080808080808080u;
+  const uint32_t size = text.empty() ? 0 : text.length;
+  uint32_t n = 0;
+  for (uint64_t bytes; size - n >= sizeof bytes; n += sizeof bytes) {
+    memcpy(&bytes, text.pointer + n, sizeof bytes);
+    if (bytes & kTopBits) break;
+  }
+  while (n < size && text[n] < 0x80) n++;
+  return n;
+}
+
 bool BlockContainsUtf8(TBLOCK text) {
-  for (; !text.empty(); text.skip(1))
+  for (text.skip(AsciiLength(text)); !text.empty();
+       text.skip(1), text.skip(AsciiLength(text)))
     if (text[0] >= 0xC0 && GetUtf8SeqLen(text) > 1) return true;
   return false;
 }
@@ -244,13 +257,16 @@ uint32_t Utf8ToUc(TBLOCK text, uint32_t& codePoint) {
 
 void TCharset::zoneUpdate(TBLOCK text) {
   if (text.empty()) return;
+  uint32_t counts[czCount] = {0};
   for (uint32_t i = 0; i < text.length; i++) {
     const unsigned char zone = Cp1252Zones[text[i]];
-    zoneCounts[zone]++;
+    counts[zone]++;
     if (zone < czCyrillic) continue;
     text.pointer[i] = CHUNK_CHAR;
     markCount++;
   }
+  for (uint32_t zone = 0; zone < czCount; zone++)
+    zoneCounts[zone] += counts[zone];
 }
 
 void TCharset::addZoneCounts(const TCharset& other) {

@@ -128,6 +128,8 @@ void BlockWcpToUtf8(TBLOCK text, uint32_t index, STR& out);
 uint32_t GetUtf8SeqLen(TBLOCK text);
 // Whether the text holds a sequence of two or more bytes.
 bool BlockContainsUtf8(TBLOCK text);
+// Bytes at the start that are ASCII.
+uint32_t AsciiLength(TBLOCK text);
 // The first character: the bytes it takes, 1 to 6, and its code point; 0 at
 // the end of the text.
 uint32_t Utf8ToUc(TBLOCK text, uint32_t& codePoint);

@@ -53,25 +53,29 @@ bool TCharset::blockToCp1252(TBLOCK src, TBLOCK& dest) {
   }
 }
 
-// ---- One byte a character
+// ---- One byte a character. ASCII is itself in all of these sets and in code
+// page 1252.
 
 void TCharset::wcpToCp1252(TBLOCK src, TBLOCK& dest) {
   CopyText(src, dest);
   if (index == 0) return;
-  for (uint32_t i = 0; i < dest.length; i++)
+  for (uint32_t i = AsciiLength(dest); i < dest.length;
+       i++, i += AsciiLength(dest.from(i)))
     dest.pointer[i] = ucToCp1252(WcpToUc(dest[i], index));
 }
 
 void TCharset::isoToCp1252(TBLOCK src, TBLOCK& dest) {
   CopyText(src, dest);
   if (index == 1) return;
-  for (uint32_t i = 0; i < dest.length; i++)
+  for (uint32_t i = AsciiLength(dest); i < dest.length;
+       i++, i += AsciiLength(dest.from(i)))
     dest.pointer[i] = ucToCp1252(IsoToUc(dest[i], index));
 }
 
 void TCharset::altToCp1252(TBLOCK src, TBLOCK& dest) {
   CopyText(src, dest);
-  for (uint32_t i = 0; i < dest.length; i++)
+  for (uint32_t i = AsciiLength(dest); i < dest.length;
+       i++, i += AsciiLength(dest.from(i)))
     dest.pointer[i] = ucToCp1252(AltToUc(dest[i], index));
 }
 
@@ -93,7 +97,13 @@ void TCharset::blockUtf8ToCp1252(TBLOCK src, TBLOCK& dest) {
   }
   unsigned char* out = dest.pointer;
   uint32_t codePoint = 0;
-  while (const uint32_t n = Utf8ToUc(src, codePoint)) {
+  for (;;) {
+    const uint32_t plain = AsciiLength(src);
+    if (plain) memmove(out, src.pointer, plain);
+    out += plain;
+    src.skip(plain);
+    const uint32_t n = Utf8ToUc(src, codePoint);
+    if (n == 0) break;
     *out++ = n == 1 ? src[0] : ucToCp1252(codePoint);
     src.skip(n);
   }

@@ -93,11 +93,28 @@ uint32_t FindParenthesis(TBLOCK text) {
   return i;
 }
 
+// A set of ASCII characters.
+struct ASCIISET {
+  uint32_t bits[8];
+
+  explicit constexpr ASCIISET(const char* characters) : bits() {
+    for (; *characters; characters++)
+      bits[*characters >> 5] |= 1u << (*characters & 31);
+  }
+  bool has(unsigned char byte) const {
+    return bits[byte >> 5] >> (byte & 31) & 1;
+  }
+};
+
+constexpr ASCIISET kTemplateWordEnds(" ;=[(");
+constexpr ASCIISET kAtomEnds(" @<>[,;.\t");
+constexpr ASCIISET kTokenEnds(" \t\r\n");
+
 // Length of what begins at the first byte, which `set` does not look at, and
 // ends ahead of a byte of the set, or with the text.
-uint32_t FindAny(TBLOCK text, const char* set) {
+uint32_t FindAny(TBLOCK text, const ASCIISET& set) {
   uint32_t i = 1;
-  while (i < text.length && (text[i] == 0 || !strchr(set, text[i]))) i++;
+  while (i < text.length && !set.has(text[i])) i++;
   return i;
 }
 
@@ -225,7 +242,7 @@ void RECEIVEDWARE::addTemplate(TBLOCK text, STR& adn, int32_t depth) {
       const unsigned char close = c == '[' ? ']' : c == '<' ? '>' : '"';
       addBrackets(text, FindClose(text, close), close, adn, depth);
     } else {
-      const uint32_t n = FindAny(text, " ;=[(");
+      const uint32_t n = FindAny(text, kTemplateWordEnds);
       _AddToReceivedAdn(adn, ClassOfWord(text.head(n)));
       text.skip(n);
     }
@@ -344,7 +361,7 @@ TBLOCK BLOCKRECEIVED::nextAtom(TBLOCK& rest) {
       n = FindParenthesis(rest) + 1;
       break;
     default:
-      n = FindAny(rest, " @<>[,;.\t");
+      n = FindAny(rest, kAtomEnds);
   }
   const TBLOCK atom = rest.head(n);
   rest.skip(n);
@@ -375,7 +392,7 @@ void BLOCKRECEIVED::setBlockValue(int32_t field, TBLOCK value) {
 void BLOCKRECEIVED::parseFromIp() {
   TBLOCK rest = from;
   for (rest.trimLeft(); !rest.empty(); rest.trimLeft()) {
-    TBLOCK token = rest.head(FindAny(rest, " \t\r\n"));
+    TBLOCK token = rest.head(FindAny(rest, kTokenEnds));
     rest.skip(token.length);
     while (!token.empty() && (token[0] == '(' || token[0] == '['))
       token.skip(1);

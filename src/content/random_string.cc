@@ -72,11 +72,20 @@ bool EndsInCount(TBLOCK text, unsigned char mark, uint32_t at) {
   return text.ends(TBLOCK(sign), TBLOCK::UpperToLower);
 }
 
+// Characters that a word holds, without which it need not be searched for what
+// has them in it.
+struct WORDSIGNS {
+  bool dot, colon, arobas;
+  bool m;     // in any case, with or without an accent
+  bool rare;  // a "z" likewise, or "^"
+};
+
 // Words that look random to the tests but are paths, addresses, rulers or
-// words with accents, which the triples do not cover.
-bool IsKnownShape(TBLOCK text) {
+// words with accents, which the triples do not cover. The signs are all told
+// when it is none of these.
+bool IsKnownShape(TBLOCK text, WORDSIGNS& signs) {
   uint32_t backslashes = 0;
-  bool dot = false, colon = false, arobas = false, m = false;
+  signs = WORDSIGNS();
   for (uint32_t i = 0; i < text.length; i++) {
     const unsigned char c = text[i];
     if (c == '/' || TBLOCK::Is(c, bitAccent)) return true;
@@ -84,25 +93,16 @@ bool IsKnownShape(TBLOCK text) {
       if (i > 0 && text[i - 1] == '\\') return true;
       if (++backslashes > 3) return true;
     }
-    dot |= c == '.';
-    colon |= c == ':';
-    arobas |= c == '@';
-    m |= TBLOCK::LowerConvTable[c] == 'm';
+    const unsigned char folded = TBLOCK::LowerConvTable[c];
+    signs.dot |= c == '.';
+    signs.colon |= c == ':';
+    signs.arobas |= c == '@';
+    signs.m |= folded == 'm';
+    signs.rare |= folded == 'z' || folded == '^';
   }
-  if (dot && (arobas || text.find("www.") >= 0)) return true;
-  if (colon && text.find("mailto:") >= 0) return true;
-  return text.begins("--") || (m && text.find("smtp") >= 0);
-}
-
-// Marks that two generators left in all that they made. Few words hold the
-// rare characters in them.
-bool HasGeneratorMark(TBLOCK text) {
-  bool rare = false;
-  for (uint32_t i = 0; i < text.length; i++) {
-    const unsigned char c = TBLOCK::LowerConvTable[text[i]];
-    rare |= c == 'z' || c == '^';
-  }
-  return rare && (text.find("RzneX") >= 0 || text.find("JK9^") >= 0);
+  if (signs.dot && (signs.arobas || text.find("www.") >= 0)) return true;
+  if (signs.colon && text.find("mailto:") >= 0) return true;
+  return text.begins("--") || (signs.m && text.find("smtp") >= 0);
 }
 
 // "invoice.pdf": nothing but 3 or 4 letters behind the first dot.
@@ -210,9 +210,11 @@ bool IsSpamSign(TBLOCK text) {
 }
 
 bool IsRandomString(TBLOCK text) {
-  if (text.empty() || text.length < 4 || IsKnownShape(text)) return false;
+  WORDSIGNS signs;
+  if (text.empty() || text.length < 4 || IsKnownShape(text, signs))
+    return false;
   text.trim(bitQuote | bitWordSep);
-  if (IsFileName(text)) return false;
+  if (signs.dot && IsFileName(text)) return false;
   if (BadSeqCount(text) >= 3 || IsSpamSign(text)) return true;
   if (text.length > 15 && text.allIn(bitDigit)) return true;
   if (text.length > 9) {
@@ -220,7 +222,8 @@ bool IsRandomString(TBLOCK text) {
     EdgeCount(text, digits, caseEdges, digitEdges);
     if (digitEdges > 2) return true;
   }
-  return HasGeneratorMark(text);
+  // Marks that two generators left in all that they made.
+  return signs.rare && (text.find("RzneX") >= 0 || text.find("JK9^") >= 0);
 }
 
 int32_t RandomStringCount(TBLOCK text, int32_t& length) {

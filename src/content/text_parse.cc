@@ -103,16 +103,20 @@ bool TEXTCOPIER::takeTag() {
   return true;
 }
 
-// Whether nothing but copying is to be done for a byte.
-bool IsPlain(unsigned char byte) {
-  return byte != '<' && byte != '>' && byte != '|' && byte != 0xA0 &&
-         byte != '\r' && byte != '\n';
-}
+// The bytes for which there is more to do than copying.
+struct MARKEDBYTES {
+  bool is[256];
 
-// The bytes up to the next that is more than a byte of text.
+  constexpr MARKEDBYTES() : is() {
+    is['<'] = is['>'] = is['|'] = is['\r'] = is['\n'] = is[0xA0] = true;
+  }
+};
+constexpr MARKEDBYTES kMarked;
+
+// The bytes up to the next that is marked.
 void TEXTCOPIER::takePlain() {
   uint32_t n = 0;
-  while (n < rest.length && IsPlain(rest[n])) n++;
+  while (n < rest.length && !kMarked.is[rest[n]]) n++;
   if (n == 0) return;
   write(rest.head(n));
   rest.skip(n);

@@ -4,6 +4,10 @@
 
 #include "message/charset.h"
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include "data/charset_tables.h"
 
 // Two parallel tables. koi8-r is read as koi8-u, see AltToUcTable.
@@ -255,10 +259,58 @@ uint32_t Utf8ToUc(TBLOCK text, uint32_t& codePoint) {
 
 // ---- Zones
 
+#ifdef __SSE2__
+namespace {
+
+// FF for each of sixteen bytes that lies in a range.
+__m128i InRange(__m128i bytes, char first, char last) {
+  const __m128i place = _mm_sub_epi8(bytes, _mm_set1_epi8(first));
+  const __m128i most = _mm_set1_epi8(static_cast<char>(last - first));
+  return _mm_cmpeq_epi8(_mm_min_epu8(place, most), place);
+}
+
+uint32_t SumOf(__m128i bytes) {
+  const __m128i halves = _mm_sad_epu8(bytes, _mm_setzero_si128());
+  return static_cast<uint32_t>(_mm_cvtsi128_si32(halves) +
+                               _mm_extract_epi16(halves, 4));
+}
+
+// Counts text in ASCII from p on, sixteen bytes at a time, as far as a byte
+// can count; how many bytes these are.
+uint32_t CountAscii(const unsigned char* p, uint32_t size, uint32_t* counts) {
+  __m128i letters = _mm_setzero_si128();
+  __m128i digits = letters, controls = letters;
+  uint32_t n = 0;
+  for (; size - n >= 16 && n < 16 * UINT8_MAX; n += 16) {
+    const __m128i bytes =
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + n));
+    if (_mm_movemask_epi8(bytes)) break;
+    const __m128i small = _mm_or_si128(bytes, _mm_set1_epi8(0x20));
+    letters = _mm_sub_epi8(letters, InRange(small, 'a', 'z'));
+    digits = _mm_sub_epi8(digits, InRange(bytes, '0', '9'));
+    controls = _mm_sub_epi8(controls, InRange(bytes, 0, 0x1F));
+    controls = _mm_sub_epi8(controls, InRange(bytes, 0x7F, 0x7F));
+  }
+  if (n == 0) return 0;
+  const uint32_t sums[] = {SumOf(letters), SumOf(digits), SumOf(controls)};
+  counts[czLetter] += sums[0];
+  counts[czDigit] += sums[1];
+  counts[czControl] += sums[2];
+  counts[czSign] += n - sums[0] - sums[1] - sums[2];
+  return n;
+}
+
+}  // namespace
+#endif
+
 void TCharset::zoneUpdate(TBLOCK text) {
   if (text.empty()) return;
   uint32_t counts[czCount] = {0};
   for (uint32_t i = 0; i < text.length; i++) {
+#ifdef __SSE2__
+    i += CountAscii(text.pointer + i, text.length - i, counts);
+    if (i == text.length) break;
+#endif
     const unsigned char zone = Cp1252Zones[text[i]];
     counts[zone]++;
     if (zone < czCyrillic) continue;

@@ -243,6 +243,10 @@ void TQMDICO::sectionToBlockList(const char* section, TBLOCKVECT& list) const {
 // Each line works on what the lines before it made, also on their macros.
 void TQMDICO::replaceRegexMacro(const char* section, TBLOCK text, STR& out,
                                 const char* open, const char* close) {
+  if (text.empty()) {
+    out = "";
+    return;
+  }
   BLOCK done(text.length, BLOCK::_DEFALLOCSIZE);
   BLOCK next(text.length, BLOCK::_DEFALLOCSIZE);
   done.add(text);

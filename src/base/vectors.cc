@@ -108,6 +108,7 @@ void STRVECT::clear() {
 // ---- TBLOCKVECT
 
 const uint32_t TBLOCKVECT::kStep;
+const uint32_t TBLOCKVECT::kSmallStep;
 const int32_t TBLOCKVECT::kHashFrom;
 
 TBLOCKVECT::TBLOCKVECT() : TBLOCKVECT(int32_t{kStep / sizeof(TBLOCK)}) {}

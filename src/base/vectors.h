@@ -43,6 +43,8 @@ class STRVECT : public BLOCK {
 class TBLOCKVECT : public BLOCK {
  public:
   static const uint32_t kStep = 128000;  // bytes, growth and default capacity
+  // A growth for lists that mostly hold few members.
+  static const uint32_t kSmallStep = 512;
   // Members from which on addUnique keeps hashes instead of walking.
   static const int32_t kHashFrom = 64;
 

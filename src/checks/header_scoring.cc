@@ -109,6 +109,7 @@ bool StandsIn(TBLOCK text, TBLOCK body) {
 
 bool AnyWordStandsIn(TBLOCK name, TBLOCK body) {
   TBLOCKVECT words(0);
+  words.step = TBLOCKVECT::kSmallStep;
   TBLOCK::GetBlockWordList(name.head(kMaxSoughtBytes), words, bitWordSep);
   for (int32_t i = 0; i < words.count(); i++)
     if (words.get(i).length >= kMinNameWord && StandsIn(words.get(i), body))

@@ -49,7 +49,7 @@ bool TakeCapitals(TBLOCK word, STR& capitals) {
   while (!word.empty() && !TBLOCK::Is(word[word.length - 1], bitUpper))
     word.length--;
   if (word.length > kMaxCapitals) return false;
-  capitals = "";
+  capitals.renew(static_cast<int32_t>(word.length));
   int32_t small = 0;
   for (uint32_t i = 0; i < word.length; i++) {
     if (TBLOCK::Is(word[i], bitUpper)) capitals += static_cast<char>(word[i]);
@@ -69,6 +69,7 @@ void CutLine(TBLOCK line, TBLOCK& chars, TBLOCK& word) {
 int32_t TQMMSG::CheckSad(TQMDICO* dico, const TBLOCKVECT& words,
                          int32_t limit) {
   TBLOCKVECT lines(0), sought(0);
+  lines.step = sought.step = TBLOCKVECT::kSmallStep;
   dico->sectionToBlockList("SadWords", lines);
   const int32_t count = words.count() < kMaxPieces ? words.count() : kMaxPieces;
   int32_t found = 0;

@@ -57,6 +57,7 @@ void ScoreBlackHosts(TQMMSG& m) {
   const HASHTAB* const table = m.dico.hashedSection("BlackHost");
   if (!section || !table) return;
   TBLOCKVECT hosts(0);
+  hosts.step = TBLOCKVECT::kSmallStep;
   for (int32_t i = 0; i < m.links->count(); i++)
     if (m.links->get(i)->url.proto & kHostProtos)
       hosts.addUnique(m.links->get(i)->url.host, 0, 0);
@@ -205,6 +206,7 @@ void TQMMSG::checkPhone() {
 // The first text that the section knows is enough.
 void TQMMSG::checkUnsub() {
   TBLOCKVECT texts(0);
+  texts.step = TBLOCKVECT::kSmallStep;
   texts.loadFromStrings(unsubLines);
   const TQKLINE* line = nullptr;
   if (dico.findFirstHashed("Unsub", texts, line))

@@ -96,6 +96,7 @@ void ScoreHrefWords(TQMMSG& m) {
   const TQKSECTION* const section = m.dico.findSection("HrefWords");
   if (!section) return;
   TBLOCKVECT words(0);
+  words.step = TBLOCKVECT::kSmallStep;
   for (int32_t i = 0; i < m.links->count(); i++) {
     const TBLOCKURL& url = m.links->get(i)->url;
     if (url.proto & kHttpProtos) BlockToWords(url.url, words, 0);

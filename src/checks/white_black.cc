@@ -61,6 +61,7 @@ URLVERDICT JudgeUrl(const UrlBlacklist& lists, const TBLOCKURL& url,
 URLVERDICT JudgeLinks(const UrlBlacklist& lists, const TLINKVECT& links,
                       bool withBracken) {
   TBLOCKVECT urls(0);
+  urls.step = TBLOCKVECT::kSmallStep;
   links.unfoldUrlsAsRepeatedBlocks(urls);
   for (int32_t i = urls.count() - 1; i >= 0; i--) {
     TBLOCKURL url;

@@ -12,7 +12,7 @@
 
 namespace {
 
-const uint32_t kRecordStep = 16384;  // bytes
+const uint32_t kRecordStep = 2048;  // bytes
 // Texts of one link: room to begin with, and bytes to grow by. Thousands of
 // links are met once or twice.
 const int32_t kFirstTexts = 64;

@@ -52,7 +52,7 @@ class HSTUFF {
   RULEBOOK* rules;
   PATTERNBOOK* patternBook;
   FIELDLETTERS fieldLetters;  // none until TQMDICO::prepareRules
-  BLOCK* ownImage;  // owned image; null for the one of the library
+  BLOCK* ownImage;            // owned image; null for the one of the library
   KWIMAGE image;
   PATTERNINDEX patterns;  // of the image
   // The dictionary's version; empty when it names none. Its length is counted

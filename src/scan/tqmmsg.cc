@@ -20,8 +20,6 @@ const char kBuiltInVersion[] = "01.333.21";
 // Growth step of the blocks for decoded texts.
 const uint32_t kDecodedStep = 512;
 const uint32_t kTakenDotsStep = 1024;
-// Of lists of views, most of which hold few or none; and of body words.
-const uint32_t kViewStep = 512;
 const uint32_t kWordStep = 4096;
 
 const char kProxyModeParam[] = "mode=proxy";
@@ -127,7 +125,7 @@ TQMMSG::TQMMSG(REGEXPOOL* poolToUse, HSTUFF* stuff,
   TBLOCKVECT* const lists[] = {
       &paramLines,   &receivedFields, &addressWords, &bodyLines, &bodyWords,
       &subjectWords, &aliasWords,     &emails,       &profiles,  &noElements};
-  for (TBLOCKVECT* list : lists) list->step = kViewStep;
+  for (TBLOCKVECT* list : lists) list->step = TBLOCKVECT::kSmallStep;
   bodyWords.step = kWordStep;
   domains.setRecSize(kDigestBytes);
   hiddenIds.maxProbes = kHostileProbes;

@@ -22,7 +22,7 @@
 /* Pointers of 8 bytes make records larger. */
 #define WIDE (sizeof(void*) == 8)
 #define CONTEXT_CEILING (WIDE ? 24000000L : 16000000L)
-#define SCAN_CEILING (WIDE ? 40000000L : 24000000L)
+#define SCAN_CEILING (WIDE ? 32000000L : 20000000L)
 
 void* __libc_malloc(size_t n);
 void* __libc_calloc(size_t n, size_t size);

@@ -108,7 +108,8 @@ struct MARKEDBYTES {
   bool is[256];
 
   constexpr MARKEDBYTES() : is() {
-    is['<'] = is['>'] = is['|'] = is['\r'] = is['\n'] = is[0xA0] = true;
+    for (const char* p = "<>|\r\n\xA0"; *p; p++)
+      is[static_cast<unsigned char>(*p)] = true;
   }
 };
 constexpr MARKEDBYTES kMarked;

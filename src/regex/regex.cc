@@ -225,6 +225,14 @@ bool RULEPATTERN::match(TBLOCK subject) const {
   return !MatchesCompiled(mustNot, subject);
 }
 
+void RULEPATTERN::edgeBytes(bool last, uint32_t* bits) const {
+  const uint32_t kWords = 8;
+  for (uint32_t i = 0; i < kWords; i++) bits[i] = 0;
+  const bool wants = form == rfPlain || form == rfBut;
+  if (wants && must && zr_regedge(must, last, bits)) return;
+  for (uint32_t i = 0; i < kWords; i++) bits[i] = 0xFFFFFFFF;
+}
+
 bool BlockMatchRegex(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool,
                      REGEX* compiled) {
   RULEPATTERN rule;

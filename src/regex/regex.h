@@ -99,6 +99,10 @@ class RULEPATTERN {
   bool matchesAtOnce(TBLOCK subject) const {
     return form == (subject.empty() ? rfNoText : rfAnyText);
   }
+  // Stores the bytes that a subject which matches and is not empty may begin
+  // with, or with `last` end with: byte c is bit c % 32 of bits[c / 32], of 8
+  // words.
+  void edgeBytes(bool last, uint32_t* bits) const;
   // Whether all of the pattern is the wanted half.
   bool isPlain() const {
     return form == rfPlain || form == rfAnyText || form == rfNoText;

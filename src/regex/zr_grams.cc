@@ -102,8 +102,8 @@ static void EnterGram(uint32_t gram, zr_window* window) {
   const uint32_t hash = zr_gram_hash(gram);
   const uint32_t bit = hash >> window->gramShift;
   window->grams[bit >> 5] |= 1u << (bit & 31);
-  uint32_t* slots = window->grams + (1u << (32 - window->gramShift)) / 32;
-  const uint32_t last = (1u << (32 - window->slotShift)) - 1;
+  uint32_t* slots = zr_gram_slots(*window);
+  const uint32_t last = zr_gram_slot_count(*window) - 1;
   uint32_t i = hash >> window->slotShift;
   while (slots[i] && slots[i] != gram) i = (i + 1) & last;
   slots[i] = gram;

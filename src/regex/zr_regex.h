@@ -194,4 +194,9 @@ int zr_regexec_len(const zr_regex* preg, const char* subject, uint32_t nmatch,
 int zr_regexec(const zr_regex* preg, const char* subject, uint32_t nmatch,
                zr_pair* pmatch, int eflags);
 
+// Adds the bytes that subjects with a match begin with, or with `last` end
+// with, to 256 bits: byte c is bit c % 32 of bits[c / 32]. False, with the bits
+// as they were, when nothing is known. An empty subject may match in any case.
+bool zr_regedge(const zr_regex* preg, bool last, uint32_t* bits);
+
 #endif  // REGEX_ZR_REGEX_H_

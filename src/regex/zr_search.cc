@@ -471,6 +471,41 @@ int zr_search_build(zr_regex* preg) {
   return built ? ZR_OK : ZR_NOMEMORY;
 }
 
+// ---- What subjects begin or end with
+
+// Adds the bytes of a window that stands at that end; false when it does not.
+static bool AddEdge(const zr_search* search, const zr_window& window, bool last,
+                    zr_set* set) {
+  if (last ? !window.ended : !window.anchored) return false;
+  if (!window.grams) {
+    const zr_place& place = window.places[last ? window.length - 1 : 0];
+    zr_set_add_all(set, zr_search_set(search, place));
+    return true;
+  }
+  const uint32_t* slots = zr_gram_slots(window);
+  for (uint32_t i = 0; i < zr_gram_slot_count(window); i++) {
+    if (!slots[i]) continue;
+    zr_set_add(set, slots[i] & 0xFF);
+    zr_set_add(set, slots[i] & 0xDF);
+  }
+  return true;
+}
+
+bool zr_regedge(const zr_regex* preg, bool last, uint32_t* bits) {
+  const zr_search* search = preg->search;
+  const uint32_t counts[] = {search->coverCount, search->secondCount};
+  for (uint32_t cover = 0, first = 0; cover < 2; first += counts[cover++]) {
+    zr_set set = {};
+    bool known = counts[cover] != 0;
+    for (uint32_t i = 0; known && i < counts[cover]; i++)
+      known = AddEdge(search, search->windows[first + i], last, &set);
+    if (!known) continue;
+    for (uint32_t i = 0; i < 8; i++) bits[i] |= set.bits[i];
+    return true;
+  }
+  return false;
+}
+
 void zr_search_free(zr_search* search) {
   if (!search) return;
   for (uint32_t i = 0; i < 2; i++) {

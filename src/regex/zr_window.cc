@@ -178,8 +178,8 @@ static const uint32_t kCaseBits = 0x20202020;
 // Behind a bit that is set.
 static __attribute__((noinline)) bool IsGram(const zr_window& window,
                                              uint32_t gram) {
-  const uint32_t* slots = window.grams + ((1u << (32 - window.gramShift)) / 32);
-  const uint32_t last = (1u << (32 - window.slotShift)) - 1;
+  const uint32_t* slots = zr_gram_slots(window);
+  const uint32_t last = zr_gram_slot_count(window) - 1;
   uint32_t i = zr_gram_hash(gram) >> window.slotShift;
   for (; slots[i]; i = (i + 1) & last)
     if (slots[i] == gram) return true;

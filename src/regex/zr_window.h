@@ -90,6 +90,15 @@ inline uint32_t zr_gram_hash(uint32_t gram) {
   return gram * 0x9E3779B1u;
 }
 
+// The table of a window of grams: 0 where nothing stands.
+inline uint32_t* zr_gram_slots(const zr_window& window) {
+  return window.grams + (1u << (32 - window.gramShift)) / 32;
+}
+
+inline uint32_t zr_gram_slot_count(const zr_window& window) {
+  return 1u << (32 - window.slotShift);
+}
+
 // The first offset from `from` on at which the whole window fits; ZR_NONE when
 // there is none.
 uint32_t zr_window_find(const zr_window& window, const zr_set* sets,

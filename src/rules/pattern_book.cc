@@ -1,12 +1,25 @@
 // Finds the patterns of a dictionary's lines ahead of all scans: a scan asks
 // for hundreds of them, and each would cost it a walk over its text and a
-// look into the pool. Tested by section_lookup_test.cc.
+// look into the pool. Of larger sections it is known, too, which patterns can
+// match a text with a given first and last byte: most are anchored.
+//
+// Tested by section_lookup_test.cc.
 
 #include "rules/pattern_book.h"
 
 #include <new>
 
 #include "rules/qm_dico.h"
+
+namespace {
+
+// Lines of sections that edges are kept for.
+const uint32_t kMinEdgeLines = 8;
+const uint32_t kMaxEdgeLines = 256;
+// Words of all of them; a damaged image may claim any number of sections.
+const uint32_t kMaxEdgeWords = 1 << 16;
+
+}  // namespace
 
 bool CutNamed(TBLOCK line, TBLOCK& name, TBLOCK& pattern) {
   const int32_t colon = line.findByte(':');
@@ -21,7 +34,10 @@ PATTERNBOOK::PATTERNBOOK(const TQMDICO& dico)
     : entries(nullptr),
       lineCount(dico.image().lineCount),
       patterns(nullptr),
-      patternCount(0) {
+      patternCount(0),
+      edges(nullptr),
+      sectionCount(0),
+      firstSection(dico.image().section(0)) {
   if (lineCount > 0) entries = new (std::nothrow) TENTRY[lineCount]();
   for (uint32_t s = 0; entries && s < dico.image().sectionCount; s++)
     noteSection(dico, s);
@@ -33,9 +49,16 @@ PATTERNBOOK::PATTERNBOOK(const TQMDICO& dico)
       CutNamed(pattern, name, pattern);
     patterns[entries[i].pattern - 1].set(pattern, dico.pool);
   }
+  if (!patterns) return;
+  edges = new (std::nothrow) TEDGES[dico.image().sectionCount]();
+  if (edges) sectionCount = dico.image().sectionCount;
+  uint32_t wordsLeft = kMaxEdgeWords;
+  for (uint32_t s = 0; s < sectionCount; s++) noteEdges(dico, s, wordsLeft);
 }
 
 PATTERNBOOK::~PATTERNBOOK() {
+  for (uint32_t i = 0; i < sectionCount; i++) delete[] edges[i].bits;
+  delete[] edges;
   delete[] entries;
   delete[] patterns;
 }
@@ -55,6 +78,45 @@ void PATTERNBOOK::noteSection(const TQMDICO& dico, uint32_t section) {
       continue;
     entry = {++patternCount, from->type};
   }
+}
+
+void PATTERNBOOK::noteEdges(const TQMDICO& dico, uint32_t section,
+                            uint32_t& wordsLeft) {
+  const TQKSECTION* from = dico.image().section(section);
+  const uint32_t n = dico.image().lineCountOf(from);
+  if (from->type != stNamedRegex || n < kMinEdgeLines || n > kMaxEdgeLines)
+    return;
+  const uint32_t words = (n + 31) / 32;
+  const uint32_t all = 2 * 256 * words;
+  uint32_t* bits =
+      all <= wordsLeft ? new (std::nothrow) uint32_t[all]() : nullptr;
+  if (!bits) return;
+  wordsLeft -= all;
+  edges[section] = {bits, words};
+  for (uint32_t line = 0; line < n; line++) {
+    const uint32_t number =
+        dico.image().lineNumber(dico.image().sectionLine(from, line));
+    const RULEPATTERN* pattern = find(number, from->type);
+    for (uint32_t last = 0; last < 2; last++) {
+      uint32_t bytes[8];
+      if (pattern) pattern->edgeBytes(last != 0, bytes);
+      for (uint32_t c = 0; c < 256; c++)
+        if (!pattern || (bytes[c / 32] >> (c % 32) & 1))
+          bits[(256 * last + c) * words + line / 32] |= 1u << (line % 32);
+    }
+  }
+}
+
+TWORTHTRYING PATTERNBOOK::worthTrying(const TQKSECTION* section,
+                                      TBLOCK text) const {
+  const uintptr_t at = reinterpret_cast<uintptr_t>(section);
+  const uintptr_t base = reinterpret_cast<uintptr_t>(firstSection);
+  const uintptr_t i = (at - base) / sizeof(TQKSECTION);
+  if (text.empty() || at < base || i >= sectionCount || !edges[i].bits)
+    return {nullptr, nullptr};
+  const uint32_t words = edges[i].words;
+  return {edges[i].bits + text[0] * words,
+          edges[i].bits + (256 + text[text.length - 1]) * words};
 }
 
 const RULEPATTERN* PATTERNBOOK::find(uint32_t lineNumber,

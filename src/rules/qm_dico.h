@@ -28,6 +28,7 @@
 
 class REGEXPOOL;
 class PATTERNBOOK;
+class RULEPATTERN;
 class RULEBOOK;
 struct TQMRULE;
 struct TKEYWORDSEARCH;  // of keyword_search.cc
@@ -260,8 +261,9 @@ class TQMDICO {
   void release();
   int makeCounters();
   void clearCounts(const TQKSECTION* section, uint16_t TLINECOUNTS::*count);
-  bool matchesLine(const TQKLINE* line, uint32_t sectionType, TBLOCK pattern,
-                   TBLOCK text) const;
+  const PATTERNBOOK* patternBook() const;
+  const RULEPATTERN* preparedPattern(const TQKLINE* line,
+                                     uint32_t sectionType) const;
   // Whether the line has counted and is passed over.
   bool isSpent(const TQKLINE* line);
   void countHit(const TQKLINE* line);

@@ -111,16 +111,15 @@ int TQMDICO::comparePattern(const TQKSECTION* section, TBLOCK text,
   return 0;
 }
 
-// Whether the text fits the pattern of a line, which is prepared for those who
-// share a dictionary.
-bool TQMDICO::matchesLine(const TQKLINE* line, uint32_t sectionType,
-                          TBLOCK pattern, TBLOCK text) const {
-  const RULEPATTERN* const ready =
-      stuff && stuff->patternBook
-          ? stuff->patternBook->find(image().lineNumber(line), sectionType)
-          : nullptr;
-  return ready ? ready->match(text)
-               : BlockMatchRegex(text, pattern, pool, nullptr);
+const PATTERNBOOK* TQMDICO::patternBook() const {
+  return stuff ? stuff->patternBook : nullptr;
+}
+
+// The pattern of a line, if it is prepared for those who share a dictionary.
+const RULEPATTERN* TQMDICO::preparedPattern(const TQKLINE* line,
+                                            uint32_t sectionType) const {
+  const PATTERNBOOK* const book = patternBook();
+  return book ? book->find(image().lineNumber(line), sectionType) : nullptr;
 }
 
 int TQMDICO::compareRegex(const TQKSECTION* section, TBLOCK text,
@@ -129,8 +128,10 @@ int TQMDICO::compareRegex(const TQKSECTION* section, TBLOCK text,
   const uint32_t n = image().lineCountOf(section);
   for (uint32_t i = 0; i < n; i++) {
     const TQKLINE* candidate = image().sectionLine(section, i);
-    if (isSpent(candidate) ||
-        !matchesLine(candidate, stRegex, lineBlock(candidate), text))
+    if (isSpent(candidate)) continue;
+    const RULEPATTERN* const ready = preparedPattern(candidate, stRegex);
+    if (!(ready ? ready->match(text)
+                : BlockMatchRegex(text, lineBlock(candidate), pool, nullptr)))
       continue;
     countHit(candidate);
     line = candidate;
@@ -142,11 +143,16 @@ int TQMDICO::compareRegex(const TQKSECTION* section, TBLOCK text,
 int TQMDICO::compareNamedRegex(const TQKSECTION* section, TBLOCK text,
                                const TQKLINE*& line) {
   const uint32_t n = image().lineCountOf(section);
-  for (uint32_t i = 0; i < n; i++) {
+  const PATTERNBOOK* const book = patternBook();
+  const TWORTHTRYING worth =
+      book ? book->worthTrying(section, text) : TWORTHTRYING{};
+  for (uint32_t i = worth.next(0, n); i < n; i = worth.next(i + 1, n)) {
     const TQKLINE* candidate = image().sectionLine(section, i);
+    const RULEPATTERN* const ready = preparedPattern(candidate, stNamedRegex);
     TBLOCK name, pattern;
-    if (!CutNamed(lineBlock(candidate), name, pattern) ||
-        !matchesLine(candidate, stNamedRegex, pattern, text))
+    if (ready ? !ready->match(text)
+              : !CutNamed(lineBlock(candidate), name, pattern) ||
+                    !BlockMatchRegex(text, pattern, pool, nullptr))
       continue;
     line = candidate;
     return 1;

@@ -116,6 +116,48 @@ TEST_F(SectionLookupTest, NamesAndValues) {
   EXPECT_TRUE(dico.stringValue("v", "nam").empty());
 }
 
+// A prepared section knows what texts begin and end with that its lines match:
+// which of these is found first does not change.
+TEST_F(SectionLookupTest, NamesOfPreparedSections) {
+  const char* const ends[] = {"^", "^(?i)", "(?i)^", "",
+                              "",  "$",     "[.:]$", "?$"};
+  const char* const texts[] = {"a",  "[ab]",      "(aa|b|c.|)", "(?i)b",
+                               ".",  "(b|c|a|x)", "\\.",        "[^a]+",
+                               "c?", "a|^b",      "(a$|:)",     "a*"};
+  TQMDICO plain(nullptr, nullptr);
+  Numbers numbers(5);
+  uint32_t found = 0;
+  for (uint32_t round = 0; round < 300; round++) {
+    std::vector<std::string> lines;
+    for (uint32_t i = 0, n = 8 + numbers.Below(40); i < n; i++) {
+      std::string pattern = ends[numbers.Below(5)];
+      for (uint32_t k = 0; k < 1 + numbers.Below(3); k++)
+        pattern += texts[numbers.Below(sizeof texts / sizeof *texts)];
+      if (numbers.Below(2)) pattern += ends[5 + numbers.Below(3)];
+      if (numbers.Below(8) == 0) pattern += numbers.Below(2) ? "~c" : "~^";
+      lines.push_back((numbers.Below(9) ? "n:" : "") + pattern);
+    }
+    const std::string image = MakeImage({{"n", stNamedRegex, 0, lines}});
+    ASSERT_TRUE(plain.loadKeywordsFromBlock(BlockOf(image)));
+    ASSERT_TRUE(dico.loadKeywordsFromBlock(BlockOf(image)));
+    dico.prepareRules();
+    for (uint32_t i = 0; i < 60; i++) {
+      std::string bytes;
+      for (uint32_t k = numbers.Below(6); k > 0; k--)
+        bytes += "abcABC.:x\n"[numbers.Below(10)];
+      const HeapText text(bytes);
+      const TQKLINE *want = nullptr, *line = nullptr;
+      plain.compareNamedRegex(plain.findSection("n"), text.view(), want);
+      dico.compareNamedRegex(dico.findSection("n"), text.view(), line);
+      ASSERT_EQ(want ? plain.image().lineNumber(want) : ~0u,
+                line ? dico.image().lineNumber(line) : ~0u)
+          << "round " << round << ": " << bytes;
+      if (want) found++;
+    }
+  }
+  EXPECT_GT(found, 5000u);
+}
+
 TEST_F(SectionLookupTest, Macros) {
   const struct {
     std::vector<std::string> lines;

@@ -394,7 +394,7 @@ static Builder MakeBuilder(const zr_regex* preg, const zr_plan& plan,
 
 static uint32_t AddGrams(Builder* b, const Cover& cover) {
   if (zr_grams_add(b->search, b->pieces, cover.first, cover.anchored,
-                   cover.anchored) == ZR_NONE)
+                   cover.anchored, cover.share) == ZR_NONE)
     b->failed = true;
   return 1;
 }
@@ -500,7 +500,8 @@ static bool SplitStart(Builder* b, uint32_t open, double cost,
   }
   const double grams = zr_search_gram_cost(share, true, false);
   if (whole && grams < cost && (count > ZR_MAX_STARTS || grams < windows)) {
-    start->first = zr_grams_add(b->search, b->pieces, first, true, false);
+    start->first =
+        zr_grams_add(b->search, b->pieces, first, true, false, share);
     start->count = 1;
     if (start->first == ZR_NONE) b->failed = true;
     return true;

@@ -141,7 +141,8 @@ static uint32_t BitsFor(uint32_t count, uint32_t bits) {
 }
 
 uint32_t zr_grams_add(zr_search* search, const zr_pieces& pieces,
-                      uint32_t first, bool atStart, bool anchored) {
+                      uint32_t first, bool atStart, bool anchored,
+                      double share) {
   const zr_piece* const list = pieces.list;
   uint32_t width = ZR_MAX_GRAM;
   for (uint32_t i = first; i != ZR_NONE; i = list[i].next)
@@ -156,6 +157,7 @@ uint32_t zr_grams_add(zr_search* search, const zr_pieces& pieces,
   if (!window) return ZR_NONE;
   window->length = static_cast<uint8_t>(width);
   window->anchored = anchored;
+  window->weak = share > ZR_WEAK_SHARE;
   window->gramShift = 32 - bits;
   window->slotShift = 32 - slotBits;
   window->grams = static_cast<uint32_t*>(

@@ -258,8 +258,6 @@ static const double kCandidate = 10;    // a start that both probes let through
 static const double kAttempt = 200;     // a walk from one start
 static const double kWalk = 750;        // a walk from all starts
 static const double kSubject = 300;     // bytes
-// Windows found more often than this are not worth a wide compare.
-static const double kWeakShare = 0.1;
 
 // Chooses the probes that cost least.
 static double ChooseProbes(const zr_search* search, const zr_draft& draft,
@@ -371,7 +369,7 @@ uint32_t zr_search_add(zr_search* search, const zr_draft& draft) {
   window.ended = draft.ended;
   memcpy(window.places, draft.places, sizeof(window.places));
   const double scan = ChooseProbes(search, draft, &window);
-  window.weak = zr_search_share(search, draft) > kWeakShare;
+  window.weak = zr_search_share(search, draft) > ZR_WEAK_SHARE;
   if (draft.run && (window.weak || scan > kRunScan * kSubject))
     window.run = draft.run;
   return search->windowCount - 1;

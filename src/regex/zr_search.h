@@ -91,7 +91,9 @@ struct zr_piece {
   zr_place places[ZR_MAX_GRAM];
 };
 
-static const uint32_t ZR_MAX_PIECES = 2048;  // of one pattern
+static const uint32_t ZR_MAX_PIECES = 512;  // of one pattern
+// Windows found at more of all starts are weak.
+static const double ZR_WEAK_SHARE = 0.1;
 
 struct zr_pieces {
   zr_piece* list;  // owned
@@ -134,9 +136,10 @@ uint32_t zr_grams_piece(const zr_search* search, const zr_draft& draft,
                         bool atStart, zr_pieces* pieces);
 // Appends a window that is found where any piece of the list from `first` on
 // stands, `anchored` only at offset 0; its index, ZR_NONE without memory.
-// `atStart` as for the pieces.
+// `atStart` as for the pieces; `share`: of starts at which they are found.
 uint32_t zr_grams_add(zr_search* search, const zr_pieces& pieces,
-                      uint32_t first, bool atStart, bool anchored);
+                      uint32_t first, bool atStart, bool anchored,
+                      double share);
 
 // zr_cover.cc: fills the windows from the places; false without memory.
 bool zr_search_cover(zr_regex* preg);

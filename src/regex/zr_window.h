@@ -45,7 +45,7 @@ struct zr_window {
   uint8_t anchored;  // 1: only at offset 0
   uint8_t ended;     // 1: only at the text's end
   uint8_t exact;     // 1: both probes are a single value
-  uint8_t weak;      // 1: so common that it is compared byte by byte
+  uint8_t weak;      // 1: so common that it rejects little
   uint32_t run;      // if not 0: all that counts is the first place, so often
   // If not null: all that counts is whether the `length` bytes at the start are
   // one of a number of grams: a bit for each hash of one, behind these a table

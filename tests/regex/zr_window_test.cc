@@ -233,7 +233,7 @@ TEST(ZrWindow, GramsAreFoundWhereAPieceStands) {
       if (k) pieces.list[k - 1].next = k;
       if (pieces.list[k].length < width) width = pieces.list[k].length;
     }
-    ASSERT_EQ(0u, zr_grams_add(search, pieces, 0, true, anchored));
+    ASSERT_EQ(0u, zr_grams_add(search, pieces, 0, true, anchored, 0));
     // All that counts of a longer piece is what it begins with.
     for (uint32_t k = 0; k < count; k++) {
       samples[k].length = width;

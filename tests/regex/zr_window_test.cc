@@ -10,7 +10,9 @@
 #include <string>
 
 #include "base/heap_text.h"
+#include "regex/regex_pool.h"
 #include "regex/zr_search.h"
+#include "rules/qm_dico.h"
 
 namespace {
 
@@ -312,4 +314,37 @@ TEST(ZrSearch, WhatIsDerivedChangesNoAnswer) {
     zr_regfree(plain);
   }
   EXPECT_GT(matches, 3000u);
+}
+
+// The same for all patterns of the dictionary that is linked in, on texts made
+// of what they are written with.
+TEST(ZrSearch, ChangesNoAnswerOfTheDictionary) {
+  REGEXPOOL pool;
+  TQMDICO dico(&pool, nullptr);
+  dico.precompileRegexesIntoPool();
+  Numbers numbers(17);
+  uint32_t matches = 0;
+  for (int32_t slot = pool.first(); slot >= 0; pool.next(slot)) {
+    const std::string pattern = Str(pool.getBlock(slot));
+    zr_regex* derived = Compile(pattern.c_str());
+    zr_regex* plain = Compile(pattern.c_str());
+    Strip(plain);
+    for (uint32_t round = 0; round < 12; round++) {
+      std::string text = round % 3 ? "" : MakeSubject(numbers);
+      for (uint32_t k = 1 + numbers.Below(4); k > 0; k--) {
+        const uint32_t length = 1 + numbers.Below(24);
+        for (uint32_t i = numbers.Below(uint32_t(pattern.size())), n = 0;
+             i < pattern.size() && n < length; i++)
+          if (!strchr("\\()[]|^$*+?", pattern[i]) || numbers.Below(9) == 0)
+            text += pattern[i], n++;
+      }
+      const HeapText subject(text);
+      const std::string want = Answer(plain, subject, 0);
+      ASSERT_EQ(want, Answer(derived, subject, 0)) << pattern << " on " << text;
+      if (want == "0") matches++;
+    }
+    zr_regfree(derived);
+    zr_regfree(plain);
+  }
+  EXPECT_GT(matches, 0u);
 }

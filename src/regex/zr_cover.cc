@@ -393,10 +393,11 @@ static Builder MakeBuilder(const zr_regex* preg, const zr_plan& plan,
 }
 
 static uint32_t AddGrams(Builder* b, const Cover& cover) {
-  if (zr_grams_add(b->search, b->pieces, cover.first, cover.anchored,
-                   cover.anchored, cover.share) == ZR_NONE)
-    b->failed = true;
-  return 1;
+  const zr_grams grams = {&b->pieces, cover.first, cover.anchored,
+                          cover.anchored, cover.share};
+  const uint32_t count = zr_grams_add(b->search, grams);
+  if (count == 0) b->failed = true;
+  return count;
 }
 
 // Adds the windows of the best cover; returns how many.
@@ -498,12 +499,13 @@ static bool SplitStart(Builder* b, uint32_t open, double cost,
     else if (piece > first)
       b->pieces.list[piece - 1].next = piece;
   }
-  const double grams = zr_search_gram_cost(share, true, false);
-  if (whole && grams < cost && (count > ZR_MAX_STARTS || grams < windows)) {
-    start->first =
-        zr_grams_add(b->search, b->pieces, first, true, false, share);
-    start->count = 1;
-    if (start->first == ZR_NONE) b->failed = true;
+  const double gramCost = zr_search_gram_cost(share, true, false);
+  if (whole && gramCost < cost &&
+      (count > ZR_MAX_STARTS || gramCost < windows)) {
+    const zr_grams grams = {&b->pieces, first, true, false, share};
+    start->first = b->search->windowCount;
+    start->count = static_cast<uint8_t>(zr_grams_add(b->search, grams));
+    if (start->count == 0) b->failed = true;
     return true;
   }
   if (count > ZR_MAX_STARTS || windows >= cost) return false;

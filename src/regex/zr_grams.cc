@@ -140,31 +140,47 @@ static uint32_t BitsFor(uint32_t count, uint32_t bits) {
   return bits;
 }
 
-uint32_t zr_grams_add(zr_search* search, const zr_pieces& pieces,
-                      uint32_t first, bool atStart, bool anchored,
-                      double share) {
-  const zr_piece* const list = pieces.list;
-  uint32_t width = ZR_MAX_GRAM;
-  for (uint32_t i = first; i != ZR_NONE; i = list[i].next)
-    if (list[i].length < width) width = list[i].length;
-  uint32_t grams = 0;
-  for (uint32_t i = first; i != ZR_NONE; i = list[i].next)
-    grams += CountCombinations(search, Stretch(search, list[i], width, atStart),
-                               width);
-  const uint32_t bits = BitsFor(kBitsPerGram * grams, kMinBits);
-  const uint32_t slotBits = BitsFor(kSlotsPerGram * grams, 1);
+static bool IsInClass(const zr_piece& piece, uint32_t least, uint32_t most) {
+  return piece.length >= least && piece.length <= most;
+}
+
+// Adds the window of the pieces with so many places; false without memory.
+static bool AddClass(zr_search* search, const zr_grams& grams, uint32_t least,
+                     uint32_t most) {
+  const zr_piece* const list = grams.pieces->list;
+  uint32_t width = most;
+  for (uint32_t i = grams.first; i != ZR_NONE; i = list[i].next)
+    if (IsInClass(list[i], least, width)) width = list[i].length;
+  uint32_t count = 0;
+  for (uint32_t i = grams.first; i != ZR_NONE; i = list[i].next)
+    if (IsInClass(list[i], least, most))
+      count += CountCombinations(
+          search, Stretch(search, list[i], width, grams.atStart), width);
+  if (count == 0) return true;
+  const uint32_t bits = BitsFor(kBitsPerGram * count, kMinBits);
+  const uint32_t slotBits = BitsFor(kSlotsPerGram * count, 1);
   zr_window* window = zr_search_add_window(search);
-  if (!window) return ZR_NONE;
+  if (!window) return false;
   window->length = static_cast<uint8_t>(width);
-  window->anchored = anchored;
-  window->weak = share > ZR_WEAK_SHARE;
+  window->anchored = grams.anchored;
+  window->weak = grams.share > ZR_WEAK_SHARE;
   window->gramShift = 32 - bits;
   window->slotShift = 32 - slotBits;
   window->grams = static_cast<uint32_t*>(
       calloc((1u << bits) / 32 + (1u << slotBits), sizeof(uint32_t)));
-  if (!window->grams) return ZR_NONE;
-  for (uint32_t i = first; i != ZR_NONE; i = list[i].next)
-    EnterPlaces(search, Stretch(search, list[i], width, atStart), width,
-                window);
-  return search->windowCount - 1;
+  if (!window->grams) return false;
+  for (uint32_t i = grams.first; i != ZR_NONE; i = list[i].next)
+    if (IsInClass(list[i], least, most))
+      EnterPlaces(search, Stretch(search, list[i], width, grams.atStart), width,
+                  window);
+  return true;
+}
+
+// Short pieces have windows of their own, lest all be as short.
+uint32_t zr_grams_add(zr_search* search, const zr_grams& grams) {
+  const uint32_t before = search->windowCount;
+  const bool added = AddClass(search, grams, 3, ZR_MAX_GRAM) &&
+                     AddClass(search, grams, 2, 2) &&
+                     AddClass(search, grams, 1, 1);
+  return added ? search->windowCount - before : 0;
 }

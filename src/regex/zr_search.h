@@ -101,6 +101,15 @@ struct zr_pieces {
   uint32_t capacity;
 };
 
+// What windows of grams are made of.
+struct zr_grams {
+  const zr_pieces* pieces;
+  uint32_t first;  // of the list
+  bool atStart;    // all are what their drafts begin with
+  bool anchored;   // and stand at offset 0
+  double share;    // of starts at which one is found
+};
+
 inline bool zr_is_byte(uint32_t opcode) {
   return opcode <= ZR_NOTDIGIT && opcode != ZR_STRING;
 }
@@ -134,12 +143,9 @@ bool zr_search_is_common(const zr_search* search, const zr_place* places,
 // `atStart` one that it begins with; its index, ZR_NONE when there is none.
 uint32_t zr_grams_piece(const zr_search* search, const zr_draft& draft,
                         bool atStart, zr_pieces* pieces);
-// Appends a window that is found where any piece of the list from `first` on
-// stands, `anchored` only at offset 0; its index, ZR_NONE without memory.
-// `atStart` as for the pieces; `share`: of starts at which they are found.
-uint32_t zr_grams_add(zr_search* search, const zr_pieces& pieces,
-                      uint32_t first, bool atStart, bool anchored,
-                      double share);
+// Appends windows one of which is found where any of the pieces stands; how
+// many, 0 without memory.
+uint32_t zr_grams_add(zr_search* search, const zr_grams& grams);
 
 // zr_cover.cc: fills the windows from the places; false without memory.
 bool zr_search_cover(zr_regex* preg);

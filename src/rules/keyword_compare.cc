@@ -607,7 +607,7 @@ namespace {
 
 const uint32_t kAnyStart = 0xFFFFFFFF;
 // Of every word, so that a pattern that begins with no letter finds them all.
-const uint32_t kWordBit = 1u << 26;
+const uint32_t kWordBit = 1u << 27;
 
 uint32_t LetterBit(unsigned char c) {
   return c >= 'a' && c <= 'z' ? 1u << (c - 'a') : 0;
@@ -665,6 +665,11 @@ const uint32_t LetterTable[256] = {
 
 }  // namespace
 
+// Folded twice, since a bar folds to a capital.
+unsigned char PlainByte(unsigned char c) {
+  return IsPlaceToStart(c) ? Fold(Fold(c)) : 0;
+}
+
 // Follows what step() may do at the pattern's first byte.
 TWORDSHAPE WordShape(TBLOCK word) {
   TWORDSHAPE shape = {kWordBit, 0, 0};
@@ -672,7 +677,7 @@ TWORDSHAPE WordShape(TBLOCK word) {
     shape.letters |= LetterTable[word[i]];
   uint32_t i = 0;
   for (; i < word.length && !IsPlaceToStart(word[i]); i++)
-    shape.first |= LetterTable[word[i]];
+    shape.first |= LetterTable[word[i]] | kOtherBit;
   if (i >= word.length) {
     // Filler alone may stand in front of a word that is spread over blocks.
     shape.first = kAnyStart;
@@ -682,6 +687,7 @@ TWORDSHAPE WordShape(TBLOCK word) {
   const unsigned char ahead = i + 1 < word.length ? word[i + 1] : 0;
   shape.first |= LetterTable[c];
   shape.ahead = LetterBit(Fold(ahead));
+  if (c == 'O' || !LetterBit(PlainByte(c))) shape.first |= kOtherBit;
   // A bar may be filler, and a small letter the odd one among capitals.
   if (c == '|' || (TBLOCK::Is(c, bitLower) && TBLOCK::Is(ahead, bitUpper)))
     shape.first = kAnyStart;
@@ -722,12 +728,76 @@ TPATTERNSHAPE PatternShape(TBLOCK pattern) {
   CollectLetters(pattern, shape);
   if (front || pattern.empty()) return shape;
   const uint32_t at = ByteAt(pattern, 0);
-  const uint32_t first = LetterBit(pattern[at]);
-  if (!first) return shape;
+  const unsigned char want = pattern[at];
+  const uint32_t first = LetterBit(want);
+  if (!first) {
+    const bool any = want == '~' || TBLOCK::Is(want, bitLetter) ||
+                     LetterBit(Fold(Fold(want)));
+    if (!any) shape.first = kOtherBit;
+    return shape;
+  }
   shape.first = first;
   shape.second = 0;
   if (at + 1 >= pattern.length) return shape;
   shape.second = LetterBit(pattern[ByteAt(pattern, at + 1)]);
   if (!shape.second) shape.second = kAnyStart;
   return shape;
+}
+
+// Follows Comparison::finish.
+uint32_t LiteralKindsAt(TBLOCK word, uint32_t i) {
+  const uint32_t kOpen = lkHead | lkInside;
+  const uint32_t kAll = kOpen | lkWhole | lkPlural | lkTail;
+  if (++i >= word.length) return kAll;
+  const unsigned char c = word[i];
+  if (c == '-' || c == '_' || c == '\'') return kAll;
+  if (c == 's' || c == 'S' || c == '$') return kOpen | lkPlural | lkTail;
+  const bool last = i + 1 == word.length;
+  return last && (c == '|' || !IsPlaceToStart(c)) ? kAll : kOpen;
+}
+
+namespace {
+
+// What stands ahead of stars and of bytes that are more than one. Filler of the
+// pattern is left out as that of the word is; a pattern that ends in filler
+// doesn't tell where the word ends. False when not all of it was taken.
+bool CollectLiteral(TBLOCK pattern, TLITERAL& literal) {
+  for (uint32_t i = 0; i < pattern.length;) {
+    const uint32_t at = ByteAt(pattern, i);
+    const bool any = at == i && (pattern[i] == '~' || pattern[i] == '#');
+    const unsigned char c = any ? 0 : PlainByte(pattern[at]);
+    i = at + 1;
+    if (c && literal.length < sizeof literal.bytes)
+      literal.bytes[literal.length++] = c;
+    else if (c || any || i == pattern.length)
+      return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+TLITERAL PatternLiteral(TBLOCK pattern) {
+  TLITERAL literal = {0, 0, {}};
+  if (pattern.empty()) return literal;
+  const bool front = pattern[0] == '*';
+  if (front) pattern.skip(1);
+  bool whole = !EndsIn(pattern, '*');
+  if (!whole) pattern.cut(pattern.length - 1);
+  const int32_t star = front || !whole ? -1 : FindStar(pattern);
+  if (star >= 0) {
+    pattern.cut(static_cast<uint32_t>(star));
+    whole = false;
+  }
+  uint32_t options = 0;
+  TakePluralMarks(pattern, options);
+  whole = CollectLiteral(pattern, literal) && whole;
+  if (front && literal.length > kMaxInside) literal.length = kMaxInside;
+  if (literal.length == 0 || (front && !whole && literal.length < kMinInside))
+    return literal;
+  if (front)
+    literal.kind = literal.length < kMinInside ? lkTail : lkInside;
+  else
+    literal.kind = !whole ? lkHead : options ? lkPlural : lkWhole;
+  return literal;
 }

@@ -41,7 +41,8 @@ extern const unsigned char KeyTable[256];
 unsigned char GetWordKey(TBLOCK word);
 
 // A cheap test ahead of BlockCompareWildcard: sets of letters, a bit for each
-// from a to z; all bits stand for any byte.
+// from a to z, and kOtherBit for a first byte that is none, or an "O", which
+// begins numbers; all bits stand for any byte.
 struct TWORDSHAPE {
   uint32_t first;    // what the first byte may stand for
   uint32_t ahead;    // the byte behind it
@@ -55,6 +56,7 @@ struct TPATTERNSHAPE {
 TWORDSHAPE WordShape(TBLOCK word);
 TPATTERNSHAPE PatternShape(TBLOCK pattern);
 const uint32_t kAllLetters = (1u << 26) - 1;
+const uint32_t kOtherBit = 1u << 26;
 // Of a pattern that nothing is known of.
 TPATTERNSHAPE AnyShape();
 // Bytes of a pattern that its shape tells of.
@@ -72,5 +74,30 @@ inline bool MayMatch(const TWORDSHAPE& word, const TPATTERNSHAPE& pattern,
          ((options & moUseless) && (word.ahead & pattern.first)) ||
          ((options & (moPermut | moMissing)) && (word.first & pattern.second));
 }
+
+// How a word may hold the letters of a pattern.
+enum TLITERALKIND : uint16_t {
+  lkWhole = 1,   // it is them
+  lkPlural = 2,  // the same, maybe with the ending of a plural
+  lkHead = 4,    // it begins with them
+  lkInside = 8,  // they are somewhere in it
+  lkTail = 16,   // it ends in them, a plural aside; told of short patterns only
+};
+
+// Letters that a word must hold for a pattern to match it without options, as
+// PlainByte makes them.
+struct TLITERAL {
+  uint16_t kind;  // 0: nothing is known
+  uint16_t length;
+  unsigned char bytes[24];
+};
+TLITERAL PatternLiteral(TBLOCK pattern);
+const uint32_t kMaxInside = 4;  // bytes of lkInside; the first ones
+const uint32_t kMinInside = 3;  // others are lkTail, or are not known
+
+// What a comparison without options takes the byte for; 0: it may pass it over.
+unsigned char PlainByte(unsigned char c);
+// The kinds of which the word may hold a literal that ends with byte i.
+uint32_t LiteralKindsAt(TBLOCK word, uint32_t i);
 
 #endif  // RULES_KEYWORD_COMPARE_H_

@@ -19,6 +19,8 @@
 #include "rules/keyword_compare.h"
 #include "rules/pattern_index.h"
 #include "rules/qm_dico.h"
+#include "rules/word_filter.h"
+#include "rules/word_index.h"
 
 namespace {
 
@@ -38,8 +40,6 @@ const uint32_t kAlternativesOfPass = 8;
 const uint32_t kMaxAlternatives = 4096;
 const uint32_t kMaxPhraseWords = 256;
 const int32_t kNever = 0x7FFFFFFF;
-// Keys that a word is looked up by: none, its own, two look-alikes.
-const uint32_t kMaxWordKeys = 4;
 
 // A phrase that was found.
 struct TPHRASEMATCH {
@@ -58,45 +58,11 @@ struct TGROUPMEMO {
 };
 const uint32_t kMemoGroups = 8;
 
-// The sets of words, by the three masks of a word's shape, a to z in each.
-const uint32_t kFirstSets = 0, kAheadSets = 26, kLetterSets = 52;
-const uint32_t kWordSets = 78;
-const int32_t kWordsInPart = 64;  // of a set
-
-uint32_t LowestBit(uint32_t bits) {
-  return static_cast<uint32_t>(__builtin_ctz(bits));
-}
-
 TGROUPMEMO NothingSeen(int32_t from) {
   return {from, from, {0, 0, 0}, -1, 0};
 }
 
 }  // namespace
-
-// What searches need to know of a list of words, whatever they look for.
-struct TWORDINDEX {
-  const TBLOCKVECT& words;
-  TWORDSHAPE* shapes;       // owned; of each word
-  uint64_t* sets;           // owned; kWordSets of `parts` each
-  uint32_t parts;           // of one set
-  uint32_t* wordsOfKey;     // owned; indexes of words, ascending for each key
-  uint32_t keyOffset[257];  // of each key's first in wordsOfKey
-
-  explicit TWORDINDEX(const TBLOCKVECT& list);
-  ~TWORDINDEX();
-  TWORDINDEX(const TWORDINDEX&) = delete;
-  TWORDINDEX& operator=(const TWORDINDEX&) = delete;
-
-  // False when memory is short. Does nothing the second time.
-  bool build();
-
- private:
-  bool tried, built;
-
-  bool indexShapes();
-  bool indexKeys();
-  void addToSets(uint32_t firstSet, uint32_t letters, uint32_t word);
-};
 
 // One search: the words and what is known of them.
 struct TKEYWORDSEARCH {
@@ -115,9 +81,10 @@ struct TKEYWORDSEARCH {
 
   TKEYWORDSEARCH(const KWIMAGE& data, const TBLOCKVECT& list, TBLOCK recipient,
                  int tipsOnly);
+  // With an index of the words, and the shapes of the dictionary.
+  TKEYWORDSEARCH(const HSTUFF& stuff, const TWORDINDEX& wordIndex,
+                 TBLOCK recipient, int tipsOnly);
 
-  // Uses an index of the same words, and the shapes of the dictionary.
-  void use(const TWORDINDEX* wordIndex, const HSTUFF* stuff);
   void startLine(const TQKLINE* line);
   // The words of a part at which a group may begin, the first in bit 0; all of
   // them when no shapes are known.
@@ -129,28 +96,6 @@ struct TKEYWORDSEARCH {
   uint64_t candidatesOf(const TPATTERNSHAPE& shape, uint32_t options,
                         uint32_t part) const;
 };
-
-TWORDINDEX::TWORDINDEX(const TBLOCKVECT& list)
-    : words(list),
-      shapes(nullptr),
-      sets(nullptr),
-      parts(0),
-      wordsOfKey(nullptr),
-      keyOffset(),
-      tried(false),
-      built(false) {}
-
-TWORDINDEX::~TWORDINDEX() {
-  delete[] shapes;
-  delete[] sets;
-  delete[] wordsOfKey;
-}
-
-bool TWORDINDEX::build() {
-  if (!tried) built = indexShapes() && indexKeys();
-  tried = true;
-  return built;
-}
 
 TKEYWORDSEARCH::TKEYWORDSEARCH(const KWIMAGE& data, const TBLOCKVECT& list,
                                TBLOCK recipient, int tipsOnly)
@@ -171,10 +116,20 @@ TKEYWORDSEARCH::TKEYWORDSEARCH(const KWIMAGE& data, const TBLOCKVECT& list,
   lineWork = kMaxLinePasses * (lineWork + 1024);
 }
 
-void TKEYWORDSEARCH::use(const TWORDINDEX* wordIndex, const HSTUFF* stuff) {
-  index = wordIndex;
-  phraseShapes = stuff ? stuff->patterns.shapes : nullptr;
-}
+TKEYWORDSEARCH::TKEYWORDSEARCH(const HSTUFF& stuff, const TWORDINDEX& wordIndex,
+                               TBLOCK recipient, int tipsOnly)
+    : image(stuff.image),
+      words(wordIndex.words),
+      context(recipient),
+      onlyWithTips(tipsOnly),
+      starts(words.count()),
+      index(&wordIndex),
+      phraseShapes(stuff.patterns.shapes),
+      lineWork(kMaxLinePasses * (wordIndex.bytes + 1024)),
+      work(0),
+      memo(),
+      sum(0),
+      hits(0) {}
 
 void TKEYWORDSEARCH::startLine(const TQKLINE* line) {
   uint32_t alternatives = 0;
@@ -188,34 +143,11 @@ void TKEYWORDSEARCH::startLine(const TQKLINE* line) {
   work = lineWork * (1 + alternatives / kAlternativesOfPass);
 }
 
-void TWORDINDEX::addToSets(uint32_t firstSet, uint32_t letters, uint32_t word) {
-  const uint64_t bit = uint64_t{1} << (word % kWordsInPart);
-  uint64_t* part = sets + size_t{firstSet} * parts + word / kWordsInPart;
-  for (uint32_t left = letters & kAllLetters; left; left &= left - 1)
-    part[size_t{LowestBit(left)} * parts] |= bit;
-}
-
-bool TWORDINDEX::indexShapes() {
-  const uint32_t n = static_cast<uint32_t>(words.count());
-  parts = (n + kWordsInPart - 1) / kWordsInPart;
-  shapes = new (std::nothrow) TWORDSHAPE[n];
-  sets = new (std::nothrow) uint64_t[size_t{kWordSets} * parts]();
-  if (!shapes || !sets) return false;
-  for (uint32_t i = 0; i < n; i++) {
-    const TWORDSHAPE shape = WordShape(words.get(static_cast<int32_t>(i)));
-    shapes[i] = shape;
-    addToSets(kFirstSets, shape.first, i);
-    addToSets(kAheadSets, shape.ahead, i);
-    addToSets(kLetterSets, shape.letters, i);
-  }
-  return true;
-}
-
 namespace {
 
 // The union of the sets of some letters, or all words for any byte.
 uint64_t AnyOf(const uint64_t* sets, uint32_t parts, uint32_t letters) {
-  if (letters & ~kAllLetters) return ~uint64_t{0};
+  if (letters & ~(kAllLetters | kOtherBit)) return ~uint64_t{0};
   uint64_t words = 0;
   for (uint32_t left = letters; left; left &= left - 1)
     words |= sets[size_t{LowestBit(left)} * parts];
@@ -264,60 +196,6 @@ bool TKEYWORDSEARCH::mayBegin(uint32_t phrase, uint32_t options,
                               int32_t word) const {
   return !phraseShapes ||
          MayMatch(index->shapes[word], phraseShapes[phrase], options);
-}
-
-namespace {
-
-// Keys of the letters that a word's first byte may stand for.
-struct TKEYLOOKALIKE {
-  unsigned char byte;
-  const char* keys;
-};
-
-const TKEYLOOKALIKE kLookAlikes[] = {
-    {'0', "O"}, {'1', "IL"}, {'3', "E"}, {'4', "A"},  {'5', "S"}, {'6', "BG"},
-    {'@', "A"}, {'$', "S"},  {'|', "L"}, {0xC7, "E"}, {'O', "#"}, {'l', "I"}};
-
-// The keys that a word is tried under, each once; their number.
-uint32_t WordKeys(TBLOCK word, unsigned char keys[kMaxWordKeys]) {
-  uint32_t n = 0;
-  keys[n++] = 0;
-  const unsigned char own = GetWordKey(word);
-  if (own) keys[n++] = own;
-  if (word.length <= 3) return n;
-  for (const TKEYLOOKALIKE& row : kLookAlikes) {
-    if (row.byte != word[0]) continue;
-    for (const char* key = row.keys; *key; key++)
-      keys[n++] = static_cast<unsigned char>(*key);
-  }
-  return n;
-}
-
-}  // namespace
-
-// A counting sort by key: first the sizes, one place up, then the words.
-bool TWORDINDEX::indexKeys() {
-  unsigned char keys[kMaxWordKeys];
-  const int32_t wordCount = words.count();
-  uint32_t total = 0;
-  for (int32_t i = 0; i < wordCount; i++) {
-    const TBLOCK word = words.get(i);
-    const uint32_t n = word.empty() ? 0 : WordKeys(word, keys);
-    for (uint32_t k = 0; k < n; k++) keyOffset[keys[k] + 1]++;
-    total += n;
-  }
-  wordsOfKey = new (std::nothrow) uint32_t[total];
-  if (!wordsOfKey) return false;
-  for (int32_t i = 0; i < 256; i++) keyOffset[i + 1] += keyOffset[i];
-  uint32_t next[256];
-  for (int32_t i = 0; i < 256; i++) next[i] = keyOffset[i];
-  for (int32_t i = 0; i < wordCount; i++) {
-    const TBLOCK word = words.get(i);
-    const uint32_t n = word.empty() ? 0 : WordKeys(word, keys);
-    for (uint32_t k = 0; k < n; k++)
-      wordsOfKey[next[keys[k]]++] = static_cast<uint32_t>(i);
-  }
-  return true;
 }
 
 namespace {
@@ -418,6 +296,16 @@ bool IsOfSingleWords(const KWIMAGE& image, const TQKAND* group) {
   return true;
 }
 
+// From which word on a group that is not among the kNearWords from `from` on is
+// within reach.
+int32_t StartNear(const TQKAND* group, uint32_t options, TGROUPMEMO& memo,
+                  TKEYWORDSEARCH& search, int32_t from) {
+  TPHRASEMATCH match = {0, 0, 0};
+  const int32_t place = FindGroup(group, options, memo, search, from,
+                                  search.words.count(), match);
+  return place < 0 ? kNever : place - kNearWords + 1;
+}
+
 // How a line fared from one word on.
 struct TLINETRY {
   uint32_t bits;      // of the last comparison; 0: not found
@@ -463,7 +351,9 @@ TLINETRY TryLine(const TQKLINE* line, TKEYWORDSEARCH& search, int32_t start) {
       if (firstJoiner == ',' || search.work < 0) return result;
       const bool settled = place < 0 && !near && (ordered || joiner == ',');
       if (!settled) result.retryFrom = firstPlace + 1;
-      if (g == 0 && place < 0 && !near) result.retryFrom = kNever;
+      if (g == 0 && place < 0)
+        result.retryFrom =
+            near ? StartNear(group, options, memo, search, from) : kNever;
       return result;
     }
     present = place + match.used;
@@ -566,7 +456,8 @@ void TQMDICO::matchKey(const TQKLINE* line, TKEYWORDSEARCH& search) {
 
 void TQMDICO::keepWords(const TBLOCKVECT& words) {
   if (keptCount == kKeptLists) return;
-  TWORDINDEX* const kept = new (std::nothrow) TWORDINDEX(words);
+  TWORDINDEX* const kept =
+      new (std::nothrow) TWORDINDEX(words, stuff ? stuff->wordFilter : nullptr);
   if (kept) keptWords[keptCount++] = kept;
 }
 
@@ -574,17 +465,51 @@ void TQMDICO::forgetWords() {
   while (keptCount > 0) delete keptWords[--keptCount];
 }
 
-// The index of the words: one that is kept, or `own`. Null when memory is
-// short.
-const TWORDINDEX* TQMDICO::indexOf(const TBLOCKVECT& words, TWORDINDEX& own) {
-  TWORDINDEX* index = &own;
-  for (int32_t i = 0; i < keptCount; i++)
-    if (&keptWords[i]->words == &words) index = keptWords[i];
-  return index->build() ? index : nullptr;
-}
+// A section's lines at the words of a list: those that may match, in the order
+// of the section.
+struct TQMDICO::TLINEWALK {
+  const TQKSECTION* section;
+  TWORDINDEX own;     // of words that are not kept
+  TWORDINDEX* index;  // of the words
+  const TBITSET* may;
+  uint32_t at, end;  // lines of the image
 
-// Lines don't depend on each other, so they are taken key by key, and only for
-// the keys that the words have.
+  TLINEWALK(const TQMDICO& dico, const TQKSECTION* toWalk,
+            const TBLOCKVECT& words)
+      : section(toWalk),
+        own(words, dico.stuff ? dico.stuff->wordFilter : nullptr),
+        index(&own),
+        may(nullptr),
+        at(0),
+        end(0) {
+    if (!IsPatternSection(section) || words.count() == 0) return;
+    for (int32_t i = 0; i < dico.keptCount; i++)
+      if (&dico.keptWords[i]->words == &words) index = dico.keptWords[i];
+    may = index->lines();
+    at = section->first;
+    end = at + dico.image().lineCountOf(section);
+  }
+
+  // Whether there is a line, or memory.
+  bool begin() {
+    skip();
+    return at < end && index->build();
+  }
+  bool next() {
+    at++;
+    skip();
+    return at < end;
+  }
+
+ private:
+  void skip() {
+    if (may) at = NextBit(may, at, end);
+  }
+};
+
+// Lines don't depend on each other, so that all that may match can be taken in
+// their order; else they are taken key by key, for the keys that the words
+// have.
 int32_t TQMDICO::findKeywords(const TQKSECTION* section,
                               const TBLOCKVECT& words, TBLOCK context,
                               int onlyWithTips, int32_t maxWords,
@@ -592,38 +517,40 @@ int32_t TQMDICO::findKeywords(const TQKSECTION* section,
   hits = 0;
   if (!IsPatternSection(section)) return 0;
   clearSectionMatchCount(section);
-  if (words.count() == 0) return 0;
-  TLINEORDER ownOrder;
-  TWORDINDEX ownIndex(words);
-  const TLINEORDER* order = OrderOf(stuff, section, ownOrder);
-  const TWORDINDEX* index = indexOf(words, ownIndex);
-  if (!order || !index) return 0;
-  TKEYWORDSEARCH search(image(), words, context, onlyWithTips);
-  search.use(index, stuff);
+  TLINEWALK walk(*this, section, words);
+  if (!walk.begin()) return 0;
+  TKEYWORDSEARCH search(*stuff, *walk.index, context, onlyWithTips);
   if (maxWords > 0 && maxWords < search.starts) search.starts = maxWords;
-  uint32_t i = 0;
-  for (uint32_t r = 0; r < order->runCount; r++) {
-    const TLINEORDER::TKEYRUN& run = order->runs[r];
-    if (index->keyOffset[run.key] == index->keyOffset[run.key + 1]) i = run.end;
-    for (; i < run.end; i++)
-      matchKey(image().line(section->first + order->places[i]), search);
+  if (walk.may) {
+    do matchKey(image().line(walk.at), search);
+    while (walk.next());
+  } else {
+    matchAllKeys(section, search);
   }
   hits = search.hits;
   return ClampScore(search.sum);
 }
 
+void TQMDICO::matchAllKeys(const TQKSECTION* section, TKEYWORDSEARCH& search) {
+  TLINEORDER own;
+  const TLINEORDER* order = OrderOf(stuff, section, own);
+  const uint32_t* const offset = search.index->keyOffset;
+  uint32_t i = 0;
+  for (uint32_t r = 0; order && r < order->runCount; r++) {
+    const TLINEORDER::TKEYRUN& run = order->runs[r];
+    if (offset[run.key] == offset[run.key + 1]) i = run.end;
+    for (; i < run.end; i++)
+      matchKey(image().line(section->first + order->places[i]), search);
+  }
+}
+
 int TQMDICO::beginByKeywords(const char* section, const TBLOCKVECT& words,
                              TBLOCK context, const TQKLINE*& line) {
-  const TQKSECTION* found = findSection(section);
-  if (!IsPatternSection(found)) return 0;
-  TWORDINDEX ownIndex(words);
-  const TWORDINDEX* index = indexOf(words, ownIndex);
-  if (!index) return 0;
-  TKEYWORDSEARCH search(image(), words, context, 0);
-  search.use(index, stuff);
-  const uint32_t n = image().lineCountOf(found);
-  for (uint32_t l = 0; l < n; l++) {
-    const TQKLINE* candidate = image().line(found->first + l);
+  TLINEWALK walk(*this, findSection(section), words);
+  if (!walk.begin()) return 0;
+  TKEYWORDSEARCH search(*stuff, *walk.index, context, 0);
+  do {
+    const TQKLINE* candidate = image().line(walk.at);
     if (isCounted(candidate)) continue;
     search.startLine(candidate);
     const TLINETRY tried = TryLine(candidate, search, 0);
@@ -631,7 +558,7 @@ int TQMDICO::beginByKeywords(const char* section, const TBLOCKVECT& words,
     countMatch(candidate, tried.allBits);
     line = candidate;
     return 1;
-  }
+  } while (walk.next());
   return 0;
 }
 
@@ -639,18 +566,13 @@ int TQMDICO::beginByKeywords(const char* section, const TBLOCKVECT& words,
 // from the earliest word on.
 int TQMDICO::findFirstKeyword(const char* section, const TBLOCKVECT& words,
                               TBLOCK context, const TQKLINE*& line) {
-  const TQKSECTION* found = findSection(section);
-  if (!IsPatternSection(found)) return 0;
-  TWORDINDEX ownIndex(words);
-  const TWORDINDEX* index = indexOf(words, ownIndex);
-  if (!index) return 0;
-  TKEYWORDSEARCH search(image(), words, context, 0);
-  search.use(index, stuff);
-  const uint32_t n = image().lineCountOf(found);
+  TLINEWALK walk(*this, findSection(section), words);
+  if (!walk.begin()) return 0;
+  TKEYWORDSEARCH search(*stuff, *walk.index, context, 0);
   int32_t bestStart = words.count();
   uint32_t bestBits = 0;
-  for (uint32_t l = 0; l < n && bestStart > 0; l++) {
-    const TQKLINE* candidate = image().line(found->first + l);
+  do {
+    const TQKLINE* candidate = image().line(walk.at);
     if (isCounted(candidate)) continue;
     search.startLine(candidate);
     for (int32_t start = 0; start < bestStart;) {
@@ -662,7 +584,7 @@ int TQMDICO::findFirstKeyword(const char* section, const TBLOCKVECT& words,
       }
       start = tried.retryFrom;
     }
-  }
+  } while (bestStart > 0 && walk.next());
   if (bestStart == words.count()) return 0;
   countMatch(line, bestBits);
   return 1;

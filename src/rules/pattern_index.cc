@@ -8,6 +8,8 @@
 
 #include <new>
 
+#include "rules/qm_dico.h"
+
 namespace {
 
 // Sections that are prepared; a damaged image may claim any number.
@@ -24,7 +26,11 @@ TPATTERNSHAPE PhraseShape(const KWIMAGE& image, const TQKOR* phrase,
     return AnyShape();
   bytesLeft -= pattern.length;
   // Without an optional word any other may come first.
-  return TakeOptional(pattern) ? AnyShape() : PatternShape(pattern);
+  int verdict = 0;
+  if (TakeOptional(pattern) ||
+      TQMDICO::MatchSpecial(TBLOCK(), pattern, TBLOCK(), verdict))
+    return AnyShape();
+  return PatternShape(pattern);
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include "regex/regex_pool.h"
 #include "rules/pattern_book.h"
 #include "rules/rule_book.h"
+#include "rules/word_filter.h"
 
 namespace {
 
@@ -148,6 +149,7 @@ HSTUFF::HSTUFF(BLOCK* ownedImage)
       named(0, hashExact),
       rules(nullptr),
       patternBook(nullptr),
+      wordFilter(nullptr),
       ownImage(ownedImage),
       image(ownedImage ? ownedImage->view()
                        : TBLOCK(ReadyKWO, getReadyKWOLen())),
@@ -163,6 +165,7 @@ HSTUFF::HSTUFF(BLOCK* ownedImage)
 HSTUFF::~HSTUFF() {
   delete rules;
   delete patternBook;
+  delete wordFilter;
   for (int32_t i = lineTables.first(); i >= 0; lineTables.next(i))
     delete reinterpret_cast<HASHTAB*>(lineTables.getData(i));
   delete ownImage;
@@ -248,11 +251,11 @@ TQMDICO::TQMDICO(REGEXPOOL* poolToUse, HSTUFF* stuffToShare)
 }
 
 TQMDICO::~TQMDICO() {
-  forgetWords();
   release();
 }
 
 void TQMDICO::release() {
+  forgetWords();
   if (!sharedStuff) delete stuff;
   stuff = nullptr;
   sharedStuff = 0;
@@ -341,6 +344,7 @@ void TQMDICO::prepareRules() {
   stuff->rules = new (std::nothrow) RULEBOOK(*this);
   stuff->patternBook = new (std::nothrow) PATTERNBOOK(*this);
   stuff->fieldLetters.prepare(*this);
+  stuff->wordFilter = new (std::nothrow) WORDFILTER(image());
 }
 
 const TQMRULE* TQMDICO::preparedRule(const TQKLINE* line) const {

@@ -30,9 +30,10 @@ class REGEXPOOL;
 class PATTERNBOOK;
 class RULEPATTERN;
 class RULEBOOK;
+class WORDFILTER;
 struct TQMRULE;
 struct TKEYWORDSEARCH;  // of keyword_search.cc
-struct TWORDINDEX;      // likewise
+struct TWORDINDEX;      // of word_index.h
 
 // Stores the digest by which a section of that name is found, 16 bytes: 1, or 0
 // for a name that no section can have.
@@ -52,6 +53,7 @@ class HSTUFF {
   // Owned; null until TQMDICO::prepareRules.
   RULEBOOK* rules;
   PATTERNBOOK* patternBook;
+  WORDFILTER* wordFilter;
   FIELDLETTERS fieldLetters;  // none until TQMDICO::prepareRules
   BLOCK* ownImage;            // owned image; null for the one of the library
   KWIMAGE image;
@@ -118,9 +120,9 @@ class TQMDICO {
   int anyWarning(STR& text) const;
   // Compiles the patterns of all rules and patterns into the pool.
   void precompileRegexesIntoPool();
-  // Parses all rules of the present image, and finds the patterns of its lines,
-  // for those that share `stuff`. Patterns are looked up in the pool, which
-  // must outlive `stuff`.
+  // Parses all rules of the present image, finds the patterns of its lines and
+  // builds the filter of its words, for those that share `stuff`. Patterns are
+  // looked up in the pool, which must outlive `stuff`.
   void prepareRules();
   // The rule of a line; null when it was not prepared.
   const TQMRULE* preparedRule(const TQKLINE* line) const;
@@ -251,6 +253,8 @@ class TQMDICO {
                        const TQKLINE*& line);
 
  private:
+  struct TLINEWALK;
+
   static const int32_t kKeptLists = 3;
 
   TLINECOUNTS uncounted;  // of a line that has no counters; always zeros
@@ -267,7 +271,7 @@ class TQMDICO {
   // Whether the line has counted and is passed over.
   bool isSpent(const TQKLINE* line);
   void countHit(const TQKLINE* line);
-  const TWORDINDEX* indexOf(const TBLOCKVECT& words, TWORDINDEX& own);
+  void matchAllKeys(const TQKSECTION* section, TKEYWORDSEARCH& search);
   // A line at the words that have its key.
   void matchKey(const TQKLINE* line, TKEYWORDSEARCH& search);
   bool isCounted(const TQKLINE* line);

@@ -189,15 +189,15 @@ bool WORDFILTER::BUILDER::shrinkTable() {
   uint32_t bits = 1;
   while (bits < kMaxTableBits && (1u << bits) < 2 * filter.termCount) bits++;
   TTERM* const large = filter.table;
-  TTERM* const table = new (std::nothrow) TTERM[size_t{1} << bits]();
-  if (!table) return false;
-  filter.table = table;
+  TTERM* const small = new (std::nothrow) TTERM[size_t{1} << bits]();
+  if (!small) return false;
+  filter.table = small;
   filter.tableBits = bits;
   for (uint32_t i = 0; i < 1u << kMaxTableBits; i++) {
     if (!large[i].number) continue;
     uint32_t at = filter.slotOf(large[i].key);
-    while (table[at].number) at = (at + 1) & ((1u << bits) - 1);
-    table[at] = large[i];
+    while (small[at].number) at = (at + 1) & ((1u << bits) - 1);
+    small[at] = large[i];
   }
   delete[] large;
   return true;

@@ -187,7 +187,7 @@ expect 'no name' 0 "$cli" dict --find EmailNames zzz <<'END'
 not found
 END
 expect 'a charset' 0 "$cli" dict --find EasternCharset KOI8-R <<'END'
-found: score 200: Cyrillic|koi8*
+found: score 20: Cyrillic|koi8*
 END
 expect 'a field' 0 "$cli" dict --find HdrFieldNames subject <<'END'
 found: S

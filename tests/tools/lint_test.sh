@@ -121,6 +121,13 @@ a.example
 .exe
 [\$BlackPhones]
 <10>+33 1
+[&SenderWords]
+Round
+[&Round]
+Words2
+Round2
+[&Round2]
+Round
 X
 expect "findings" 1 bad.kws <<'X'
 bad.kws:3:1: warning: no line of this section has a score
@@ -150,6 +157,8 @@ bad.kws:43:1: warning: the line needs SHOWN-HOST:TARGET-HOST
 bad.kws:45:5: warning: no fingerprint of a header: six or seven characters stand behind the last @
 bad.kws:47:1: warning: what is looked up has no dot in front
 bad.kws:49:5: warning: numbers are looked up by their digits
+bad.kws:54:1: warning: this leads back to the list that it is in
+bad.kws:56:1: warning: this leads back to the list that it is in
 X
 
 # What the compiler refuses is told, too, and --json says the same.

@@ -107,9 +107,11 @@ class Lint {
   void addGroup(const std::string& name);
   void ask(const std::string& name, const char* prefixes, unsigned flags);
   bool isAsked(const std::string& name) const;
+  bool leadsTo(const std::string& from, const std::string& to) const;
   unsigned flagsOf(const SourceSection& section) const;
   void checkName(const SourceSection& section);
   void checkPrefix(const SourceSection& section, const char* prefixes);
+  void checkCircle(const SourceSection& section);
   void checkScores(const SourceSection& section);
   void checkRepeats(const SourceSection& section);
   void checkPatterns(const SourceSection& section);
@@ -125,6 +127,8 @@ class Lint {
   const TQMDICO dico_;                         // knows the fields of rules
   std::map<std::string, AskedSection> asked_;  // by folded name
   std::set<std::string> groups_;               // of word groups
+  // Lists of sections, and what they list.
+  std::map<std::string, std::vector<std::string>> lists_;
 };
 
 bool IsNamed(const SourceSection& section, const char* name) {
@@ -213,8 +217,10 @@ void Lint::addReferences(const SourceSection& section) {
     if (deep) ask(name + "-hash", "$*", kScores);
     // The names in the section of a group are those of subgroups.
     if (section.type() == stSectionList &&
-        !groups_.count(FoldName(View(SectionName(section)))))
+        !groups_.count(FoldName(View(SectionName(section))))) {
       ask(name, " &", kScores);
+      lists_[FoldName(View(SectionName(section)))].push_back(name);
+    }
   }
 }
 
@@ -260,6 +266,32 @@ void Lint::checkName(const SourceSection& section) {
     checkPrefix(section, "^");
   else if (!patch_)
     messages_.warning(section.start, 0, "no check reads this section");
+}
+
+bool Lint::leadsTo(const std::string& from, const std::string& to) const {
+  std::set<std::string> seen;
+  std::vector<std::string> open = {from};
+  while (!open.empty()) {
+    const std::string name = open.back();
+    open.pop_back();
+    if (name == to) return true;
+    const auto list = lists_.find(name);
+    if (list == lists_.end() || !seen.insert(name).second) continue;
+    open.insert(open.end(), list->second.begin(), list->second.end());
+  }
+  return false;
+}
+
+// Words below a list that names itself, by way of others or not, would count as
+// often as a search may go round.
+void Lint::checkCircle(const SourceSection& section) {
+  const std::string list = FoldName(View(SectionName(section)));
+  if (!lists_.count(list)) return;
+  for (const SourceLine& line : section.lines) {
+    int32_t score;
+    if (leadsTo(Folded(LintedText(section, line, &score)), list))
+      messages_.warning(line, 0, "this leads back to the list that it is in");
+  }
 }
 
 // Lines of strings, rules and patterns without a score, among others with one,
@@ -407,6 +439,7 @@ void Lint::run(TKwObj* object) {
     if (section.start.text.empty()) continue;  // the compiler's own
     const KnownSection* known = FindKnownSection(SectionName(section));
     checkName(section);
+    checkCircle(section);
     checkScores(section);
     checkRepeats(section);
     checkPatterns(section);

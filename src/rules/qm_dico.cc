@@ -22,7 +22,6 @@
 
 namespace {
 
-const uint32_t kMaxSectionName = 2048;  // bytes; from here on there is none
 const int32_t kFieldNameCapacity = 128;
 // Bytes of keys in all indexes: lines may share their text, but not without
 // end.
@@ -31,25 +30,6 @@ const uint64_t kMaxIndexedBytes = 1 << 28;
 const int32_t kMaxLineText = 1 << 20;
 // Lines of one getSectionScore, against lists of sections that name each other.
 const uint32_t kMaxSummedLines = 200000;
-
-const TQKSECTION* AsSection(void* data) {
-  return static_cast<const TQKSECTION*>(data);
-}
-
-const char* const kNames[] = {
-#include "rules/section_names.inc"
-};
-
-// The section of a name, or null.
-const TQKSECTION* FindByName(const HSTUFF& stuff, TBLOCK name) {
-  void* section = nullptr;
-  if (stuff.named.find(name, section) >= 0) return AsSection(section);
-  unsigned char digest[MD5::kDigestBytes];
-  if (!SectionDigest(name, digest)) return nullptr;
-  void* found = nullptr;
-  stuff.sections.find(TBLOCK(digest, sizeof digest), found);
-  return AsSection(found);
-}
 
 // Appends the words of a pattern line, see TQMDICO::getLineText.
 class LINEPRINTER {
@@ -135,18 +115,13 @@ class SECTIONSUM {
 
 }  // namespace
 
-int SectionDigest(TBLOCK name, unsigned char* digest) {
-  if (name.empty() || name.length >= kMaxSectionName) return 0;
-  GetNameDigest(name, digest);
-  return 1;
-}
-
 // ==== HSTUFF
 
 HSTUFF::HSTUFF(BLOCK* ownedImage)
     : lineTables(0, hashExact),
       fieldNames(kFieldNameCapacity, hashAsciiLower),
       named(0, hashExact),
+      namedText(0, BLOCK::_DEFALLOCSIZE),
       rules(nullptr),
       patternBook(nullptr),
       wordFilter(nullptr),
@@ -206,14 +181,6 @@ void HSTUFF::indexLines(const TQKSECTION* section, uint64_t& linesLeft,
   if (lineTables.insert(image.sectionName(section), table) < 0) delete table;
 }
 
-void HSTUFF::indexNames() {
-  for (const char* name : kNames) {
-    const TBLOCK key(name);
-    const TQKSECTION* section = FindByName(*this, key);
-    named.insert(key, const_cast<TQKSECTION*>(section));
-  }
-}
-
 void HSTUFF::indexFieldNames() {
   TBLOCK rest(_REGEXFIELDNAMES);
   for (intptr_t number = 1; !rest.empty(); number++)
@@ -223,7 +190,7 @@ void HSTUFF::indexFieldNames() {
 
 void HSTUFF::readVersion() {
   const TBLOCK kKey("version=");
-  const TQKSECTION* section = FindByName(*this, TBLOCK("param"));
+  const TQKSECTION* section = findSection(TBLOCK("param"));
   const uint32_t n = image.lineCountOf(section);
   for (uint32_t i = 0; i < n; i++) {
     TBLOCK line = image.lineBlock(image.sectionLine(section, i));
@@ -345,6 +312,7 @@ void TQMDICO::prepareRules() {
   stuff->patternBook = new (std::nothrow) PATTERNBOOK(*this);
   stuff->fieldLetters.prepare(*this);
   stuff->wordFilter = new (std::nothrow) WORDFILTER(image());
+  stuff->prepareNames();
 }
 
 const TQMRULE* TQMDICO::preparedRule(const TQKLINE* line) const {
@@ -375,7 +343,7 @@ const TQKSECTION* TQMDICO::findSection(const char* name) const {
 }
 
 const TQKSECTION* TQMDICO::findSection(TBLOCK name) const {
-  return stuff ? FindByName(*stuff, name) : nullptr;
+  return stuff ? stuff->findSection(name) : nullptr;
 }
 
 TBLOCK TQMDICO::lineBlock(const TQKLINE* line) const {

@@ -2,6 +2,7 @@
 // counters; HSTUFF: the indexes of one dictionary image, shared by scans.
 //
 //   qm_dico.cc         loading, indexes, lines as text
+//   section_names.cc   names of sections that scans ask for
 //   section_lookup.cc  one text against a section, by its type
 //   hashed_lookup.cc   sections with an index, and sorted digests
 //   keyword_search.cc  the words of a text against pattern lines
@@ -49,6 +50,7 @@ class HSTUFF {
   HASHTAB lineTables;  // the same -> HASHTAB* of its lines, owned
   HASHTAB fieldNames;  // rule field -> its number, as a word
   HASHTAB named;       // names that code asks for -> their section or null
+  BLOCK namedText;     // those of them that prepareNames has composed
   FILTERSECTIONS filterSections;
   // Owned; null until TQMDICO::prepareRules.
   RULEBOOK* rules;
@@ -69,12 +71,19 @@ class HSTUFF {
   HSTUFF(const HSTUFF&) = delete;
   HSTUFF& operator=(const HSTUFF&) = delete;
 
+  // Adds to `named` what scans compose of the names there, of the members of
+  // lists and of groups of words. For once, before scans share it.
+  void prepareNames();
+  // The section of that name, or null.
+  const TQKSECTION* findSection(TBLOCK name) const;
+
  private:
   void indexSections();
   void indexLines(const TQKSECTION* section, uint64_t& linesLeft,
                   uint64_t& bytesLeft);
   void indexFieldNames();
   void indexNames();
+  void addName(TBLOCK name);
   void readVersion();
 };
 
@@ -120,9 +129,10 @@ class TQMDICO {
   int anyWarning(STR& text) const;
   // Compiles the patterns of all rules and patterns into the pool.
   void precompileRegexesIntoPool();
-  // Parses all rules of the present image, finds the patterns of its lines and
-  // builds the filter of its words, for those that share `stuff`. Patterns are
-  // looked up in the pool, which must outlive `stuff`.
+  // Parses all rules of the present image, finds the patterns of its lines,
+  // builds the filter of its words and looks up composed names of sections, for
+  // those that share `stuff`. Patterns are looked up in the pool, which must
+  // outlive `stuff`.
   void prepareRules();
   // The rule of a line; null when it was not prepared.
   const TQMRULE* preparedRule(const TQKLINE* line) const;

@@ -119,6 +119,45 @@ TEST(QmDicoTest, ScoresOfWhatWasCounted) {
   EXPECT_EQ(-1, dico.lineIndex("a", image.line(2)));
 }
 
+// What prepareRules keeps of names is what a search finds, of any list.
+TEST(QmDicoTest, KeptNamesAnswerAsOthers) {
+  const std::string longest(2047, 'N');
+  std::string image = MakeImage(
+      {{"ScamGroups", stString, 0, {"+Gold", "", "+", longest, "Gone"}},
+       {"gold", stSectionList, 0, {"+bar", "gold"}},
+       {"Gold-Words", stSectionList, 0, {"Gold-Words", "More"}},
+       {"Gold\\bar-Regex", stRule, 0, {}},
+       {"No-More", stRule, 0, {}},
+       {"More", stPattern, 0, {"a"}},
+       {longest, stString, 0, {"+"}}});
+  const char* const names[] = {
+      "Gold",         "GOLD",       "Gold-Group",          "No-Gold-Words",
+      "Gold-Words",   "Gone-Regex", "Gold\\bar-Regex",     "Gold\\bar",
+      "More",         "No-More",    "No-Gold\\gold-Regex", "ScamGroups",
+      "No-ScamGroups"};
+  for (const uint32_t lines : {WordAt(image, hwLines), 5u, 0u}) {
+    SetWord(image, hwLines, lines);
+    TQMDICO plain(nullptr, nullptr), kept(nullptr, nullptr);
+    if (!plain.loadKeywordsFromBlock(BlockOf(image))) continue;
+    ASSERT_TRUE(kept.loadKeywordsFromBlock(BlockOf(image)));
+    REGEXPOOL pool;
+    kept.pool = &pool;
+    kept.prepareRules();
+    void* found = nullptr;
+    if (lines > 5) {
+      EXPECT_GE(kept.stuff->named.find(TBLOCK("Gone-Regex"), found), 0);
+      EXPECT_GE(kept.stuff->named.find(TBLOCK("Gold\\bar-Regex"), found), 0);
+      EXPECT_GE(kept.stuff->named.find(TBLOCK("No-More"), found), 0);
+      EXPECT_NE(nullptr, found);
+    }
+    for (const char* name : names) {
+      const TQKSECTION* a = plain.findSection(name);
+      const TQKSECTION* b = kept.findSection(name);
+      EXPECT_EQ(a ? a->first : UINT32_MAX, b ? b->first : UINT32_MAX) << name;
+    }
+  }
+}
+
 TEST(QmDicoTest, PatternsOfSectionsAreCompiledOnce) {
   REGEXPOOL pool;
   TQMDICO dico(&pool, nullptr);

@@ -76,3 +76,30 @@ build_preset() {
   quietly "$folder/build.log" cmake --build "$folder" -j "$(nproc)" \
     ${1:+--target} "$@"
 }
+
+# What the fuzz targets need on top.
+QM_FUZZ_PACKAGES="clang libclang-rt-14-dev"
+
+# Builds the fuzz targets and runs each for a few seconds, from its seeds and
+# with its dictionary. Usage: run_fuzz SECONDS
+run_fuzz() {
+  fuzz_seconds=$1
+  fuzz_targets=$(cd "$top/fuzz" && ls ./*_fuzz.cc | sed 's#^./##; s#\.cc$##')
+  # shellcheck disable=SC2086
+  build_preset fuzz $fuzz_targets || return 1
+  for fuzz_target in $fuzz_targets; do
+    fuzz_name=${fuzz_target%_fuzz}
+    fuzz_work=$top/build/fuzz/work/$fuzz_name
+    rm -rf "$fuzz_work"
+    mkdir -p "$fuzz_work"
+    set -- "$fuzz_work"
+    [ -d "$top/fuzz/seeds/$fuzz_name" ] && set -- "$@" "$top/fuzz/seeds/$fuzz_name"
+    [ -f "$top/fuzz/$fuzz_name.dict" ] &&
+      set -- "-dict=$top/fuzz/$fuzz_name.dict" "$@"
+    say "Running $fuzz_target"
+    quietly "$top/build/fuzz/$fuzz_target.log" \
+      "$top/build/fuzz/fuzz/$fuzz_target" "-max_total_time=$fuzz_seconds" \
+      -seed=1 -timeout=60 "-artifact_prefix=$top/build/fuzz/$fuzz_target-" \
+      "$@" || return 1
+  done
+}

@@ -3,6 +3,7 @@
 //
 //   corpus_run [--checks] [--list-no-mail] [--slow MS] [--threads N] PATH...
 //   corpus_run --mutate SEED COUNT PATH...
+//   corpus_run --distort SEED COUNT [--most SECONDS] PATH...
 //
 // Each file is scanned four ways, from memory and from its file, without and
 // with a context, and then again with small and odd buffers. State, score,
@@ -18,6 +19,16 @@
 //
 // With --mutate each file is also scanned cut off at every length and COUNT
 // times with a few bytes changed; the changes follow from SEED alone.
+//
+// With --distort each file is scanned COUNT times after one to four heavier
+// changes in a row: cut off, a piece taken out, a piece of the file before put
+// in, bits flipped, a piece repeated up to thousands of times, wrapped in parts
+// or letters up to 70 deep. Most are scanned from memory and from a file on a
+// context, one of 16 in all ways. A scan that takes more than SECONDS (20) of
+// the thread's own is a fault.
+//
+// In all runs the bytes beside the record must stay as they were, and what is
+// input in it, too.
 //
 // Prints one row for each PATH and a total; every fault has a line with the
 // file's name. The digest of a row is that of all answers in it, byte for byte:
@@ -49,6 +60,9 @@ namespace {
 const size_t kMaxMessageBytes = 204800;
 const int kCauseBytes = 1 << 16;
 const int kMaxChanges = 8;  // bytes changed by one mutation
+const int kMaxDistortions = 4;
+const int kFullEvery = 16;  // distortions: one of so many in all ways
+const size_t kMargin = 64;  // bytes ahead of a record and behind it
 const char kNoMail[] = "This is not a mail";
 
 struct Options {
@@ -56,7 +70,8 @@ struct Options {
   bool listNoMail = false;
   int threads = 0;
   double slowMs = 0;
-  bool mutate = false;
+  bool mutate = false, distort = false;
+  double most = 20;  // seconds of a scan, with distort
   uint64_t seed = 0;
   int count = 0;
 };
@@ -107,12 +122,18 @@ class Exact {
   const size_t size;
 };
 
+double ThreadNow() {
+  timespec t;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+  return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9;
+}
+
 struct Result {
   int returned = 0, state = -99, score = 0;
   int headerLength = -1, headerOutLength = -1, headerOutSize = -1;
   std::string cause, version, params, header;
-  double seconds = 0;
-  bool messageKept = false;
+  double seconds = 0, threadSeconds = 0;
+  bool messageKept = false, marginsKept = false, inputsKept = false;
 };
 
 // Of the host's buffers.
@@ -155,7 +176,7 @@ class Runner {
  public:
   explicit Runner(const Options& options)
       : options_(options), context_(QmCreateSpeedupContext()) {
-    if (options.mutate) {
+    if (options.mutate || options.distort) {
       const int fd = mkstemp(tempPath_);
       if (fd < 0) abort();
       close(fd);
@@ -163,7 +184,7 @@ class Runner {
   }
   ~Runner() {
     QmReleaseSpeedupContext(context_);
-    if (options_.mutate) unlink(tempPath_);
+    if (options_.mutate || options_.distort) unlink(tempPath_);
   }
 
   Figures figures;
@@ -178,6 +199,8 @@ class Runner {
               Sizes sizes);
   void runFile(const std::string& path);
   void runMutations(const std::string& path, const std::string& message);
+  void runDistortions(const std::string& path, const std::string& message);
+  void runBothWays(const std::string& message);
   void runMessage(const std::string& message, const char* path);
   void runSmallBuffers(const std::string& message, const Result& full);
   void compare(const Result& a, const Result& b, const char* what,
@@ -189,6 +212,7 @@ class Runner {
   void* context_;
   std::string name_;  // of the message in hand, for faults
   std::vector<Mail> mails_;
+  std::string other_;  // the message of the file before, for splices
   char tempPath_[40] = "/tmp/corpus_run-XXXXXX";
 };
 
@@ -207,6 +231,16 @@ std::string TextOf(const Exact& buffer) {
 const uint32_t kAllChecks = QM_CHECK_VIRUS | QM_CHECK_NOTIFICATION |
                             QM_CHECK_COMMERCIAL | QM_CHECK_SUSPECT;
 
+// Whether a scan left alone what is not its own to write.
+bool KeepsInputs(const QMINFO& given, QMINFO left) {
+  left.headerOutSize = given.headerOutSize;
+  left.headerLength = given.headerLength;
+  left.headerOutLength = given.headerOutLength;
+  left.state = given.state;
+  left.score = given.score;
+  return memcmp(&given, &left, sizeof given) == 0;
+}
+
 // Scans from memory, or from a file with a path. Writes to nothing that
 // threads share.
 Result Scan(const std::string& message, const char* path, void* context,
@@ -218,10 +252,10 @@ Result Scan(const std::string& message, const char* path, void* context,
   Exact version(static_cast<size_t>(sizes.version));
   Exact params(static_cast<size_t>(sizes.params));
   Exact header(static_cast<size_t>(sizes.header));
-  Exact record(sizeof(QMINFO));
+  Exact record(sizeof(QMINFO) + 2 * kMargin);
   QMGLOBALSETUP globalSetup = {8, kAllChecks};
   QMUSERSETUP userSetup = {20, -100, 200, 0, kAllChecks};
-  QMINFO* info = reinterpret_cast<QMINFO*>(record.bytes);
+  QMINFO* info = reinterpret_cast<QMINFO*>(record.bytes + kMargin);
   memset(info, 0, sizeof *info);
   info->size = sizeof *info;
   info->flags = QM_WANT_CAUSE | QM_REWRITE_HEADER;
@@ -247,9 +281,16 @@ Result Scan(const std::string& message, const char* path, void* context,
   info->paramsOutSize = sizes.params;
   info->headerOut = header.bytes;
   info->headerOutSize = sizes.header;
-  const double start = Now();
+  const QMINFO given = *info;
+  const double start = Now(), threadStart = ThreadNow();
   result.returned = QmScanMessageWithContext(info, context);
   result.seconds = Now() - start;
+  result.threadSeconds = ThreadNow() - threadStart;
+  const std::string margin(kMargin, '#');
+  result.marginsKept = memcmp(record.bytes, margin.data(), kMargin) == 0 &&
+                       memcmp(record.bytes + kMargin + sizeof *info,
+                              margin.data(), kMargin) == 0;
+  result.inputsKept = KeepsInputs(given, *info);
   result.messageKept = memcmp(copy.bytes, message.data(), message.size()) == 0;
   result.state = info->state;
   result.score = info->score;
@@ -271,6 +312,10 @@ Result Runner::scan(const std::string& message, const char* path, void* context,
   figures.seconds += result.seconds;
   figures.scannedBytes += static_cast<double>(message.size());
   if (!result.messageKept) fault("a byte of the caller's message was changed");
+  if (!result.marginsKept) fault("a byte beside the record was changed");
+  if (!result.inputsKept) fault("an input of the record was changed");
+  if (options_.distort && result.threadSeconds > options_.most)
+    fault("a scan took too long");
   return result;
 }
 
@@ -423,6 +468,97 @@ void Runner::runMutations(const std::string& path, const std::string& message) {
   }
 }
 
+// A piece of the text, most often a small one; all of it when it is short.
+std::string PieceOf(const std::string& text, uint64_t& state) {
+  if (text.empty()) return text;
+  const size_t most = Random(state) % 4 ? 200 : text.size();
+  const size_t n = 1 + Random(state) % std::min(most, text.size());
+  return text.substr(Random(state) % (text.size() - n + 1), n);
+}
+
+// The message as a part of a new one, `depth` times.
+std::string Nested(std::string text, int depth, bool letters) {
+  for (int i = 0; i < depth && text.size() < kMaxMessageBytes; i++) {
+    const std::string mark = "b" + std::to_string(i);
+    const std::string type =
+        letters ? "Content-Type: message/rfc822\r\n\r\n" : "";
+    text = "Content-Type: multipart/mixed; boundary=\"" + mark +
+           "\"\r\n\r\n--" + mark + "\r\n" + type + text + "\r\n--" + mark +
+           "--\r\n";
+  }
+  return text;
+}
+
+void Distort(std::string& text, const std::string& other, uint64_t& state) {
+  const size_t at = text.empty() ? 0 : Random(state) % text.size();
+  switch (Random(state) % 7) {
+    case 0:
+      text.resize(at);
+      break;
+    case 1:
+      text.erase(at, 1 + Random(state) % 400);
+      break;
+    case 2:
+      text.insert(at, PieceOf(other, state));
+      break;
+    case 3:
+      for (uint32_t i = Random(state) % 64; i < 64 && !text.empty(); i++)
+        text[Random(state) % text.size()] ^=
+            static_cast<char>(1 << Random(state) % 8);
+      break;
+    case 4: {
+      const std::string piece = PieceOf(text, state);
+      const size_t room = kMaxMessageBytes / 8 << Random(state) % 4;
+      std::string many;
+      for (uint32_t i = Random(state) % 8000; i > 0 && !piece.empty(); i--) {
+        if (text.size() + many.size() + piece.size() > room) break;
+        many += piece;
+      }
+      text.insert(at, many);
+      break;
+    }
+    case 5:
+      text = Nested(text, static_cast<int>(1 + Random(state) % 70), false);
+      break;
+    default:
+      text = Nested(text, static_cast<int>(1 + Random(state) % 20), true);
+  }
+}
+
+// The temporary file and its text, with the context only.
+void Runner::runBothWays(const std::string& message) {
+  const Sizes large = LargeSizes(message);
+  const Result shared = scan(message, nullptr, context_, large);
+  const Result file = scan(message, tempPath_, context_, large);
+  if (message.empty()) return;
+  if (message.size() < kMaxMessageBytes) {
+    compare(shared, file, "memory and file differ in the verdict", true);
+    if (AnswerOf(shared) != AnswerOf(file))
+      fault("memory and file differ in the answer");
+  }
+  figures.states[shared.state]++;
+  figures.digest = figures.digest * 31 + Digest(AnswerOf(shared));
+}
+
+void Runner::runDistortions(const std::string& path,
+                            const std::string& message) {
+  // Of the file's own, so that one alone can be run again.
+  uint64_t state = options_.seed ^ Digest(message);
+  for (int i = 0; i < options_.count; i++) {
+    name_ = path + " distortion " + std::to_string(i);
+    std::string changed = message;
+    const int changes = 1 + static_cast<int>(Random(state) % kMaxDistortions);
+    for (int k = 0; k < changes; k++) Distort(changed, other_, state);
+    if (!WriteFile(tempPath_, changed)) return fault("cannot write");
+    if (i % kFullEvery == kFullEvery - 1) {
+      runMessage(changed, tempPath_);
+    } else {
+      runBothWays(changed);
+    }
+  }
+  other_ = message;
+}
+
 void Runner::runFile(const std::string& path) {
   name_ = path;
   FILE* file = fopen(path.c_str(), "rb");
@@ -437,6 +573,7 @@ void Runner::runFile(const std::string& path) {
   figures.bytes += static_cast<double>(message.size());
   runMessage(message, path.c_str());
   if (options_.mutate) runMutations(path, message);
+  if (options_.distort) runDistortions(path, message);
 }
 
 void Runner::runPath(const std::string& path) {
@@ -480,7 +617,8 @@ void PrintRow(const Figures& f, const char* path) {
 int Usage() {
   fprintf(stderr,
           "usage: corpus_run [--checks] [--list-no-mail] [--slow MS] "
-          "[--threads N] [--mutate SEED COUNT] PATH...\n");
+          "[--threads N] [--mutate SEED COUNT] [--distort SEED COUNT] "
+          "[--most SECONDS] PATH...\n");
   return 64;
 }
 
@@ -499,8 +637,11 @@ int main(int argc, char** argv) {
       options.listNoMail = true;
     } else if (option == "--slow" && i + 1 < argc) {
       options.slowMs = atof(argv[++i]);
-    } else if (option == "--mutate" && i + 2 < argc) {
-      options.mutate = true;
+    } else if (option == "--most" && i + 1 < argc) {
+      options.most = atof(argv[++i]);
+    } else if ((option == "--mutate" || option == "--distort") &&
+               i + 2 < argc) {
+      (option == "--mutate" ? options.mutate : options.distort) = true;
       options.seed = strtoull(argv[++i], nullptr, 10);
       options.count = atoi(argv[++i]);
     } else {

@@ -621,10 +621,16 @@ static zr_way Back(zr_walker* w) {
   }
 }
 
+static uint32_t MostSteps(uint32_t length) {
+  const uint32_t room = (ZR_MAX_STEPS - ZR_STEPS) / ZR_STEPS_PER_BYTE;
+  return length < room ? ZR_STEPS + length * ZR_STEPS_PER_BYTE : ZR_MAX_STEPS;
+}
+
 static zr_way WalkAll(zr_walker* w) {
+  const uint32_t most = MostSteps(w->length);
   zr_way way = EnterAlternative(w, 0);
   while (way == ZR_WAY_FORWARD || way == ZR_WAY_BACK) {
-    if (++w->steps > ZR_MAX_STEPS || !HasRoom(w)) return ZR_WAY_EXHAUSTED;
+    if (++w->steps > most || !HasRoom(w)) return ZR_WAY_EXHAUSTED;
     way = way == ZR_WAY_FORWARD ? Forward(w) : Back(w);
   }
   return way;

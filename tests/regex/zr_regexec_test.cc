@@ -225,8 +225,8 @@ TEST(ZrRegexec, AllocatesOnlyForManyGroupsAndMuchBacktracking) {
       {"^([a-y]z?)+!", Times(1000, "ab") + "?!", ZR_NOMATCH, 2},
       {many, Times(70, "b"), ZR_OK, 1},
       {many, Times(69, "b"), ZR_NOMATCH, 0},
-      // The most cells that there may be, and no more.
-      {"x(a*)*y", "xy", ZR_NOMEMORY, 11},
+      // As many cells as the steps allow.
+      {"x(a*)*y", "xy", ZR_NOMEMORY, 8},
       // Steps without end.
       {"x(a+)+!", "x" + Times(40, "a") + "?!", ZR_NOMEMORY, 0},
   };

@@ -151,12 +151,16 @@ static bool AddClass(zr_search* search, const zr_grams& grams, uint32_t least,
   uint32_t width = most;
   for (uint32_t i = grams.first; i != ZR_NONE; i = list[i].next)
     if (IsInClass(list[i], least, width)) width = list[i].length;
-  uint32_t count = 0;
-  for (uint32_t i = grams.first; i != ZR_NONE; i = list[i].next)
-    if (IsInClass(list[i], least, most))
-      count += CountCombinations(
-          search, Stretch(search, list[i], width, grams.atStart), width);
-  if (count == 0) return true;
+  uint32_t pieces = 0, count = 0;
+  for (uint32_t i = grams.first; i != ZR_NONE; i = list[i].next) {
+    if (!IsInClass(list[i], least, most)) continue;
+    pieces++;
+    count += CountCombinations(
+        search, Stretch(search, list[i], width, grams.atStart), width);
+  }
+  if (pieces == 0) return true;
+  // Places that nothing fits make a window that is nowhere.
+  if (count == 0) count = 1;
   const uint32_t bits = BitsFor(kBitsPerGram * count, kMinBits);
   const uint32_t slotBits = BitsFor(kSlotsPerGram * count, 1);
   zr_window* window = zr_search_add_window(search);

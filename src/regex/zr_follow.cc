@@ -3,7 +3,8 @@
 // gives no byte back where what follows could not go on, and none at all when
 // the element's own bytes are not among those. Where the pattern may end behind
 // the element, the end says nothing against this: it is reached with the first
-// amount or, for lack of iterations of a group, with none. Entry point:
+// amount or, for lack of iterations of a group, with none. The same is known of
+// groups, which spares the matcher their alternatives one by one. Entry point:
 // zr_search_follows. Tested against the model.
 
 #include <stdlib.h>
@@ -97,6 +98,15 @@ static bool MayGiveBack(const zr_node& node) {
   return zr_is_byte(node.opcode) && !node.lazy && node.min != node.max;
 }
 
+static bool FollowOpen(Follower* f, uint32_t open, zr_follow* follow) {
+  f->set = zr_set{};
+  f->atEnd = f->mayEnd = false;
+  if (!AddGroup(f, open, 0) || f->mayEnd) return true;
+  follow->guards = 1;
+  follow->atEnd = f->atEnd;
+  return zr_search_place(f->preg->search, f->set, &follow->place);
+}
+
 bool zr_search_follows(zr_regex* preg, zr_plan* plan, const zr_node* nodes,
                        const zr_group* groups, uint32_t nodeCount) {
   plan->follows = static_cast<zr_follow*>(calloc(nodeCount, sizeof(zr_follow)));
@@ -108,8 +118,11 @@ bool zr_search_follows(zr_regex* preg, zr_plan* plan, const zr_node* nodes,
   f.groups = groups;
   f.budget = preg->search->faithful ? 0 : kBudget;
   for (uint32_t i = 0; i < nodeCount; i++) {
-    if (!MayGiveBack(nodes[i])) continue;
     zr_follow* follow = &plan->follows[i];
+    if (nodes[i].opcode == ZR_OPEN && nodes[i].min != 0 && !nodes[i].lazy &&
+        !FollowOpen(&f, i, follow))
+      return false;
+    if (!MayGiveBack(nodes[i])) continue;
     f.set = zr_set{};
     f.atEnd = f.mayEnd = false;
     if (!AddFrom(&f, i + 1, 0)) {

@@ -11,12 +11,14 @@
 #include "regex/zr_regex.h"
 #include "regex/zr_window.h"
 
-// What can come behind a greedy one-byte element.
+// What can come behind a greedy one-byte element; or, for a bracket that opens
+// a group, what the group and all behind it can begin with.
 struct zr_follow {
   zr_place place;  // the next byte
   uint8_t atEnd;   // 1: or the text's end
   uint8_t apart;   // 1: no byte of the element's own
   uint8_t mayEnd;  // 1: or nothing: the pattern may be complete
+  uint8_t guards;  // 1, of a bracket: anything else fails
 };
 
 static const uint32_t ZR_MAX_STARTS = 8;  // windows of one alternative

@@ -466,7 +466,11 @@ static zr_way Decide(zr_walker* w, uint32_t open) {
   return count >= node.min ? GoBehind(w, open) : UndoIteration(w, open);
 }
 
+// Behind the first group nothing is searched for: what cannot begin here fails.
 static zr_way ForwardOpen(zr_walker* w, const zr_node& node) {
+  const zr_follow& follow = w->plan->follows[w->node];
+  if (follow.guards && w->closed != 0 && !GoesOn(w, follow, w->position))
+    return TurnBack(w);
   zr_slot& slot = w->slots[w->groups[node.a].capture];
   Push(w, slot.count);
   slot.count = 0;

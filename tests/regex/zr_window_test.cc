@@ -105,7 +105,7 @@ void Strip(zr_regex* preg) {
   for (uint32_t i = 0; i < 2; i++) {
     memset(plans[i]->starts, 0, groupCounts[i] * sizeof(zr_start));
     for (uint32_t k = 0; k < nodeCounts[i]; k++)
-      plans[i]->follows[k] = zr_follow{{ZR_NONE, 0xFF, 0xFF}, 1, 0, 0};
+      plans[i]->follows[k] = zr_follow{{ZR_NONE, 0xFF, 0xFF}, 1, 0, 0, 0};
   }
 }
 
@@ -285,7 +285,8 @@ TEST(ZrSearch, WhatIsDerivedChangesNoAnswer) {
       "(?i)(free|now|dear)[- ](foo|bar)", "(a+)-\\1", "a{5,9}[^a]", "_|^a|@$",
       // The mask changes behind the first element; anchors that may be left
       // out.
-      "[^a]+(?i)B", "[^a]+(?i)", "b(^){0}a+(b|f)", "[a-z]{2,}(^)?[0-9_]",
+      "22^[5-3](foobar(a-|b@))+c", "[^a]+(?i)B", "[^a]+(?i)", "b(^){0}a+(b|f)",
+      "[a-z]{2,}(^)?[0-9_]",
       // Ends of the text, also of alternatives, and behind long literals.
       "[a-z]{2,3}$", "(now|12)$|foo$", "aaaaaaaaaaaaaaaaaaaaaa[a@]?$",
       "aaaaaaaaaaaaaaaaaaaaaa$", "[a-z]+([0-9]-)?$", "([a-o]{3}r?)+($)?/",

@@ -18,7 +18,9 @@ foreach(usr ${trees})
     endforeach()
   endif()
   if(EXISTS "${wanted}/pkgconfig")
-    file(COPY "${CPACK_QM_PC}" DESTINATION "${wanted}/pkgconfig")
+    # Not file(COPY), which takes files of one second for the same.
+    configure_file("${CPACK_QM_PC}" "${wanted}/pkgconfig/quaymarsh.pc"
+                   COPYONLY)
   endif()
 
   # They are found there without a hint.

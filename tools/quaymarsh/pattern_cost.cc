@@ -17,9 +17,9 @@
 
 namespace {
 
-// A long text, and one of a header field or a link.
+// A long text, and one of a header field or a link as mail has them.
 const uint32_t kLongBytes = 65536;
-const uint32_t kShortBytes = 2048;
+const uint32_t kShortBytes = 512;
 // Of a sample, and of one element in it: patterns may count to millions.
 const size_t kMaxSampleBytes = 4096;
 const uint32_t kMaxRepeats = 64;

@@ -160,7 +160,10 @@ static int read_folder(const char* folder, struct MAIL* mails) {
     if (!mails[count].text) abort();
     mails[count].length = fread(mails[count].text, 1, MESSAGE_BYTES, file);
     fclose(file);
-    if (mails[count].length > 0) count++;
+    if (mails[count].length > 0)
+      count++;
+    else
+      free(mails[count].text);
   }
   closedir(directory);
   return count;

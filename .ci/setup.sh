@@ -102,4 +102,22 @@ run_fuzz() {
       -seed=1 -timeout=60 "-artifact_prefix=$top/build/fuzz/$fuzz_target-" \
       "$@" || return 1
   done
+  run_page fuzz
+}
+
+# Scans in eight threads on one context under ThreadSanitizer.
+run_threads() {
+  build_preset tsan corpus_run || return 1
+  say "Running corpus_run in eight threads"
+  quietly "$top/build/tsan/corpus_run.log" \
+    "$top/build/tsan/tests/corpus_run" --checks --threads 8 \
+    "$top/samples" "$top/tests/golden" && run_page tsan
+}
+
+# Runs what HACKING.md tells to type in a build that has no tests of its own.
+# Usage: run_page PRESET
+run_page() {
+  quietly "$top/build/$1/page.log" env "QM_SOURCE_DIR=$top" \
+    "QM_BUILD_DIR=$top/build/$1" "QM_PRESET=$1" python3 -B \
+    "$top/tests/docs/commands_test.py" "$top/HACKING.md"
 }

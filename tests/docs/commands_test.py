@@ -6,7 +6,8 @@ fenced blocks do depends on the words behind the fence:
 
   ```sh           run by one shell after the other, in the 32-bit release build;
                   working directory and exported variables are kept
-  ```sh PRESET    run in the build of that preset, if its tests run
+  ```sh PRESET    run in the build of that preset, if its tests run, and if it has
+                  the programs: benchmarks may lack their library
   ```sh build     not run: makes a whole build, installs packages, or runs tests
   ```console      `$ COMMAND` is run, and what follows has to be its output.
                   "..." in it stands for anything, alone in a line for any lines
@@ -151,10 +152,16 @@ def run_console(block, reader, faults):
                           % (block.where, command, shown, output))
 
 
+def has_programs(block):
+    """Whether this build has made the benchmarks that the block runs."""
+    return all((BUILD / "bench" / name).exists() for name in re.findall(
+        r"(?m)^build/%s/bench/(\w+)" % PRESET, block.text))
+
+
 def runs(block):
     """Whether this is the build that the block is for."""
     if block.kind == "sh":
-        return (block.mark or "release") == PRESET
+        return (block.mark or "release") == PRESET and has_programs(block)
     return PRESET == "release" and (block.kind == "console" or
                                     bool(block.mark))
 

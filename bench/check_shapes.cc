@@ -241,6 +241,26 @@ const SHAPE kCheckShapes[] = {
                      "In-Reply-To: <a@b>\r\nAuto-Submitted: no\r\n",
                      "\r\nHello\r\n");
      }},
+    {"Thread-Index",
+     [](N n) {
+       return Field(n, "Thread-Index", "AcZN8UUquG7RRuNcRMi8iWyyngQ2bQ==",
+                    "AAAAbQ");
+     }},
+    {"boundary with a time",
+     [](N n) {
+       return Field(n, "Content-Type",
+                    "multipart/mixed; boundary=\"----=_NextPart_000_0012_"
+                    "01C82685.",
+                    "3F2A5C10", "\"");
+     }},
+    {"marks of an earlier scan",
+     [](N n) { return Fields(n, "X-SPAM-SCORE", "1\r\nX-ANTISPAM-AGENT: #"); }},
+    {"fields of mailing lists",
+     [](N n) { return Fields(n, "X-BeenThere", "a#@b.org\r\nX-loop: a@b.org"); }},
+    {"automatic answers",
+     [](N n) {
+       return Field(n, "Subject", "", "Out of office: Delivery failure ");
+     }},
     // ---- text
     {"text of the dictionary",
      [](N n) {
@@ -281,6 +301,13 @@ const SHAPE kCheckShapes[] = {
      [](N n) {
        return Fit(n, Typed("text/plain"), Noise(n, "qz4x9jAv7kQ", 11, n));
      }},
+    {"doubled letters", [](N n) { return Text(n, "aabbccddeeff heello "); }},
+    {"capitals inside of words",
+     [](N n) { return Text(n, "vIAaGRbA xCIbALcIS "); }},
+    {"variables of bulk programs",
+     [](N n) { return Text(n, "%RND_A %%first_name {random "); }},
+    {"ways out of a mailing",
+     [](N n) { return Text(n, "unsubscribe a#@b.org http://a#.com/ "); }},
     {"phone numbers", [](N n) { return Text(n, "+1 (206) 555-01# "); }},
     {"phone numbers, nearly", [](N n) { return Text(n, "1 l0O 5S5 "); }},
     {"dates", [](N n) { return Text(n, "Thu, 15 Jan 2026 11:00:00 +0000 "); }},
@@ -295,12 +322,23 @@ const SHAPE kCheckShapes[] = {
      [](N n) { return Text(n, "mail me: a@b.org\r\n"); }},
     {"Cyrillic words",
      [](N n) { return Text(n, "\xD0\xBF\xD1\x80\xD0\xB8 "); }},
+    {"Chinese words", [](N n) { return Text(n, "\xE4\xB8\xAD\xE6\x96\x87"); }},
+    {"letters of mathematics",
+     [](N n) { return Text(n, "\xF0\x9D\x90\x80\xF0\x9D\x91\x8E "); }},
     {"soft hyphens", [](N n) { return Text(n, "a\xC2\xAD"); }},
     {"zero-width letters", [](N n) { return Text(n, "a\xE2\x80\x8B"); }},
     {"look-alike letters",
      [](N n) { return Text(n, "p\xD0\xB0yp\xD0\xB0l "); }},
     // ---- links
     {"hosts, all different", [](N n) { return Text(n, "http://h#.com/\r\n"); }},
+    {"hosts below one domain",
+     [](N n) { return Text(n, "http://a#.b.example.com/ "); }},
+    {"hosts of noise",
+     [](N n) { return Text(n, "http://qzxvk#jwbcd.com/ "); }},
+    {"hosts in Punycode",
+     [](N n) { return Text(n, "http://xn--a#-abc.com/ "); }},
+    {"hosts that blanks pull apart",
+     [](N n) { return Text(n, "a# . com "); }},
     {"hosts of long labels",
      [](N n) { return Text(n, "http://" + S(60, 'a') + "#.com/\r\n"); }},
     {"hosts of many labels",
@@ -362,6 +400,16 @@ const SHAPE kCheckShapes[] = {
      [](N n) {
        return Html(n, "a#=b#&", "<a href=\"http://a.b/?", "\">x</a>");
      }},
+    {"links for a way out",
+     [](N n) {
+       return Html(n, "<a href=http://a.com/unsub?#>unsubscribe</a>");
+     }},
+    {"links of pictures that count",
+     [](N n) {
+       return Html(n,
+                   "<a href=http://a.com/c?id=#><img src=http://b.com/#.gif "
+                   "width=1></a>");
+     }},
     {"text of a link",
      [](N n) {
        return Html(n, "click here ", "<a href=\"http://a.b/\">", "</a>");
@@ -406,6 +454,15 @@ const SHAPE kCheckShapes[] = {
     {"pictures", [](N n) { return Html(n, "<img src=http://a#.com/b.gif>"); }},
     {"pictures of a size",
      [](N n) { return Html(n, "<img src=cid:a# width=1 height=1>"); }},
+    {"texts of pictures",
+     [](N n) {
+       return Html(n, "<img src=cid:a alt=\"cheap pills now #\">");
+     }},
+    {"meta fields",
+     [](N n) { return Html(n, "<meta name=keywords content=\"a #\">"); }},
+    {"comments", [](N n) { return Html(n, "<!-- a# -->"); }},
+    {"areas of pictures",
+     [](N n) { return Html(n, "<map name=a#><area href=http://a#.com>"); }},
     {"forms", [](N n) { return Html(n, "<form action=http://a#.tk><input>"); }},
     {"scripts", [](N n) { return Html(n, "<script>a='b'+\"c\";</script>"); }},
     {"one script", [](N n) { return Html(n, "unescape('%61');", "<script>"); }},
@@ -445,6 +502,15 @@ const SHAPE kCheckShapes[] = {
                     "Content-Type: image/gif\r\nContent-ID: <a#.b@c.d>\r\n\r\n"
                     "GIF89a");
      }},
+    {"content ids that a page names",
+     [](N n) {
+       const S page = RepeatNumbered(
+           n / 2,
+           Typed("multipart/related; boundary=\"b\"") +
+               "--b\r\nContent-Type: text/html\r\n\r\n",
+           "<img src=cid:#>");
+       return RepeatNumbered(n, page + "\r\n", "--b\nContent-ID:<#>\n\n");
+     }},
     {"letters in letters",
      [](N n) {
        return Parts(n,
@@ -456,6 +522,21 @@ const SHAPE kCheckShapes[] = {
        return Text(n,
                    "\r\n--- The following addresses had permanent errors ---"
                    "\r\n<a#@b.org>\r\n550 User unknown\r\n");
+     }},
+    {"returned letters, one in another",
+     [](N n) {
+       return RepeatNumbered(
+           n, "",
+           "From: MAILER-DAEMON@a.org\r\nSubject: Returned mail\r\n\r\n"
+           "--- Below this line is a copy of the message.\r\n\r\n");
+     }},
+    {"a letter that a filter wrapped",
+     [](N n) {
+       return RepeatNumbered(
+           n,
+           "X-Spam-Flag: YES\r\n" + Typed("multipart/mixed; boundary=b") +
+               "--b\r\nContent-Type: message/rfc822\r\n\r\n" + Head() + "\r\n",
+           "http://h#user" + S(250, '.') + "ddnsgeek.com/\r\n");
      }},
     {"file names of 255 letters",
      [](N n) {

@@ -2,12 +2,14 @@
  * What the library asks of the heap, as a host sees it: a context and the
  * scan of the worst message stay below the ceilings that README.md states, and
  * a thousand scans leave nothing behind. Every allocation of the program
- * passes here. Each shape of message is made as large as is looked at.
+ * passes here. Each shape of message is made as large as is looked at. All of
+ * it runs on a stack of the size that quaymarsh.h asks for.
  *
  *   memory_test [-v]     -v prints what was measured
  */
 #include <dirent.h>
 #include <malloc.h>
+#include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -18,6 +20,7 @@
 #define MAX_MAILS 1000
 #define SCANS 1000
 #define LONE_SCANS 3
+#define STACK_BYTES (256 * 1024)
 
 /* Pointers of 8 bytes make records larger. */
 #define WIDE (sizeof(void*) == 8)
@@ -109,7 +112,7 @@ struct MAIL {
   size_t length;
 };
 
-static int failures;
+static int failures, verbose;
 
 static void fail(const char* what, const char* name, long got, long most) {
   printf("%s: %s: %ld bytes, at most %ld expected\n", what, name, got, most);
@@ -201,7 +204,7 @@ static long scan(const struct MAIL* mail, void* context) {
   return heap_peak - before;
 }
 
-static void check_ceilings(void* context, int verbose) {
+static void check_ceilings(void* context) {
   size_t i;
   for (i = 0; i < sizeof shapes / sizeof *shapes; i++) {
     struct MAIL mail = make(&shapes[i]);
@@ -229,27 +232,45 @@ static void check_growth(const struct MAIL* mails, int count, void* context,
          heap_bytes - before, 0);
 }
 
-int main(int argc, char** argv) {
+static void* measure(void* unused) {
   static struct MAIL mails[MAX_MAILS];
-  const int verbose = argc > 1 && strcmp(argv[1], "-v") == 0;
   const int count = read_folder("tests/golden", mails);
   const long before = heap_bytes;
   void* const context = QmCreateSpeedupContextWith(NULL);
   const long of_context = heap_bytes - before;
+  (void)unused;
 #ifdef __SANITIZE_ADDRESS__
   printf("not measured: the sanitizer has a heap of its own\n");
 #endif
   if (!context || count == 0) {
     printf("no context, or no messages in tests/golden\n");
-    return 1;
+    failures++;
+    return NULL;
   }
   if (verbose) printf("%-20s %9ld bytes\n", "a context", of_context);
   if (of_context > CONTEXT_CEILING)
     fail("a context", "built in", of_context, CONTEXT_CEILING);
   scan(&mails[0], context);
-  check_ceilings(context, verbose);
+  check_ceilings(context);
   check_growth(mails, count, context, SCANS);
   check_growth(mails, LONE_SCANS, NULL, LONE_SCANS);
   QmReleaseSpeedupContext(context);
+  return NULL;
+}
+
+int main(int argc, char** argv) {
+  pthread_attr_t attributes;
+  pthread_t thread;
+  verbose = argc > 1 && strcmp(argv[1], "-v") == 0;
+  pthread_attr_init(&attributes);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+  /* Sanitizers make frames larger. */
+  pthread_attr_setstacksize(&attributes, STACK_BYTES);
+#endif
+  if (pthread_create(&thread, &attributes, measure, NULL) != 0) {
+    printf("no thread\n");
+    return 1;
+  }
+  pthread_join(thread, NULL);
   return failures != 0;
 }

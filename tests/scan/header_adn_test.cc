@@ -16,7 +16,7 @@ class HeaderAdnTest : public ::testing::Test {
                         "A1:(?i)^return-path$\nC2:(?i)^cc$\nu:(?i)^status$\n"
                         "D:(?i)^date$\nF:(?i)^from$\nR:(?i)^received$\n"
                         "S:(?i)^subject$\nT:(?i)^to$\nI:(?i)^message-id$\n"
-                        "xy:(?i)^x-\nq:^$\n"
+                        "xy:(?i)^x-\nq:^$\nM:^MIME-\nm:^Mime-\n"
                         "[:HdrAdnContentType]\nt:^t\n[:HdrAdnEncoding]\n7:^7\n"
                         "[:HdrAdnId]\nd:^d\n[:HdrAdnBound]\nl:^l\n"
                         "[:HdrAdnMailer]\nM:^M\n[:HdrAdnUserAgent]\nU:^U\n");
@@ -49,10 +49,17 @@ TEST_F(HeaderAdnTest, LettersOfFields) {
       {"Subject : a\nSubject : a\nSubject: b\n", "SS"},
       {"Subject:\nSubject: \"\"\nSubject: a\n", "SS"},
       {"From : a\n: b\nTo\nTo: c\n", "FqT"},
+      // In a message the first way to spell a name counts.
+      {"MIME-Version: a\nMime-Version: b\n", "MM"},
+      {"Mime-Version: a\nMIME-Version: b\n", "mm"},
   };
-  for (const auto& row : rows)
-    EXPECT_EQ(row[1], signature(row[0]).substr(0, m.hdrAdn.len() - 7))
-        << row[0];
+  // And once more with the letters of usual names looked up ahead.
+  for (int prepared = 0; prepared < 2; prepared++) {
+    if (prepared) m.dico.prepareRules();
+    for (const auto& row : rows)
+      EXPECT_EQ(row[1], signature(row[0]).substr(0, m.hdrAdn.len() - 7))
+          << row[0];
+  }
 }
 
 TEST_F(HeaderAdnTest, Limits) {

@@ -10,6 +10,8 @@
 
 #include "rules/qm_dico.h"
 
+#include <string.h>
+
 #include <new>
 
 #include "base/md5.h"
@@ -22,6 +24,9 @@
 
 namespace {
 
+// Sections of lines "field=pattern".
+const char* const kFieldSections[] = {"AttachHeader", "HamHeaderField",
+                                      "SpamHeaderField"};
 const int32_t kFieldNameCapacity = 128;
 // Bytes of keys in all indexes: lines may share their text, but not without
 // end.
@@ -237,8 +242,11 @@ void TQMDICO::release() {
 int TQMDICO::makeCounters() {
   const uint32_t n = image().lineCount;
   if (n == 0) return stuff != nullptr;
-  counters = new (std::nothrow) TLINECOUNTS[n]();
-  if (!counters) release();
+  counters = new (std::nothrow) TLINECOUNTS[n];
+  if (counters)
+    memset(counters, 0, n * sizeof *counters);
+  else
+    release();
   return counters != nullptr;
 }
 
@@ -285,6 +293,13 @@ int TQMDICO::anyWarning(STR& text) const {
   return 1;
 }
 
+// Of their lines only what stands behind the "=" is a pattern.
+bool TQMDICO::isOfFields(const TQKSECTION* section) const {
+  for (const char* name : kFieldSections)
+    if (section == findSection(name)) return true;
+  return false;
+}
+
 void TQMDICO::precompileRegexesIntoPool() {
   if (!pool) return;
   uint64_t left = image().lineCount;
@@ -297,6 +312,8 @@ void TQMDICO::precompileRegexesIntoPool() {
     for (uint32_t i = 0; i < n && left > 0; i++, left--) {
       TBLOCK pattern = lineBlock(image().sectionLine(section, i));
       TBLOCK name;
+      if (section->type == stRegex && isOfFields(section))
+        TBLOCK::BlockBeforeChar(pattern, '=', 0, 0);
       if (section->type == stRule)
         _CheckRule(pattern, name, pool);
       else if (section->type == stRegex || CutNamed(pattern, name, pattern))

@@ -136,6 +136,9 @@ class TQMDICO {
   void prepareRules();
   // The rule of a line; null when it was not prepared.
   const TQMRULE* preparedRule(const TQKLINE* line) const;
+  // The same for the pattern of a line in a section of that type.
+  const RULEPATTERN* preparedPattern(const TQKLINE* line,
+                                     uint32_t sectionType) const;
   // Number of a rule field: of "@Hdr" for any name with "@" in front, 0 when
   // there is no such field.
   int32_t getRegexField(TBLOCK name) const;
@@ -274,10 +277,9 @@ class TQMDICO {
 
   void release();
   int makeCounters();
+  bool isOfFields(const TQKSECTION* section) const;
   void clearCounts(const TQKSECTION* section, uint16_t TLINECOUNTS::*count);
   const PATTERNBOOK* patternBook() const;
-  const RULEPATTERN* preparedPattern(const TQKLINE* line,
-                                     uint32_t sectionType) const;
   // Whether the line has counted and is passed over.
   bool isSpent(const TQKLINE* line);
   void countHit(const TQKLINE* line);

@@ -115,7 +115,6 @@ const PATTERNBOOK* TQMDICO::patternBook() const {
   return stuff ? stuff->patternBook : nullptr;
 }
 
-// The pattern of a line, if it is prepared for those who share a dictionary.
 const RULEPATTERN* TQMDICO::preparedPattern(const TQKLINE* line,
                                             uint32_t sectionType) const {
   const PATTERNBOOK* const book = patternBook();
@@ -259,10 +258,11 @@ void TQMDICO::replaceRegexMacro(const char* section, TBLOCK text, STR& out,
   const TQKSECTION* found = findSection(section);
   const uint32_t n = image().lineCountOf(found);
   for (uint32_t i = 0; i < n; i++) {
+    const TQKLINE* const line = image().sectionLine(found, i);
     TBLOCK name, value;
-    if (!CutNamed(lineBlock(image().sectionLine(found, i)), name, value) ||
-        value.empty())
-      continue;
+    if (!CutNamed(lineBlock(line), name, value) || value.empty()) continue;
+    const RULEPATTERN* const ready = preparedPattern(line, stNamedRegex);
+    if (ready && ready->isPlain() && !ready->match(done.view())) continue;
     name.trim();
     STR macro(static_cast<int32_t>(strlen(open) + name.length + strlen(close)));
     macro += open;

@@ -15,6 +15,10 @@ bool TQMMSG::_dicoRegexAndOffset(TBLOCK block, int32_t& count, int32_t& offset,
   const uint32_t n = dico.image().lineCountOf(found);
   for (uint32_t i = 0; i < n; i++) {
     const TQKLINE* line = dico.image().sectionLine(found, i);
+    // Most fit nothing, which needs no place.
+    const RULEPATTERN* const ready =
+        found->type == stRegex ? dico.preparedPattern(line, stRegex) : nullptr;
+    if (ready && ready->isPlain() && !ready->match(block)) continue;
     REGEX regex(dico.lineBlock(line), pool);
     if (regex.matchWithDetails(block) == 0) continue;
     int32_t end = 0;

@@ -164,9 +164,11 @@ TEST(QmDicoTest, PatternsOfSectionsAreCompiledOnce) {
   ASSERT_TRUE(dico.loadKeywordsFromBlock(
       BlockOf(MakeImage({{"r", stRegex, 0, {"a+", "(", "a+"}},
                          {"n", stNamedRegex, 0, {"x: b:c ", "d+"}},
+                         {"AttachHeader", stRegex, 0, {"f=g=+", "h"}},
                          {"s", stString, 0, {"e+"}}}))));
   dico.precompileRegexesIntoPool();
-  EXPECT_EQ(2, pool.count);
+  EXPECT_EQ(3, pool.count);
+  EXPECT_NE(nullptr, pool.findRegex(TBLOCK("g=+")));
   EXPECT_NE(nullptr, pool.findRegex(TBLOCK("b:c")));
 }
 

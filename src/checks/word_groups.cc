@@ -16,6 +16,7 @@
 // tests/mail/word_groups.eml.
 
 #include "base/hash_count.h"
+#include "rules/section_name.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -54,6 +55,16 @@ TBLOCK CommonestDomain(HASHCOUNT& domains, BLOCK& store) {
   return store.view();
 }
 
+TBLOCK UntilNul(TBLOCK line) {
+  const int32_t nul = line.findByte(0);
+  return nul < 0 ? line : line.head(static_cast<uint32_t>(nul));
+}
+
+void AddInFront(TBLOCK text, STR& description) {
+  description.addLeft(reinterpret_cast<const char*>(text.pointer),
+                      static_cast<int32_t>(text.length));
+}
+
 // How many different URLs of that domain carry parameters.
 int32_t CountOwnLinks(const TLINKVECT& links, TBLOCK domain) {
   HASHCOUNT urls(0, hashAsciiLower);
@@ -71,7 +82,7 @@ int32_t CountOwnLinks(const TLINKVECT& links, TBLOCK domain) {
 struct TQMMSG::TGROUPWALK {
   TQMDICO& dico;
   int64_t linesLeft;
-  STR section;  // the name that was looked for last
+  SECTIONNAME section;  // the name that was looked for last
 
   explicit TGROUPWALK(TQMDICO& dictionary)
       : dico(dictionary),
@@ -81,9 +92,9 @@ struct TQMMSG::TGROUPWALK {
   // no more to be spent.
   const TQKSECTION* visit(const char* front, const char* group,
                           const char* back) {
-    const char* const parts[] = {front, group, back};
-    if (!section.join(parts, 3)) return nullptr;
-    const TQKSECTION* found = dico.findSection(section.c_str());
+    section.clear();
+    section.add(front).add(group).add(back);
+    const TQKSECTION* found = dico.findSection(section.view());
     if (!found) return nullptr;
     return pay(dico.image().lineCountOf(found)) ? found : nullptr;
   }
@@ -100,11 +111,12 @@ struct TQMMSG::TGROUPWALK {
 int64_t TQMMSG::groupWords(TGROUPWALK& walk, const char* group,
                            const char* suffix, const TBLOCKVECT& words,
                            int limit, bool& found) {
-  found = walk.visit("", group, suffix) != nullptr;
+  const TQKSECTION* const there = walk.visit("", group, suffix);
+  found = there != nullptr;
   if (!found) return 0;
   const char* section = walk.section.c_str();
   uint32_t visits;
-  const int hits = findKeywords(section, words, limit, 0, &visits);
+  const int hits = countKeywords(section, there, words, limit, 0, visits);
   walk.pay(visits);
   return hits > 0 ? dico.getSectionScore(section, kDisguiseFactor) : 0;
 }
@@ -142,20 +154,20 @@ int64_t TQMMSG::groupChildren(TGROUPWALK& walk, const char* group,
   if (!list || !(list->type & kListTypes)) return 0;
   const uint32_t n = dico.image().lineCountOf(list);
   int64_t sum = 0;
-  STR line, child;
   for (uint32_t i = 0; i < n; i++) {
-    line = dico.lineBlock(dico.image().sectionLine(list, i));
-    const bool marked = line.c_str()[0] == '+';
-    const char* const parts[] = {marked || unlimited ? "+" : "", group, "\\",
-                                 line.c_str() + marked};
-    if (!child.join(parts, 4)) break;
+    const TBLOCK line =
+        UntilNul(dico.lineBlock(dico.image().sectionLine(list, i)));
+    const bool marked = !line.empty() && line[0] == '+';
+    SECTIONNAME child;
+    child.add(marked || unlimited ? "+" : "").add(group).add("\\");
+    child.add(line.from(marked));
     int32_t childTotal = total;
     walkGroup(walk, child.c_str(), groupDepth + 1, childTotal, description);
     if (childTotal == total) continue;
     sum += int64_t{childTotal} - total;
     if (!description || description->len() > kMaxDescription) continue;
     if (!description->empty()) description->addLeft("-", 1);
-    description->addLeft(line.c_str(), line.len());
+    AddInFront(line, *description);
   }
   return sum;
 }
@@ -211,13 +223,14 @@ int TQMMSG::checkWordGroups(const char* section) {
   int any = 0;
   for (uint32_t i = 0; i < n; i++) {
     const TQKLINE* line = dico.image().sectionLine(groups, i);
-    STR name, description;
-    name = dico.lineBlock(line);
+    SECTIONNAME name;
+    STR description;
+    name.add(dico.lineBlock(line));
     int32_t total = 0;
     if (!walkGroup(walk, name.c_str(), 1, total, &description)) continue;
     if (ledger.state == ssClean) ledger.reset();
     if (!description.empty()) description.addLeft("-", 1);
-    description.addLeft(name.c_str(), name.len());
+    AddInFront(name.view(), description);
     description.addLeft("*", 1);
     addToSpamScore(line->score, description.c_str(), 1);
     any = 1;

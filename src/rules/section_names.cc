@@ -9,10 +9,10 @@
 
 #include "base/md5.h"
 #include "rules/qm_dico.h"
+#include "rules/section_name.h"
 
 namespace {
 
-const uint32_t kMaxSectionName = 2048;  // bytes; from here on there is none
 // Bytes of composed names, against lists of a damaged image that name each
 // other: many times what a dictionary needs.
 const uint32_t kMaxNamedText = 1 << 18;

@@ -3,6 +3,7 @@
 // rules that match keeps the word lists of NAME out. Tested by
 // section_scores_test.cc.
 
+#include "rules/section_name.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -114,17 +115,20 @@ struct TQMMSG::TSECTIONWALK {
   int32_t linesLeft;
 };
 
-int32_t TQMMSG::walkSection(const char* section, TSECTIONWALK& walk,
-                            int32_t sectionDepth) {
+// The rules that keep the words of a section out.
+const TQKSECTION* TQMMSG::exceptionOf(const char* section) const {
+  SECTIONNAME name;
+  return dico.findSection(name.add("No-").add(section).view());
+}
+
+int32_t TQMMSG::walkSection(const char* section, const TQKSECTION* found,
+                            TSECTIONWALK& walk, int32_t sectionDepth) {
   if (sectionDepth > kMaxSectionDepth || walk.linesLeft < kLinesOfVisit)
     return 0;
   walk.linesLeft -= kLinesOfVisit;
   // First of all, since most dictionaries lack most sections.
-  const TQKSECTION* found = dico.findSection(section);
   if (!found) return 0;
-  STR exception("No-");
-  exception += section;
-  if (testRuleSection(exception.c_str())) return 0;
+  if (testRuleSection(exceptionOf(section))) return 0;
   const uint32_t n = dico.image().lineCountOf(found);
   if (n > static_cast<uint32_t>(walk.linesLeft)) return 0;
   if (found->type == stPattern) {
@@ -140,9 +144,10 @@ int32_t TQMMSG::walkSection(const char* section, TSECTIONWALK& walk,
   for (uint32_t i = 0; i < n; i++) {
     const TQKLINE* line = dico.image().sectionLine(found, i);
     if (!line) continue;
-    STR name;
-    name = dico.lineBlock(line);
-    const int32_t result = walkSection(name.c_str(), walk, sectionDepth + 1);
+    SECTIONNAME name;
+    name.add(dico.lineBlock(line));
+    const int32_t result = walkSection(
+        name.c_str(), dico.findSection(name.view()), walk, sectionDepth + 1);
     if (!walk.countOnly) AddMatches(dico.countsOf(line).matchCount, result);
     sum += result;
   }
@@ -152,15 +157,22 @@ int32_t TQMMSG::walkSection(const char* section, TSECTIONWALK& walk,
 int TQMMSG::checkKeywordBlockList(const char* section, const TBLOCKVECT& words,
                                   int delta, int mode, const char* suffix) {
   TSECTIONWALK walk = {words, delta, mode, 0, false, suffix, kMaxVisitedLines};
-  return walkSection(section, walk, 1);
+  return walkSection(section, dico.findSection(section), walk, 1);
 }
 
 int TQMMSG::findKeywords(const char* section, const TBLOCKVECT& words,
-                         int limit, int mode, uint32_t* visits) {
+                         int limit, int mode) {
+  uint32_t visits;
+  return countKeywords(section, dico.findSection(section), words, limit, mode,
+                       visits);
+}
+
+int32_t TQMMSG::countKeywords(const char* section, const TQKSECTION* found,
+                              const TBLOCKVECT& words, int32_t limit,
+                              int32_t mode, uint32_t& visits) {
   TSECTIONWALK walk = {words, 0, mode, limit, true, "", kMaxVisitedLines};
-  const int32_t hits = walkSection(section, walk, 1);
-  if (visits)
-    *visits = static_cast<uint32_t>((kMaxVisitedLines - walk.linesLeft) /
-                                    kLinesOfVisit);
+  const int32_t hits = walkSection(section, found, walk, 1);
+  visits = static_cast<uint32_t>((kMaxVisitedLines - walk.linesLeft) /
+                                 kLinesOfVisit);
   return hits;
 }

@@ -484,9 +484,8 @@ class TQMMSG : public OLISTGURU {
   int checkKeywordBlockList(const char* section, const TBLOCKVECT& words,
                             int delta, int mode, const char* suffix);
   // The number of lines found, without scoring; `limit`: words to begin at.
-  // `visits` is set to what it took, a section of some hundred lines being 1.
   int findKeywords(const char* section, const TBLOCKVECT& words, int limit,
-                   int mode, uint32_t* visits = nullptr);
+                   int mode);
   // scan/profiles.cc: fills `profiles`, the last step of the header.
   void buildProfils();
   // Whether the word is one of them, through LowerConvTable.
@@ -789,8 +788,14 @@ class TQMMSG : public OLISTGURU {
                    STRVECT* details);
 
   struct TSECTIONWALK;
-  int32_t walkSection(const char* section, TSECTIONWALK& walk,
-                      int32_t sectionDepth);
+  const TQKSECTION* exceptionOf(const char* section) const;
+  int32_t walkSection(const char* section, const TQKSECTION* found,
+                      TSECTIONWALK& walk, int32_t sectionDepth);
+  // findKeywords for a section that is known. `visits` is set to what it took,
+  // a section of some hundred lines being 1.
+  int32_t countKeywords(const char* section, const TQKSECTION* found,
+                        const TBLOCKVECT& words, int32_t limit, int32_t mode,
+                        uint32_t& visits);
 
   struct TGROUPWALK;
   bool walkGroup(TGROUPWALK& walk, const char* name, int32_t groupDepth,

@@ -8,6 +8,8 @@
 
 #include "message/block_part.h"
 
+#include <string.h>
+
 #include "message/field_piece.h"
 
 namespace {
@@ -20,6 +22,15 @@ const char* const ContentTypes[] = {"text",        "multipart", "image",
 // 128,000 for each part. Nothing is reserved ahead, since a message may have
 // thousands of parts and most of them neither fields nor names.
 const uint32_t kPartStep = 8 * sizeof(TBLOCK);
+
+// The bit of a name in a set of 256; the same for names that are equal.
+// REQUIRES: a name.
+uint32_t NameBit(TBLOCK name) {
+  const uint32_t kSpread = 37;
+  const uint32_t first = TBLOCK::LowerConvTable[name[0]];
+  const uint32_t last = TBLOCK::LowerConvTable[name[name.length - 1]];
+  return (first + last * kSpread + name.length * 8) & 255;
+}
 
 // What stands between "<" and the ">" behind it; all of it without such a
 // pair.
@@ -71,6 +82,7 @@ void BLOCKPART::clear() {
   flags = 0;
   raw = header = content = decoded = TBLOCK();
   fields.clear();
+  noteFieldNames();
   rawLength = 0;
   contentTypeField = dispositionField = transferField = TBLOCK();
   locationField = contentId = description = TBLOCK();
@@ -105,6 +117,7 @@ void BLOCKPART::parseHeader(TBLOCK text) {
   raw = trimPart(text);
   int anomaly = 0;
   const int offset = TBLOCK::BlockParseHeader(raw, fields, 1, anomaly);
+  noteFieldNames();
   if (anomaly) flags |= pfBadStructure;
   header = raw.head(static_cast<uint32_t>(offset));
   content = raw.from(static_cast<uint32_t>(offset));
@@ -112,18 +125,51 @@ void BLOCKPART::parseHeader(TBLOCK text) {
   parseHeaderFields();
 }
 
-int32_t BLOCKPART::headerFieldIndex(const char* fieldName,
-                                    TBLOCK& value) const {
-  const TBLOCK wanted(fieldName);
-  for (int32_t i = fields.count() - 1; i >= 0; i--) {
+void BLOCKPART::noteFieldNames() {
+  memset(fieldNames, 0, sizeof fieldNames);
+  for (int32_t i = 0; i < fields.count(); i++) {
+    const TBLOCK line = fields.get(i);
+    const int32_t colon = line.findByte(':');
+    if (colon <= 0) continue;
+    const uint32_t bit = NameBit(line.head(static_cast<uint32_t>(colon)));
+    fieldNames[bit / 32] |= 1u << bit % 32;
+  }
+}
+
+// A name with a ":" inside may be that of a field all the same.
+bool BLOCKPART::lacksField(TBLOCK fieldName) const {
+  if (fieldName.empty()) return false;
+  const uint32_t bit = NameBit(fieldName);
+  return !(fieldNames[bit / 32] & 1u << bit % 32) &&
+         fieldName.findByte(':') < 0;
+}
+
+int32_t BLOCKPART::firstField(TBLOCK fieldName, TBLOCK& value) const {
+  const int32_t n = lacksField(fieldName) ? 0 : fields.count();
+  for (int32_t i = 0; i < n; i++) {
     value = fields.get(i);
-    if (!TakeFieldName(value, wanted)) continue;
-    value.trim();
-    value.stripQuotes();
-    return i;
+    if (TakeFieldName(value, fieldName)) return i;
   }
   value.clear();
   return -1;
+}
+
+int32_t BLOCKPART::lastField(TBLOCK fieldName, TBLOCK& value) const {
+  for (int32_t i = lacksField(fieldName) ? 0 : fields.count(); i-- > 0;) {
+    value = fields.get(i);
+    if (TakeFieldName(value, fieldName)) return i;
+  }
+  value.clear();
+  return -1;
+}
+
+int32_t BLOCKPART::headerFieldIndex(const char* fieldName,
+                                    TBLOCK& value) const {
+  const int32_t i = lastField(TBLOCK(fieldName), value);
+  if (i < 0) return -1;
+  value.trim();
+  value.stripQuotes();
+  return i;
 }
 
 TBLOCK BLOCKPART::findHeaderValue(const char* fieldName) const {

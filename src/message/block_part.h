@@ -149,6 +149,13 @@ class BLOCKPART {
   // The RAR half of it.
   void parseRarPart();
 
+  // Index of the first or the last field of that name, with what stands behind
+  // its ":"; or -1, with `value` empty.
+  int32_t firstField(TBLOCK fieldName, TBLOCK& value) const;
+  int32_t lastField(TBLOCK fieldName, TBLOCK& value) const;
+  // To be called by whoever has changed `fields`: notes their names.
+  void noteFieldNames();
+
   // What of a piece is parsed. A leading blank line means that there is no
   // header. Leading white space is dropped only ahead of what is clearly a
   // header, so that text which is none keeps its first spaces; `block` itself
@@ -181,6 +188,10 @@ class BLOCKPART {
   void _decodeStuffAndUU();
 
   int32_t depth;  // 0 for the root
+  // A bit for the start and the length of each name in `fields`: most fields
+  // that are asked for are not there.
+  uint32_t fieldNames[8];
+  bool lacksField(TBLOCK fieldName) const;
 };
 
 class BLOCKMSG : public BLOCKPART, public OLISTGURU {

@@ -74,6 +74,7 @@ void TQMMSG::changeHeader(TBLOCK source) {
   const TBLOCK lines = BLOCKPART::trimPart(source);
   int anomaly = 0;
   TBLOCK::BlockParseHeader(lines, message.fields, 1, anomaly);
+  message.noteFieldNames();
   if (anomaly) message.flags |= pfBadStructure;
   clearHeader();
   parseHeader();
@@ -88,24 +89,17 @@ int TQMMSG::takeFieldValue(TBLOCK line, TBLOCK& value, int strip) {
 }
 
 int TQMMSG::readHeaderField(const char* name, TBLOCK& value, int strip) {
-  const TBLOCK wanted(name);
-  const int32_t n = message.fields.count();
-  for (int32_t i = 0; i < n; i++) {
-    TBLOCK found = message.fields.get(i);
-    if (TakeFieldName(found, wanted))
-      return takeFieldValue(found, value, strip);
-  }
+  TBLOCK found;
+  const int32_t i = message.firstField(TBLOCK(name), found);
+  if (i >= 0) return takeFieldValue(found, value, strip);
   value.clear();
   return 0;
 }
 
 int TQMMSG::readLastHeaderField(const char* name, TBLOCK& value, int strip) {
-  const TBLOCK wanted(name);
-  for (int32_t i = message.fields.count(); i-- > 0;) {
-    TBLOCK found = message.fields.get(i);
-    if (TakeFieldName(found, wanted))
-      return takeFieldValue(found, value, strip);
-  }
+  TBLOCK found;
+  const int32_t i = message.lastField(TBLOCK(name), found);
+  if (i >= 0) return takeFieldValue(found, value, strip);
   value.clear();
   return 0;
 }

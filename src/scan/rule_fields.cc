@@ -11,7 +11,6 @@
 #include <new>
 
 #include "content/phone.h"
-#include "message/field_piece.h"
 #include "message/part_iter.h"
 #include "message/received.h"
 #include "regex/regex.h"
@@ -88,12 +87,9 @@ TBLOCK BareValue(TBLOCK value) {
 // The first field of that name, where BLOCKPART finds the last; empty when
 // there is none. What checks count as fields read does not change.
 TBLOCK FirstHeaderValue(const BLOCKPART& part, TBLOCK name) {
-  const TBLOCKVECT& lines = part.fields;
-  for (int32_t i = 0; i < lines.count(); i++) {
-    TBLOCK value = lines.get(i);
-    if (TakeFieldName(value, name)) return BareValue(value);
-  }
-  return TBLOCK();
+  TBLOCK value;
+  part.firstField(name, value);
+  return BareValue(value);
 }
 
 // "@Hdr": the header is that of the message or of one of its bodies.

@@ -31,14 +31,15 @@ TEST(BlockPartTest, SplitsTheHeaderOff) {
 
 TEST(BlockPartTest, FindsTheLastFieldOfAName) {
   const ShortMail mail(
-      "X: \"a\" \"b\"~x: 1~XY: 2~X : 3~Y: '\"q\"'~Z: \"~O:~Content-Id: <b~end");
+      "X: \"a\" \"b\"~x: 1~XY: 2~X : 3~Y: '\"q\"'~Z: \"~O:~Content-Id: <b~end~"
+      "A:b: 7");
   std::string found;
-  for (const char* name : {"X", "xy", "Y", "Z", "O", "End"}) {
+  for (const char* name : {"X", "xy", "Y", "Z", "O", "End", "A", "a:B"}) {
     TBLOCK value("old");
     found += std::to_string(mail.m.headerFieldIndex(name, value));
     found += Str(value) + " ";
   }
-  EXPECT_EQ("11 22 4\"q\" 5\" 6 -1 ", found);
+  EXPECT_EQ("11 22 4\"q\" 5\" 6 -1 9b: 7 97 ", found);
   EXPECT_EQ("<b", Str(mail.m.contentId));
   EXPECT_EQ("b", Str(ShortMail("Content-Id: a <b> c>").m.contentId));
 }

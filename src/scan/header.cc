@@ -37,26 +37,35 @@ size_t NameBytes(const char* name) {
 
 }  // namespace
 
-HEADER::HEADER(TBLOCK block)
-    : STRVECT(kLineBytes, kLineBytes), entries(kEntryBytes, kEntryStep) {
-  while (!block.empty()) {
-    const TBLOCK line = TBLOCK::NextMailLine(block);
+HEADER::HEADER(TBLOCK source)
+    : STRVECT(kLineBytes, kLineBytes),
+      entries(kEntryBytes, kEntryStep),
+      block(0, 0) {
+  if (source.empty() || source.length >= kMaxBlockBytes ||
+      !block.addSpace(source.length + 1) || !block.add(source))
+    return;
+  TBLOCK rest = block.view();
+  while (!rest.empty()) {
+    const TBLOCK line = TBLOCK::NextMailLine(rest);
     if (line.empty()) break;
     takeLine(line);
   }
 }
 
-// Stores a line of the block, and an entry unless it is a continuation.
+// Stores a line of the block, and an entry unless it is a continuation. Its
+// text stays where it is, with a NUL in place of what ends it.
 void HEADER::takeLine(TBLOCK line) {
   const int32_t nul = line.findByte(0);
   if (nul >= 0) line.cut(static_cast<uint32_t>(nul));
   if (line.empty()) return;
-  STR* copy = NewText(line.length);
-  if (!copy) return;
-  memcpy(copy->text, line.pointer, line.length);
-  copy->text[line.length] = 0;
+  STR* const kept = new (std::nothrow) STR;
+  if (!kept) return;
+  *line.end() = 0;
+  kept->text = reinterpret_cast<char*>(line.pointer);
+  kept->capacity = 0;
+  kept->length = static_cast<int32_t>(line.length);
   const int32_t at = count();
-  if (!pushLine(copy) || line[0] == ' ' || line[0] == '\t') return;
+  if (!pushLine(kept) || line[0] == ' ' || line[0] == '\t') return;
   if (!entries.add(at)) del(at);
 }
 

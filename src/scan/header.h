@@ -31,7 +31,7 @@ class HEADER : public STRVECT {
 
   // Copies the lines up to the first empty one. A line ends at CR LF, LF CR or
   // LF; a lone CR stays inside.
-  explicit HEADER(TBLOCK block);
+  explicit HEADER(TBLOCK source);
 
   // Deletes every field of that name with its continuation lines.
   void removeEntry(const char* name);
@@ -59,6 +59,8 @@ class HEADER : public STRVECT {
   STR* _newLine(const char* name, const char* value) const;
 
  private:
+  BLOCK block;  // the lines as they came; those of `copyTo` may be others
+
   int pushLine(STR* line);
   void takeLine(TBLOCK line);
   int32_t findEntry(const char* name) const;

@@ -279,17 +279,13 @@ void AddRun(STR& adn, TBLOCK run, uint32_t flags, const TADNCLOCK& clock,
 void TakeMarks(TBLOCK& text, STR& adn, uint32_t flags) {
   uint32_t i = 0;
   while (i < text.length && !TBLOCK::Is(text[i], kAlnum)) {
-    const uint32_t start = i;
-    while (i < text.length && text[i] > 0x20 && text[i] < 0x80 &&
-           !TBLOCK::Is(text[i], kAlnum))
-      i++;
-    if (i > start) {
-      adn += TBLOCK(text.pointer + start, i - start);
-      continue;
-    }
-    if (text[i] == ' ' && !(flags & adnNoSpace)) adn += ' ';
-    if (text[i] == '\n') adn += 'e';
-    i++;
+    const unsigned char c = text[i++];
+    if (c > 0x20 && c < 0x80)
+      adn += static_cast<char>(c);
+    else if (c == ' ' && !(flags & adnNoSpace))
+      adn += ' ';
+    else if (c == '\n')
+      adn += 'e';
   }
   text.skip(i);
 }
@@ -371,10 +367,14 @@ bool TakeIp(TBLOCK& text, STR& adn) {
 
 bool IsKept(TBLOCK run, const char* keep) {
   TBLOCK entries(keep);
-  while (!entries.empty())
-    if (MatchWildcard(TBLOCK::BlockBeforeChar(entries, ',', 1, 0), run,
-                      wmLiteral))
-      return true;
+  while (!entries.empty()) {
+    TBLOCK entry = entries.head(entries.lengthUntil(bitComma));
+    entries.skip(entry.length + 1);
+    entry.trim();
+    if (entry.empty() || (entry[0] != '*' && !run.begins(entry.head(1))))
+      continue;
+    if (MatchWildcard(entry, run, wmLiteral)) return true;
+  }
   return false;
 }
 

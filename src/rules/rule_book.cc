@@ -8,6 +8,7 @@
 
 #include <new>
 
+#include "base/hashtab.h"
 #include "rules/qm_dico.h"
 
 namespace {
@@ -21,16 +22,37 @@ const uint64_t kMaxRuleBytes = 1 << 23;
 const uint32_t kMaxRuleText = 1 << 16;
 const uint32_t kMaxParts = 1 << 18;
 
+// Questions that are told apart: each is a byte of every scan.
+const uint32_t kMaxQuestions = 1 << 14;
+// Of one rule, that can end it at once.
+const uint32_t kMaxNeeded = 8;
+// Above all numbers of fields.
+const int32_t kFieldsEnd = 128;
+
+// The leaf's text as a question that is worth an answer, empty if it is none.
+// A body's header is there only later on.
+TBLOCK QuestionOf(const TRULEPART& part) {
+  const TQMEXPR& leaf = *part.leaf;
+  const bool ofBody =
+      leaf.field == kHeaderRuleField &&
+      (leaf.fieldName.begins("text-") || leaf.fieldName.begins("html-"));
+  if (!leaf.isRule || leaf.field == 0 || IsLedgerField(leaf.field) || ofBody)
+    return TBLOCK();
+  return part.text;
+}
+
 }  // namespace
 
 RULEBOOK::RULEBOOK(const TQMDICO& dico)
     : ruleCount(0),
       leafCount(0),
+      questionCount(0),
       ruleOfLine(nullptr),
       lineCount(dico.image().lineCount),
       rules(0, kRuleStep),
       parts(0, kRuleStep),
-      leaves(nullptr) {
+      leaves(nullptr),
+      needed(0, kRuleStep) {
   if (lineCount == 0) return;
   ruleOfLine = new (std::nothrow) uint32_t[lineCount]();
   bool whole = ruleOfLine != nullptr;
@@ -52,6 +74,8 @@ void RULEBOOK::drop() {
   delete[] leaves;
   leaves = nullptr;
   leafCount = 0;
+  questionCount = 0;
+  needed.reset();
   parts.reset();
   rules.reset();
 }
@@ -106,8 +130,95 @@ bool RULEBOOK::prepareLeaves(const TQMDICO& dico) {
   for (uint32_t i = 0; i < ruleCount; i++) {
     const uintptr_t at = reinterpret_cast<uintptr_t>(list[i].parts);
     list[i].parts = reinterpret_cast<const TRULEPART*>(parts.data + at);
+    noteNarrowing(list[i]);
   }
+  numberQuestions();
+  noteNeeded();
   return true;
+}
+
+void RULEBOOK::numberQuestions() {
+  HASHTAB known(static_cast<int32_t>(leafCount), hashExact);
+  known.maxProbes = kHostileProbes;
+  TRULEPART* all = reinterpret_cast<TRULEPART*>(parts.data);
+  const uint32_t count =
+      static_cast<uint32_t>(parts.length / sizeof(TRULEPART));
+  for (uint32_t i = 0; i < count && questionCount < kMaxQuestions; i++) {
+    if (all[i].kind != TRULEPART::rkLeaf) continue;
+    const TBLOCK text = QuestionOf(all[i]);
+    if (text.empty()) continue;
+    void* number = nullptr;
+    if (known.find(text, number) < 0) {
+      number = reinterpret_cast<void*>(static_cast<uintptr_t>(questionCount));
+      if (known.insert(text, number) < 0) continue;
+      questionCount++;
+    }
+    leaves[all[i].leaf - leaves].question =
+        static_cast<int32_t>(reinterpret_cast<uintptr_t>(number));
+  }
+}
+
+// Which leaves may look at what an earlier one on their field has matched.
+void RULEBOOK::noteNarrowing(const TQMRULE& rule) {
+  bool before[kFieldsEnd] = {};
+  bool behind[kFieldsEnd] = {};
+  for (uint32_t i = 0; i < 2 * rule.count; i++) {
+    const bool forward = i < rule.count;
+    const TRULEPART& part = rule.parts[forward ? i : 2 * rule.count - 1 - i];
+    if (part.kind != TRULEPART::rkLeaf) continue;
+    TQMEXPR& leaf = leaves[part.leaf - leaves];
+    if (leaf.field == kHeaderRuleField || leaf.field >= kFieldsEnd) continue;
+    if (forward) {
+      leaf.mayBeNarrowed = before[leaf.field] && !leaf.isRanged;
+      before[leaf.field] = true;
+    } else {
+      leaf.mayNarrow = behind[leaf.field];
+      if (!leaf.isRanged) behind[leaf.field] = true;
+    }
+  }
+}
+
+void RULEBOOK::noteNeeded() {
+  TQMRULE* list = reinterpret_cast<TQMRULE*>(rules.data);
+  for (uint32_t i = 0; i < ruleCount; i++) {
+    const uint32_t from = needed.length;
+    noteNeededOf(list[i].parts, list[i].parts + list[i].count);
+    list[i].needed =
+        reinterpret_cast<const int32_t*>(static_cast<uintptr_t>(from));
+    list[i].neededCount =
+        static_cast<uint32_t>((needed.length - from) / sizeof(int32_t));
+    if (list[i].neededCount > kMaxNeeded) list[i].neededCount = kMaxNeeded;
+  }
+  for (uint32_t i = 0; i < ruleCount; i++) {
+    const uintptr_t at = reinterpret_cast<uintptr_t>(list[i].needed);
+    list[i].needed = reinterpret_cast<const int32_t*>(needed.data + at);
+  }
+}
+
+// A level in which all that is joined by "&" or "+" comes first: each part of
+// that makes the level 0, but for the last one ahead of a "|", in place of
+// which comes what is behind it. Recurses, kMaxRuleDepth deep.
+void RULEBOOK::noteNeededOf(const TRULEPART* part, const TRULEPART* end) {
+  if (part == end) return;
+  if (part->kind == TRULEPART::rkLeaf) {
+    const TQMEXPR& leaf = *part->leaf;
+    if (leaf.question >= 0 && !leaf.mayBeNarrowed)
+      needed.add(&leaf.question, sizeof leaf.question);
+    return;
+  }
+  const TRULEPART* behind = part;
+  const TRULEPART* last = part;
+  for (; behind != end; behind += behind->span) {
+    if (behind->kind == TRULEPART::rkLeaf) return;
+    if (behind->kind == TRULEPART::rkStop) break;
+    if (behind != part && behind->joiner == '|') break;
+    last = behind;
+  }
+  for (const TRULEPART* p = behind; p != end; p += p->span)
+    if (p->kind == TRULEPART::rkLeaf) return;
+  const bool replaced = behind != end && behind->kind == TRULEPART::rkGroup;
+  for (; part != behind; part += part->span)
+    if (!replaced || part != last) noteNeededOf(part + 1, part + part->span);
 }
 
 const TQMRULE* RULEBOOK::find(uint32_t lineNumber) const {

@@ -25,11 +25,16 @@ class RULEBOOK {
 
   uint32_t ruleCount;
   uint32_t leafCount;
+  uint32_t questionCount;  // TQMEXPR::question is below this
 
  private:
   bool parseSection(const TQMDICO& dico, uint32_t section, uint64_t& bytesLeft);
   bool addRule(TBLOCK text, uint32_t lineNumber);
   bool prepareLeaves(const TQMDICO& dico);
+  void numberQuestions();
+  void noteNeeded();
+  void noteNeededOf(const TRULEPART* part, const TRULEPART* end);
+  void noteNarrowing(const TQMRULE& rule);
   void drop();
 
   // All owned.
@@ -38,6 +43,7 @@ class RULEBOOK {
   BLOCK rules;      // TQMRULE
   BLOCK parts;      // TRULEPART, of all rules
   TQMEXPR* leaves;  // of all rules
+  BLOCK needed;     // questions, of all rules
 };
 
 #endif  // RULES_RULE_BOOK_H_

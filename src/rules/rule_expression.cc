@@ -253,6 +253,12 @@ class RULEPARSER {
 
 }  // namespace
 
+bool IsLedgerField(int32_t field) {
+  const int32_t kState = 30, kCause = 31, kStateWord = 92, kScores = 105;
+  return field == kState || field == kCause || field == kStateWord ||
+         field == kScores;
+}
+
 int32_t TakeDecimal(TBLOCK& text) {
   int64_t number = -1;
   while (!text.empty() && TBLOCK::Is(text[0], bitDigit)) {
@@ -325,7 +331,8 @@ RULEWORK::RULEWORK()
     : matched(lists),
       field(-1),
       text(0, kWorkStep),
-      lists{TBLOCKVECT(0), TBLOCKVECT(0)} {
+      lists{TBLOCKVECT(0), TBLOCKVECT(0)},
+      answers(0, 0) {
   for (TBLOCKVECT& list : lists) list.step = kWorkStep;
 }
 
@@ -347,6 +354,8 @@ void TQMEXPR::clear() {
   isRule = 0;
   isSection = 0;
   regex.read(TBLOCK());
+  question = -1;
+  mayBeNarrowed = mayNarrow = 0;
   section = nullptr;
   lines = nullptr;
 }

@@ -57,6 +57,12 @@ class TQMEXPR {
   int32_t isRule;     // 1: well-formed
   int32_t isSection;  // 1: `value` names a section
   RULEPATTERN regex;  // of `value`, unless that names a section
+  // Of a RULEBOOK. Leaves with one number, which is not -1, get one answer for
+  // as long as a scan keeps its fields, unless they are asked about a part of
+  // the elements only.
+  int32_t question;
+  int32_t mayBeNarrowed;  // 1: an earlier leaf of the rule is on its field
+  int32_t mayNarrow;      // 1: a later one is
 
   TQMEXPR();
   TQMEXPR(const TQMEXPR&) = delete;
@@ -118,7 +124,13 @@ struct TQMRULE {
   TBLOCK name;  // may be empty
   const TRULEPART* parts;
   uint32_t count;
+  // Of a RULEBOOK: questions for which 0 as the answer makes the rule 0.
+  const int32_t* needed;
+  uint32_t neededCount;
 };
+
+// Whether points and causes change the elements of the field.
+bool IsLedgerField(int32_t field);
 
 // Reads decimal digits off the text, up to kMaxScore; -1 when it begins with
 // none.
@@ -152,6 +164,7 @@ struct RULEWORK {
   int32_t field;        // whose elements these are; -1: of none to be narrowed
   BLOCK text;           // room of the functions
   TBLOCKVECT lists[2];
+  BLOCK answers;  // see TQMMSG::answerOf
 
   RULEWORK();
   RULEWORK(const RULEWORK&) = delete;

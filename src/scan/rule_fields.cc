@@ -325,8 +325,7 @@ void AddScores(TQMMSG& m, RULEFIELD& f) {
 // Fields that are built each time they are asked for: points change them, or
 // they depend on a name.
 bool IsFleeting(int32_t field) {
-  return field == kFieldHdr || field == 30 || field == 31 || field == 92 ||
-         field == 105;
+  return field == kFieldHdr || IsLedgerField(field);
 }
 
 }  // namespace
@@ -591,6 +590,7 @@ void TQMMSG::setRegexFields(int field, TBLOCK name, TBLOCKVECT& list) {
 }
 
 void TQMMSG::dropRegexFields() {
+  ruleWork.answers.empty();
   for (RULEFIELD* field : ruleFields)
     if (field) field->clear();
 }

@@ -3,8 +3,11 @@
 // that is parsed here take the same walk. Entries: checkRule, and the members
 // named after what they do with a section. Tested by rule_sections_test.cc.
 
+#include <string.h>
+
 #include "base/score.h"
 #include "regex/regex_pool.h"
+#include "rules/rule_book.h"
 #include "scan/tqmmsg.h"
 
 namespace {
@@ -17,6 +20,10 @@ const int32_t kHashedWords = 200;
 const uint32_t kUsualParts = 16;
 
 const int32_t kBadLeaf = -1;
+
+// What is remembered of a question: 0 for nothing, else the answer and 1.
+const unsigned char kNone = 1;
+const int32_t kMostRemembered = 254;
 
 bool IsChained(TBLOCK name) {
   return !name.empty() && name[0] == '@';
@@ -52,7 +59,15 @@ int TQMMSG::checkRuleLine(const TQKLINE* line, TBLOCK& name, int multi) {
   const TQMRULE* rule = dico.preparedRule(line);
   if (!rule) return checkRule(dico.lineBlock(line), name, multi, '|');
   name = rule->name;
-  return checkRule(*rule, multi, '|');
+  return isRuledOut(*rule) ? 0 : checkRule(*rule, multi, '|');
+}
+
+// Whether an answer that is known already makes the rule 0.
+bool TQMMSG::isRuledOut(const TQMRULE& rule) const {
+  if (ruleWork.answers.length == 0 || ruleTrace) return false;
+  for (uint32_t i = 0; i < rule.neededCount; i++)
+    if (ruleWork.answers.data[rule.needed[i]] == kNone) return true;
+  return false;
 }
 
 // The parts of one level, from left to right. The value of each part takes the
@@ -93,16 +108,37 @@ int32_t TQMMSG::checkLeaf(const TRULEPART& part, char op) {
   return leaf.parse(part.text, dico) ? testLeaf(leaf, op) : kBadLeaf;
 }
 
+// Where the leaf's answer is remembered, null for nowhere: until the fields
+// change, since many rules ask the same.
+unsigned char* TQMMSG::answerOf(const TQMEXPR& leaf) {
+  if (leaf.question < 0 || ruleTrace) return nullptr;
+  BLOCK& answers = ruleWork.answers;
+  if (answers.length == 0) {
+    const uint32_t n = dico.stuff->rules->questionCount;
+    if (answers.capacity < n && !answers.addSpace(n)) return nullptr;
+    memset(answers.data, 0, n);
+    answers.length = n;
+  }
+  return answers.data + leaf.question;
+}
+
 // Behind "&" a leaf on the field of the leaf before it looks only at what that
 // one has matched.
 int32_t TQMMSG::testLeaf(const TQMEXPR& leaf, char op) {
   RULEWORK& work = ruleWork;
   const bool narrowed = op == '&' && leaf.field == work.field && !leaf.isRanged;
+  unsigned char* const answer = narrowed ? nullptr : answerOf(leaf);
+  if (answer && (*answer == kNone || (*answer && !leaf.mayNarrow))) {
+    work.field = -1;
+    return *answer - kNone;
+  }
   const TBLOCKVECT& elements =
       narrowed ? *work.matched : regexFields(leaf.field, leaf.fieldName);
   TBLOCKVECT& matched = work.spare();
   const int32_t count = leaf.checkBlockList(elements, matched, work.text);
   if (ruleTrace) ruleTrace->leafTested(leaf, elements, matched, count);
+  if (answer && count <= kMostRemembered)
+    *answer = static_cast<unsigned char>(count + kNone);
   work.matched = &matched;
   // "@A" and "@B" share a number.
   work.field = leaf.field == kHeaderRuleField ? -1 : leaf.field;

@@ -782,6 +782,8 @@ class TQMMSG : public OLISTGURU {
                    int multi, char op);
   int32_t checkLeaf(const TRULEPART& part, char op);
   int32_t testLeaf(const TQMEXPR& leaf, char op);
+  unsigned char* answerOf(const TQMEXPR& leaf);
+  bool isRuledOut(const TQMRULE& rule) const;
   int32_t firstRule(const TQKSECTION* section, TBLOCK& name);
   void scoreRule(TBLOCK name, int32_t score, int32_t count);
   int32_t sumRules(const TQKSECTION* section, int64_t start, int positive,

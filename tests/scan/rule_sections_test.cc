@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "base/heap_text.h"
 #include "regex/regex_pool.h"
@@ -290,6 +291,55 @@ TEST_F(RuleSectionsTest, SectionsWithAnIndex) {
   load("Subject: s\r\n\r\nok1 without ab-1-2\r\n");
   message.bodyWords.add(TBLOCK("ok1"), 0, 0);
   EXPECT_EQ(5, message.getPositiveSectionScore(TBLOCK("phish"), nullptr));
+}
+
+// A rule of a few leaves, in groups within groups.
+std::string RandomRule(Numbers& numbers, int depth) {
+  static const char* const kFields[] = {
+      "Param", "Param", "Param[1]", "Param[0,1]", "Subject",  "@X-A",
+      "@X-C",  "@All",  "Cc",       "rev(Param)", "SpamCause"};
+  static const char* const kValues[] = {"=a",  "=an", "<>an", "=e",  "==a",
+                                        "!=x", "=.",  "<>.",  "=^$", "=one~n"};
+  static const char* const kJoiners[] = {"&", "&", "&", "+", "|", ""};
+  static const char* const kCounts[] = {"", "", "", "1<", "2>", "0="};
+  std::string rule;
+  for (uint32_t n = 1 + numbers.Below(3); n > 0; n--) {
+    const bool alone = depth == 2 || numbers.Below(3) > 0;
+    if (!rule.empty()) rule += kJoiners[numbers.Below(6)];
+    rule += "(";
+    rule += alone ? std::string(kCounts[numbers.Below(6)]) +
+                        kFields[numbers.Below(11)] + kValues[numbers.Below(10)]
+                  : RandomRule(numbers, depth + 1);
+    rule += numbers.Below(40) ? ")" : "";
+  }
+  return rule + (numbers.Below(20) ? "" : "Param=p");
+}
+
+// What is remembered from one rule to the next changes none of them.
+TEST_F(RuleSectionsTest, PreparedRulesAnswerAsTheirTexts) {
+  Numbers numbers(3);
+  int matched = 0;
+  for (int round = 0; round < 20; round++) {
+    std::vector<std::string> rules;
+    PatternImage rows;
+    rows.section("s", stRule);
+    for (int i = 0; i < 200; i++) rules.push_back(RandomRule(numbers, 0));
+    for (const std::string& rule : rules) rows.text(rule.c_str(), 0, 1);
+    ASSERT_TRUE(rows.load(message.dico));
+    message.dico.prepareRules();
+    message.dropRegexFields();
+    TBLOCK name;
+    for (uint32_t i = 0; i < rules.size(); i++) {
+      const int count =
+          message.checkRule(TBLOCK(rules[i].c_str()), name, 1, '|');
+      ASSERT_EQ(count,
+                message.checkRuleLine(message.dico.image().line(i), name, 1))
+          << rules[i];
+      matched += count > 0;
+      if (numbers.Below(20) == 0) message.addToSpamScore(1, "an", 1);
+    }
+  }
+  EXPECT_GT(matched, 500);
 }
 
 }  // namespace

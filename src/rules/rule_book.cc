@@ -195,9 +195,9 @@ void RULEBOOK::noteNeeded() {
   }
 }
 
-// A level in which all that is joined by "&" or "+" comes first: each part of
-// that makes the level 0, but for the last one ahead of a "|", in place of
-// which comes what is behind it. Recurses, kMaxRuleDepth deep.
+// The parts up to the first that comes in place of the one before it, a leaf or
+// behind "|": each of them ends the level when it is 0, but for that one
+// before. Recurses, kMaxRuleDepth deep.
 void RULEBOOK::noteNeededOf(const TRULEPART* part, const TRULEPART* end) {
   if (part == end) return;
   if (part->kind == TRULEPART::rkLeaf) {
@@ -206,19 +206,14 @@ void RULEBOOK::noteNeededOf(const TRULEPART* part, const TRULEPART* end) {
       needed.add(&leaf.question, sizeof leaf.question);
     return;
   }
-  const TRULEPART* behind = part;
-  const TRULEPART* last = part;
-  for (; behind != end; behind += behind->span) {
-    if (behind->kind == TRULEPART::rkLeaf) return;
-    if (behind->kind == TRULEPART::rkStop) break;
-    if (behind != part && behind->joiner == '|') break;
-    last = behind;
+  while (part != end && part->kind == TRULEPART::rkGroup) {
+    const TRULEPART* const next = part + part->span;
+    const bool replaced =
+        next != end && (next->kind == TRULEPART::rkLeaf || next->joiner == '|');
+    if (replaced) return;
+    noteNeededOf(part + 1, next);
+    part = next;
   }
-  for (const TRULEPART* p = behind; p != end; p += p->span)
-    if (p->kind == TRULEPART::rkLeaf) return;
-  const bool replaced = behind != end && behind->kind == TRULEPART::rkGroup;
-  for (; part != behind; part += part->span)
-    if (!replaced || part != last) noteNeededOf(part + 1, part + part->span);
 }
 
 const TQMRULE* RULEBOOK::find(uint32_t lineNumber) const {

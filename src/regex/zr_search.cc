@@ -459,9 +459,9 @@ int zr_search_build(zr_regex* preg) {
                 preg->fastGroups, preg->fastGroupCount) &&
       (search->faithful || zr_search_cover(preg)) &&
       zr_search_follows(preg, &search->full, preg->nodes, preg->groups,
-                        preg->nodeCount) &&
+                        preg->nodeCount, preg->groupCount) &&
       zr_search_follows(preg, &search->fast, preg->fastNodes, preg->fastGroups,
-                        preg->fastNodeCount) &&
+                        preg->fastNodeCount, preg->fastGroupCount) &&
       zr_search_starts(preg, &search->full, preg->nodes, preg->groups,
                        preg->groupCount) &&
       zr_search_starts(preg, &search->fast, preg->fastNodes, preg->fastGroups,
@@ -512,6 +512,8 @@ void zr_search_free(zr_search* search) {
   }
   free(search->full.follows);
   free(search->fast.follows);
+  free(search->full.begins);
+  free(search->fast.begins);
   free(search->full.starts);
   free(search->fast.starts);
   free(search->sets);

@@ -12,13 +12,13 @@
 #include "regex/zr_window.h"
 
 // What can come behind a greedy one-byte element; or, for a bracket that opens
-// a group, what the group and all behind it can begin with.
+// a group and for an alternative, what it and all behind it can begin with.
 struct zr_follow {
   zr_place place;  // the next byte
   uint8_t atEnd;   // 1: or the text's end
   uint8_t apart;   // 1: no byte of the element's own
   uint8_t mayEnd;  // 1: or nothing: the pattern may be complete
-  uint8_t guards;  // 1, of a bracket: anything else fails
+  uint8_t guards;  // 1, of these two: anything else fails
 };
 
 static const uint32_t ZR_MAX_STARTS = 8;  // windows of one alternative
@@ -39,6 +39,7 @@ struct zr_plan {
   // places[1] under 0xDF. Null for a mask that is never in force. Owned.
   zr_place* places[2];
   zr_follow* follows;  // by node; set where bytes may be given back. Owned
+  zr_follow* begins;   // by group record. Owned
   zr_start* starts;    // by group record, where `skip` is set. Owned
   uint32_t slotCount;  // capture slots that its groups use
   uint32_t hasTail;    // 1: there is a tail to check before anything else
@@ -155,6 +156,7 @@ bool zr_search_starts(zr_regex* preg, zr_plan* plan, const zr_node* nodes,
                       const zr_group* groups, uint32_t groupCount);
 // zr_follow.cc: the same for what follows each element.
 bool zr_search_follows(zr_regex* preg, zr_plan* plan, const zr_node* nodes,
-                       const zr_group* groups, uint32_t nodeCount);
+                       const zr_group* groups, uint32_t nodeCount,
+                       uint32_t groupCount);
 
 #endif  // REGEX_ZR_SEARCH_H_

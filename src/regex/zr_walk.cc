@@ -71,7 +71,9 @@ bool zr_same_bytes(const zr_walker* w, const zr_node& literal,
 
 static bool LiteralAt(const zr_walker* w, const zr_node& literal,
                       uint32_t position) {
-  return literal.b - literal.a < w->length - position &&
+  if (literal.b - literal.a >= w->length - position) return false;
+  const uint8_t byte = w->text[position];
+  return (byte & (zr_MaskTable[byte] | w->mask)) == w->preg->pool[literal.a] &&
          zr_same_bytes(w, literal, w->text + position, w->mask);
 }
 
@@ -401,12 +403,27 @@ static zr_way RestartOrFail(zr_walker* w) {
   return ZR_WAY_FORWARD;
 }
 
-// Enters the alternative behind the node `opener`.
+// The last alternative has failed; `last` is behind it.
+static zr_way LeaveGroup(zr_walker* w, uint32_t last) {
+  if (w->nodes[last].opcode == ZR_END) return RestartOrFail(w);
+  return IterationFailed(w, w->nodes[last].a);
+}
+
+// Enters the alternative behind the node `opener`, or of those behind it the
+// first that can begin here.
 static zr_way EnterAlternative(zr_walker* w, uint32_t opener) {
-  const uint32_t record = w->nodes[opener].a;
+  uint32_t record = w->nodes[opener].a;
+  while (!w->groups[record].skip || w->closed != 0) {
+    const zr_follow& begin = w->plan->begins[record];
+    w->record = record;
+    w->node = opener + 1;
+    if (!begin.guards || GoesOn(w, begin, w->position)) return ZR_WAY_FORWARD;
+    opener = w->groups[record].last;
+    if (w->nodes[opener].opcode != ZR_ALT) return LeaveGroup(w, opener);
+    record = w->nodes[opener].a;
+  }
   w->record = record;
   w->node = opener + 1;
-  if (!w->groups[record].skip || w->closed != 0) return ZR_WAY_FORWARD;
   w->position = w->base;
   if (!Scans(w, record)) return ZR_WAY_FORWARD;
   if (w->nodes[w->node].opcode == ZR_BS) return ZR_WAY_BROKEN;
@@ -439,14 +456,9 @@ static zr_way BackAlternative(zr_walker* w) {
     }
     w->position = w->base;
   }
-  switch (w->nodes[group.last].opcode) {
-    case ZR_ALT:
-      return EnterAlternative(w, group.last);
-    case ZR_END:
-      return RestartOrFail(w);
-    default:
-      return IterationFailed(w, w->nodes[group.last].a);
-  }
+  if (w->nodes[group.last].opcode == ZR_ALT)
+    return EnterAlternative(w, group.last);
+  return LeaveGroup(w, group.last);
 }
 
 static zr_way BeginIteration(zr_walker* w, uint32_t open) {

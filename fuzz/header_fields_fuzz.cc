@@ -10,7 +10,8 @@
 #include "scan/tqmmsg.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  TQMMSG message(nullptr, nullptr, nullptr, 0, 0);
+  static FUZZDICO* const shared = new FUZZDICO(nullptr);
+  TQMMSG message(&shared->pool, shared->dico.stuff, nullptr, 0, 0);
   message.wantHeader = 1;
   message.loadFromBlock(TBLOCK(bytes, static_cast<uint32_t>(size)), "", 1);
   message.parseWords();
@@ -27,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   again.pop_back();
   again.append(reinterpret_cast<const char*>(bytes) + message.headerEnd,
                size - message.headerEnd);
-  TQMMSG second(nullptr, nullptr, nullptr, 0, 0);
+  TQMMSG second(&shared->pool, shared->dico.stuff, nullptr, 0, 0);
   second.loadFromBlock(
       TBLOCK(again.data(), static_cast<uint32_t>(again.size())), "", 0);
   second.parseHeader();

@@ -16,9 +16,8 @@ class FIELDLINE {
  public:
   FIELDLINE(TBLOCK line, bool regex, REGEXPOOL* patterns)
       : isRegex(regex), prepared(false), pool(patterns) {
-    const TBLOCK field = TBLOCK::BlockBeforeChar(line, '=', 0, 0);
-    anyField = field.equals("*");
-    name = field;
+    name = TBLOCK::BlockBeforeChar(line, '=', 0, 0);
+    anyField = name.equals("*");
     value = line;
     if (!isRegex) value.trim();
   }
@@ -26,8 +25,10 @@ class FIELDLINE {
   bool holds(const BLOCKPART& part) {
     if (anyField) return anyHolds(part);
     TBLOCK found;
-    if (part.headerFieldIndex(name.c_str(), found) < 0 || found.empty())
-      return isRegex ? value.equals("^$") : value.empty();
+    part.lastField(name, found);
+    found.trim();
+    found.stripQuotes();
+    if (found.empty()) return isRegex ? value.equals("^$") : value.empty();
     return fits(found);
   }
 
@@ -55,8 +56,7 @@ class FIELDLINE {
     return MatchWildcard(value, found, wmPrefix);
   }
 
-  STR name;
-  TBLOCK value;
+  TBLOCK name, value;
   const bool isRegex;
   bool anyField;
   bool prepared;

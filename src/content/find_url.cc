@@ -64,6 +64,13 @@ struct DOMAIN_NAME {
   TBLOCK view() const { return TBLOCK(letters + kMaxDomain - length, length); }
 };
 
+// "." "<" "h" "w", of which the lower five bits are all different.
+bool MayBeginUrl(unsigned char byte) {
+  const uint32_t kBits =
+      1u << ('.' & 31) | 1u << ('<' & 31) | 1u << ('h' & 31) | 1u << ('w' & 31);
+  return kBits >> (byte & 31) & 1;
+}
+
 struct FINDER {
   unsigned char* const from;
   unsigned char* const end;
@@ -310,6 +317,7 @@ TBLOCK TBLOCKURL::FindUrl(TBLOCK& cursor, const TQMDICO* dico) {
   unsigned char* const end = cursor.end();
   FINDER finder = {from, end, dico, nullptr, false, from, from, from};
   for (unsigned char* p = from; p < end; p++) {
+    if (!MayBeginUrl(*p)) continue;
     TBLOCK url;
     unsigned char* behind = nullptr;
     if (*p == '<')

@@ -57,12 +57,18 @@ bool MayOffer(unsigned char first, unsigned char second) {
   }
 }
 
+// The second letter of an offer: one of "enop".
+bool IsSecond(unsigned char folded) {
+  const uint32_t kSeconds =
+      1u << ('e' & 31) | 1u << ('n' & 31) | 1u << ('o' & 31) | 1u << ('p' & 31);
+  return kSeconds >> (folded & 31) & 1;
+}
+
 bool HoldsOffer(TBLOCK line) {
-  unsigned char second = line.empty() ? 0 : TBLOCK::LowerConvTable[line[0]];
   for (uint32_t i = 0; i + 1 < line.length; i++) {
-    const unsigned char first = second;
-    second = TBLOCK::LowerConvTable[line[i + 1]];
-    if (!MayOffer(first, second)) continue;
+    const unsigned char second = TBLOCK::LowerConvTable[line[i + 1]];
+    if (!IsSecond(second) || !MayOffer(TBLOCK::LowerConvTable[line[i]], second))
+      continue;
     for (const char* offer : kOffers)
       if (line.from(i).begins(offer)) return true;
   }

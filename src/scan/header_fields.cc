@@ -249,11 +249,11 @@ void TQMMSG::_parseHeaderOne() {
 void TQMMSG::readReceivedAndLists() {
   const TBLOCK fieldName("received");
   const TBLOCKVECT& fields = message.fields;
+  const TQKSECTION* const lists = dico.findSection("HdrMailingList");
   for (int32_t i = 0; i < fields.count(); i++) {
     TBLOCK value = fields.get(i);
     const TQKLINE* match = nullptr;
-    if (i < kMaxMatchedFields &&
-        dico.matchRegex("HdrMailingList", value, match))
+    if (i < kMaxMatchedFields && dico.compareRegex(lists, value, match, 0))
       mailingListScore = ClampScore(int64_t{mailingListScore} + match->score);
     if (!TakeFieldName(value, fieldName)) continue;
     value.trim();

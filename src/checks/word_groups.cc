@@ -15,6 +15,8 @@
 // checkWordGroups and what calls it. Tested by word_groups_test.cc and
 // tests/mail/word_groups.eml.
 
+#include <string.h>
+
 #include "base/hash_count.h"
 #include "rules/section_name.h"
 #include "scan/tqmmsg.h"
@@ -82,21 +84,16 @@ int32_t CountOwnLinks(const TLINKVECT& links, TBLOCK domain) {
 struct TQMMSG::TGROUPWALK {
   TQMDICO& dico;
   int64_t linesLeft;
-  SECTIONNAME section;  // the name that was looked for last
 
   explicit TGROUPWALK(TQMDICO& dictionary)
       : dico(dictionary),
         linesLeft(kMinGroupLines + kVisitsOfLine * dico.image().lineCount) {}
 
-  // The section of that name, its lines paid for; null when there is none, or
-  // no more to be spent.
-  const TQKSECTION* visit(const char* front, const char* group,
-                          const char* back) {
-    section.clear();
-    section.add(front).add(group).add(back);
-    const TQKSECTION* found = dico.findSection(section.view());
-    if (!found) return nullptr;
-    return pay(dico.image().lineCountOf(found)) ? found : nullptr;
+  // The section, its lines paid for; null when there is none, or no more to be
+  // spent.
+  const TQKSECTION* visit(const TQKSECTION* section) {
+    if (!section) return nullptr;
+    return pay(dico.image().lineCountOf(section)) ? section : nullptr;
   }
 
   bool pay(uint32_t lines) {
@@ -105,35 +102,48 @@ struct TQMMSG::TGROUPWALK {
   }
 };
 
+struct TQMMSG::TWORDGROUP {
+  const char* name;
+  TGROUPSECTIONS sections;
+
+  TWORDGROUP(const TQMDICO& dico, const char* groupName) : name(groupName) {
+    memset(&sections, 0, sizeof sections);
+    if (dico.stuff) dico.stuff->findGroup(name, sections);
+  }
+};
+
 // ==== One group
 
 // Sum of the words found; `found` tells whether the section is there.
-int64_t TQMMSG::groupWords(TGROUPWALK& walk, const char* group,
-                           const char* suffix, const TBLOCKVECT& words,
-                           int limit, bool& found) {
-  const TQKSECTION* const there = walk.visit("", group, suffix);
-  found = there != nullptr;
+int64_t TQMMSG::groupWords(TGROUPWALK& walk, const TWORDGROUP& group,
+                           int32_t which, const TBLOCKVECT& words, int limit,
+                           bool& found) {
+  const TQKSECTION* const section = walk.visit(group.sections.of[which]);
+  found = section != nullptr;
   if (!found) return 0;
-  const char* section = walk.section.c_str();
+  SECTIONNAME name;
+  name.add(kGroupSections[which][0]).add(group.name);
+  name.add(kGroupSections[which][1]);
   uint32_t visits;
-  const int hits = countKeywords(section, there, words, limit, 0, visits);
+  const int hits =
+      countKeywords(name.c_str(), section, words, limit, 0, visits);
   walk.pay(visits);
-  return hits > 0 ? dico.getSectionScore(section, kDisguiseFactor) : 0;
+  return hits > 0 ? dico.getSectionScore(name.c_str(), kDisguiseFactor) : 0;
 }
 
 // Words of a field: of its own section, or else of that of the body's.
-int64_t TQMMSG::groupFieldWords(TGROUPWALK& walk, const char* group,
-                                const char* suffix, const TBLOCKVECT& words) {
+int64_t TQMMSG::groupFieldWords(TGROUPWALK& walk, const TWORDGROUP& group,
+                                int32_t which, const TBLOCKVECT& words) {
   bool found;
-  const int64_t own = groupWords(walk, group, suffix, words, 0, found);
+  const int64_t own = groupWords(walk, group, which, words, 0, found);
   if (found) return own;
-  return kSharedFactor * groupWords(walk, group, "-Words", words, 0, found);
+  return kSharedFactor * groupWords(walk, group, gsWords, words, 0, found);
 }
 
 // Each rule that holds scores once.
-int64_t TQMMSG::groupRules(TGROUPWALK& walk, const char* group,
-                           const char* suffix) {
-  const TQKSECTION* section = walk.visit("", group, suffix);
+int64_t TQMMSG::groupRules(TGROUPWALK& walk, const TWORDGROUP& group,
+                           int32_t which) {
+  const TQKSECTION* section = walk.visit(group.sections.of[which]);
   const uint32_t n = section ? dico.image().lineCountOf(section) : 0;
   int64_t sum = 0;
   for (uint32_t i = 0; i < n; i++) {
@@ -147,10 +157,10 @@ int64_t TQMMSG::groupRules(TGROUPWALK& walk, const char* group,
 // What the subgroups add. Each begins with the total of its group, so that the
 // words of one count when the group has scored. The names of those that changed
 // it go in front of what is known, the last one first.
-int64_t TQMMSG::groupChildren(TGROUPWALK& walk, const char* group,
+int64_t TQMMSG::groupChildren(TGROUPWALK& walk, const TWORDGROUP& group,
                               bool unlimited, int32_t groupDepth, int32_t total,
                               STR* description) {
-  const TQKSECTION* list = walk.visit("", group, "");
+  const TQKSECTION* list = walk.visit(group.sections.of[gsList]);
   if (!list || !(list->type & kListTypes)) return 0;
   const uint32_t n = dico.image().lineCountOf(list);
   int64_t sum = 0;
@@ -159,7 +169,7 @@ int64_t TQMMSG::groupChildren(TGROUPWALK& walk, const char* group,
         UntilNul(dico.lineBlock(dico.image().sectionLine(list, i)));
     const bool marked = !line.empty() && line[0] == '+';
     SECTIONNAME child;
-    child.add(marked || unlimited ? "+" : "").add(group).add("\\");
+    child.add(marked || unlimited ? "+" : "").add(group.name).add("\\");
     child.add(line.from(marked));
     int32_t childTotal = total;
     walkGroup(walk, child.c_str(), groupDepth + 1, childTotal, description);
@@ -177,30 +187,29 @@ bool TQMMSG::walkGroup(TGROUPWALK& walk, const char* name, int32_t groupDepth,
                        int32_t& total, STR* description) {
   if (groupDepth > kMaxGroupDepth || !walk.pay(kLinesOfGroup)) return false;
   const bool unlimited = *name == '+';
-  const char* group = name + unlimited;
+  const TWORDGROUP group(dico, name + unlimited);
   const int limit = unlimited ? 0 : kGroupWords;
 
   STR ruleName;
-  if (walk.visit("No-", group, "-Regex") &&
-      matchRuleSection(walk.section.c_str(), ruleName) > 0)
-    return false;
+  const TQKSECTION* const exception = walk.visit(group.sections.of[gsNoRegex]);
+  if (exception && matchRules(exception, ruleName) > 0) return false;
   bool found;
   int64_t sum = total;
-  sum += groupWords(walk, group, "-Group", bodyWords, limit, found);
+  sum += groupWords(walk, group, gsGroup, bodyWords, limit, found);
   if (found && unlimited) {
-    sum += groupWords(walk, group, "-Group", subjectWords, 0, found);
-    sum += groupWords(walk, group, "-Group", aliasWords, 0, found);
+    sum += groupWords(walk, group, gsGroup, subjectWords, 0, found);
+    sum += groupWords(walk, group, gsGroup, aliasWords, 0, found);
   }
-  sum += groupRules(walk, group, "-GroupRegex");
+  sum += groupRules(walk, group, gsGroupRegex);
   total = ClampScore(sum);
   sum += groupChildren(walk, group, unlimited, groupDepth, total, description);
   total = ClampScore(sum);
   if (total == 0) return false;
 
-  sum += groupWords(walk, group, "-Words", bodyWords, limit, found);
-  sum += groupFieldWords(walk, group, "-SubjectWords", subjectWords);
-  sum += groupFieldWords(walk, group, "-AliasWords", aliasWords);
-  sum += groupRules(walk, group, "-Regex");
+  sum += groupWords(walk, group, gsWords, bodyWords, limit, found);
+  sum += groupFieldWords(walk, group, gsSubjectWords, subjectWords);
+  sum += groupFieldWords(walk, group, gsAliasWords, aliasWords);
+  sum += groupRules(walk, group, gsRegex);
   total = ClampScore(sum);
   return total > kSpamThreshold;
 }
@@ -218,7 +227,7 @@ bool TQMMSG::checkWordGroup(const char* name, int32_t& total,
 // speak for the message, go.
 int TQMMSG::checkWordGroups(const char* section) {
   TGROUPWALK walk(dico);
-  const TQKSECTION* groups = walk.visit("", section, "");
+  const TQKSECTION* groups = walk.visit(dico.findSection(section));
   const uint32_t n = groups ? dico.image().lineCountOf(groups) : 0;
   int any = 0;
   for (uint32_t i = 0; i < n; i++) {

@@ -43,14 +43,35 @@ int SectionDigest(TBLOCK name, unsigned char* digest);
 // Names of rule fields, in the order of their numbers, which begin at 1.
 extern const char _REGEXFIELDNAMES[];
 
+// The sections of a group of words, see checks/word_groups.cc, and what stands
+// in front of and behind the group's name in theirs.
+enum : int32_t {
+  gsList,
+  gsNoRegex,
+  gsGroup,
+  gsGroupRegex,
+  gsWords,
+  gsSubjectWords,
+  gsAliasWords,
+  gsRegex,
+  gsCount
+};
+extern const char* const kGroupSections[gsCount][2];
+struct TGROUPSECTIONS {
+  const TQKSECTION* of[gsCount];  // null: there is none
+};
+
 // Indexes over one image. Read-only once built.
 class HSTUFF {
  public:
-  HASHTAB sections;    // digest of the name -> const TQKSECTION*
-  HASHTAB lineTables;  // the same -> HASHTAB* of its lines, owned
-  HASHTAB fieldNames;  // rule field -> its number, as a word
-  HASHTAB named;       // names that code asks for -> their section or null
-  BLOCK namedText;     // those of them that prepareNames has composed
+  HASHTAB sections;     // digest of the name -> const TQKSECTION*
+  HASHTAB lineTables;   // the same -> HASHTAB* of its lines, owned
+  HASHTAB fieldNames;   // rule field -> its number, as a word
+  HASHTAB named;        // names that code asks for -> their section or null
+  BLOCK namedText;      // those of them that prepareNames has composed
+  HASHTAB groups;       // names of groups -> index in groupSections, as a word
+  BLOCK groupSections;  // TGROUPSECTIONS, of prepareNames
+  BLOCK exceptions;     // TEXCEPTION, by section, of prepareNames
   FILTERSECTIONS filterSections;
   // Owned; null until TQMDICO::prepareRules.
   RULEBOOK* rules;
@@ -76,8 +97,20 @@ class HSTUFF {
   void prepareNames();
   // The section of that name, or null.
   const TQKSECTION* findSection(TBLOCK name) const;
+  // The section "No-NAME" of the section NAME, or null.
+  const TQKSECTION* findException(const TQKSECTION* section,
+                                  const char* name) const;
+  void findGroup(const char* name, TGROUPSECTIONS& group) const;
 
  private:
+  struct TEXCEPTION {
+    uint32_t known;
+    const TQKSECTION* section;
+  };
+  uint32_t sectionNumber(const TQKSECTION* section) const;
+  void noteException(TBLOCK name);
+  void noteGroup(TBLOCK name);
+
   void indexSections();
   void indexLines(const TQKSECTION* section, uint64_t& linesLeft,
                   uint64_t& bytesLeft);

@@ -4,28 +4,16 @@
 // dictionary: those of the names in section_names.inc for each one, those of
 // names that scans compose for one that is shared. Any other name is digested.
 //
-// Entries: HSTUFF::findSection, HSTUFF::prepareNames. Tested by
-// qm_dico_test.cc.
+// Entries: HSTUFF::findSection, HSTUFF::prepareNames, findException and
+// findGroup. Tested by qm_dico_test.cc.
+
+#include <string.h>
 
 #include "base/md5.h"
 #include "rules/qm_dico.h"
 #include "rules/section_name.h"
 
-namespace {
-
-// Bytes of composed names, against lists of a damaged image that name each
-// other: many times what a dictionary needs.
-const uint32_t kMaxNamedText = 1 << 18;
-
-const char* const kNames[] = {
-#include "rules/section_names.inc"
-};
-
-// Sections of which the lines are groups of words.
-const char* const kGroupLists[] = {"BlackWordGroups", "CommercialWordGroups",
-                                   "ResitWordGroups", "ScamGroups"};
-// What is put in front of and behind the name of a group.
-const char* const kGroupSections[][2] = {
+const char* const kGroupSections[gsCount][2] = {
     {"", ""},
     {"No-", "-Regex"},
     {"", "-Group"},
@@ -36,8 +24,27 @@ const char* const kGroupSections[][2] = {
     {"", "-Regex"},
 };
 
+namespace {
+
+// Bytes of composed names, against lists of a damaged image that name each
+// other: many times what a dictionary needs.
+const uint32_t kMaxNamedText = 1 << 18;
+const uint32_t kGroupStep = 1024;  // bytes, of places of names
+
+const char* const kNames[] = {
+#include "rules/section_names.inc"
+};
+
+// Sections of which the lines are groups of words.
+const char* const kGroupLists[] = {"BlackWordGroups", "CommercialWordGroups",
+                                   "ResitWordGroups", "ScamGroups"};
 // Section types that may list groups inside of a group.
 const uint32_t kListTypes = 1 | 8;
+
+TBLOCK UntilNul(TBLOCK text) {
+  const int32_t nul = text.findByte(0);
+  return nul < 0 ? text : text.head(static_cast<uint32_t>(nul));
+}
 
 const TQKSECTION* AsSection(void* data) {
   return static_cast<const TQKSECTION*>(data);
@@ -48,8 +55,11 @@ const TQKSECTION* AsSection(void* data) {
 // again, so that a walk in circles comes to an end.
 class COMPOSER {
  public:
+  INTVECT groups;  // where names of groups begin
+
   COMPOSER(const HSTUFF& stuffToRead, BLOCK& out)
-      : stuff(stuffToRead),
+      : groups(0, kGroupStep),
+        stuff(stuffToRead),
         image(stuffToRead.image),
         text(out),
         left(kMaxNamedText) {}
@@ -111,6 +121,7 @@ class COMPOSER {
   void addGroup(const STR& group, int32_t depth) {
     STR name;
     const TQKSECTION* children = nullptr;
+    groups.add(static_cast<int32_t>(text.length));
     for (const auto& parts : kGroupSections) {
       if (!compose(parts[0], group.view(), parts[1], name)) continue;
       const TQKSECTION* found = addSection(name.view(), 1);
@@ -145,7 +156,7 @@ void HSTUFF::addName(TBLOCK name) {
 }
 
 void HSTUFF::indexNames() {
-  named.maxProbes = kHostileProbes;
+  named.maxProbes = groups.maxProbes = kHostileProbes;
   for (const char* name : kNames) addName(TBLOCK(name));
 }
 
@@ -159,6 +170,72 @@ void HSTUFF::prepareNames() {
   while (!rest.empty()) {
     const uint32_t end = static_cast<uint32_t>(rest.findByte('\0'));
     addName(rest.head(end));
+    noteException(rest.head(end));
     rest.skip(end + 1);
+  }
+  for (int32_t i = 0; i < composer.groups.count(); i++) {
+    rest = namedText.view().from(static_cast<uint32_t>(composer.groups.get(i)));
+    noteGroup(UntilNul(rest));
+  }
+}
+
+// ---- Sections that go with others
+
+uint32_t HSTUFF::sectionNumber(const TQKSECTION* section) const {
+  return static_cast<uint32_t>(section - image.section(0));
+}
+
+// A section has one name, so what goes with the name goes with the section.
+void HSTUFF::noteException(TBLOCK name) {
+  const uint32_t size = image.sectionCount * sizeof(TEXCEPTION);
+  const TQKSECTION* const section = findSection(name);
+  if (!section) return;
+  if (exceptions.length == 0) {
+    if (!exceptions.addSpace(size)) return;
+    memset(exceptions.data, 0, size);
+    exceptions.length = size;
+  }
+  SECTIONNAME exception;
+  exception.add("No-").add(name);
+  const TEXCEPTION noted = {1, findSection(exception.view())};
+  memcpy(exceptions.data + sectionNumber(section) * sizeof noted, &noted,
+         sizeof noted);
+}
+
+const TQKSECTION* HSTUFF::findException(const TQKSECTION* section,
+                                        const char* name) const {
+  if (exceptions.length > 0) {
+    TEXCEPTION noted;
+    memcpy(&noted, exceptions.data + sectionNumber(section) * sizeof noted,
+           sizeof noted);
+    if (noted.known) return noted.section;
+  }
+  SECTIONNAME exception;
+  return findSection(exception.add("No-").add(name).view());
+}
+
+void HSTUFF::noteGroup(TBLOCK name) {
+  SECTIONNAME text;
+  text.add(name);
+  TGROUPSECTIONS group;
+  void* known = nullptr;
+  if (name.empty() || groups.find(name, known) >= 0) return;
+  findGroup(text.c_str(), group);
+  const uintptr_t at = groupSections.length;
+  if (groupSections.add(&group, sizeof group))
+    groups.insert(name, reinterpret_cast<void*>(at));
+}
+
+void HSTUFF::findGroup(const char* name, TGROUPSECTIONS& group) const {
+  void* at = nullptr;
+  if (groups.find(TBLOCK(name), at) >= 0) {
+    memcpy(&group, groupSections.data + reinterpret_cast<uintptr_t>(at),
+           sizeof group);
+    return;
+  }
+  for (int32_t i = 0; i < gsCount; i++) {
+    SECTIONNAME section;
+    section.add(kGroupSections[i][0]).add(name).add(kGroupSections[i][1]);
+    group.of[i] = findSection(section.view());
   }
 }

@@ -216,8 +216,11 @@ void TQMMSG::scoreRule(TBLOCK name, int32_t score, int32_t count) {
 }
 
 int TQMMSG::matchRuleSection(const char* section, STR& name) {
+  return matchRules(dico.findSection(section), name);
+}
+
+int32_t TQMMSG::matchRules(const TQKSECTION* found, STR& name) {
   name = "";
-  const TQKSECTION* found = dico.findSection(section);
   const uint32_t n = dico.image().lineCountOf(found);
   for (uint32_t i = 0; i < n; i++) {
     TBLOCK rule;

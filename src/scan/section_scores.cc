@@ -115,12 +115,6 @@ struct TQMMSG::TSECTIONWALK {
   int32_t linesLeft;
 };
 
-// The rules that keep the words of a section out.
-const TQKSECTION* TQMMSG::exceptionOf(const char* section) const {
-  SECTIONNAME name;
-  return dico.findSection(name.add("No-").add(section).view());
-}
-
 int32_t TQMMSG::walkSection(const char* section, const TQKSECTION* found,
                             TSECTIONWALK& walk, int32_t sectionDepth) {
   if (sectionDepth > kMaxSectionDepth || walk.linesLeft < kLinesOfVisit)
@@ -128,7 +122,7 @@ int32_t TQMMSG::walkSection(const char* section, const TQKSECTION* found,
   walk.linesLeft -= kLinesOfVisit;
   // First of all, since most dictionaries lack most sections.
   if (!found) return 0;
-  if (testRuleSection(exceptionOf(section))) return 0;
+  if (testRuleSection(dico.stuff->findException(found, section))) return 0;
   const uint32_t n = dico.image().lineCountOf(found);
   if (n > static_cast<uint32_t>(walk.linesLeft)) return 0;
   if (found->type == stPattern) {

@@ -786,11 +786,11 @@ class TQMMSG : public OLISTGURU {
   bool isRuledOut(const TQMRULE& rule) const;
   int32_t firstRule(const TQKSECTION* section, TBLOCK& name);
   void scoreRule(TBLOCK name, int32_t score, int32_t count);
+  int32_t matchRules(const TQKSECTION* found, STR& name);
   int32_t sumRules(const TQKSECTION* section, int64_t start, int positive,
                    STRVECT* details);
 
   struct TSECTIONWALK;
-  const TQKSECTION* exceptionOf(const char* section) const;
   int32_t walkSection(const char* section, const TQKSECTION* found,
                       TSECTIONWALK& walk, int32_t sectionDepth);
   // findKeywords for a section that is known. `visits` is set to what it took,
@@ -802,13 +802,15 @@ class TQMMSG : public OLISTGURU {
   struct TGROUPWALK;
   bool walkGroup(TGROUPWALK& walk, const char* name, int32_t groupDepth,
                  int32_t& total, STR* description);
-  int64_t groupWords(TGROUPWALK& walk, const char* group, const char* suffix,
+  struct TWORDGROUP;
+  int64_t groupWords(TGROUPWALK& walk, const TWORDGROUP& group, int32_t which,
                      const TBLOCKVECT& words, int limit, bool& found);
-  int64_t groupFieldWords(TGROUPWALK& walk, const char* group,
-                          const char* suffix, const TBLOCKVECT& words);
-  int64_t groupRules(TGROUPWALK& walk, const char* group, const char* suffix);
-  int64_t groupChildren(TGROUPWALK& walk, const char* group, bool unlimited,
-                        int32_t groupDepth, int32_t total, STR* description);
+  int64_t groupFieldWords(TGROUPWALK& walk, const TWORDGROUP& group,
+                          int32_t which, const TBLOCKVECT& words);
+  int64_t groupRules(TGROUPWALK& walk, const TWORDGROUP& group, int32_t which);
+  int64_t groupChildren(TGROUPWALK& walk, const TWORDGROUP& group,
+                        bool unlimited, int32_t groupDepth, int32_t total,
+                        STR* description);
   bool setCommercial(const char* section, SpamState state);
 
   int takeFieldValue(TBLOCK field, TBLOCK& value, int strip);

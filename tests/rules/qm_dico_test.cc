@@ -119,6 +119,10 @@ TEST(QmDicoTest, ScoresOfWhatWasCounted) {
   EXPECT_EQ(-1, dico.lineIndex("a", image.line(2)));
 }
 
+uint32_t First(const TQKSECTION* section) {
+  return section ? section->first : UINT32_MAX;
+}
+
 // What prepareRules keeps of names is what a search finds, of any list.
 TEST(QmDicoTest, KeptNamesAnswerAsOthers) {
   const std::string longest(2047, 'N');
@@ -153,8 +157,20 @@ TEST(QmDicoTest, KeptNamesAnswerAsOthers) {
     for (const char* name : names) {
       const TQKSECTION* a = plain.findSection(name);
       const TQKSECTION* b = kept.findSection(name);
-      EXPECT_EQ(a ? a->first : UINT32_MAX, b ? b->first : UINT32_MAX) << name;
+      EXPECT_EQ(First(a), First(b)) << name;
+      if (a && b)
+        EXPECT_EQ(First(plain.stuff->findException(a, name)),
+                  First(kept.stuff->findException(b, name)))
+            << name;
+      TGROUPSECTIONS c, d;
+      plain.stuff->findGroup(name, c);
+      kept.stuff->findGroup(name, d);
+      for (int i = 0; i < gsCount; i++)
+        EXPECT_EQ(First(c.of[i]), First(d.of[i])) << name << " " << i;
     }
+    if (lines <= 5) continue;
+    EXPECT_GE(kept.stuff->groups.find(TBLOCK("Gold\\bar"), found), 0);
+    EXPECT_GT(kept.stuff->exceptions.length, 0u);
   }
 }
 

@@ -102,13 +102,15 @@ int TBLOCK::BlockContainWithoutChars(TBLOCK text, TBLOCK word, TBLOCK chars) {
   const SkipSet set(chars);
   if (!word.empty()) Skip(word, set);
   if (word.empty()) return 1;
-  while (!text.empty()) {
-    const bool candidate = Agree(text[0], word[0]);
-    if (candidate && BeginsSpacedOut(text, word, set)) return 1;
-    if (candidate && set.skipped[text[0]])
-      Skip(text, set);
-    else
-      text.skip(1);
+  const unsigned char first = word[0];
+  const unsigned char* const end = text.end();
+  for (const unsigned char* p = text.pointer; p < end; p++) {
+    if (!Agree(*p, first)) continue;
+    TBLOCK rest(p, static_cast<uint32_t>(end - p));
+    if (BeginsSpacedOut(rest, word, set)) return 1;
+    if (!set.skipped[*p]) continue;
+    Skip(rest, set);
+    p = end - rest.length - 1;
   }
   return 0;
 }

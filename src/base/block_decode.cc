@@ -8,12 +8,24 @@ namespace {
 const unsigned char kNoDigit = 0xFF;
 const uint32_t kBase64Line = 76;  // characters
 
+// Whether four bytes are all digits of base64.
+bool AreBase64(const unsigned char* p) {
+  return (TBLOCK::Base64Value(p[0]) | TBLOCK::Base64Value(p[1]) |
+          TBLOCK::Base64Value(p[2]) | TBLOCK::Base64Value(p[3])) < 64;
+}
+
 // Whether the line, trimmed, holds at most one byte that base64 has not.
 bool IsBase64Line(TBLOCK line) {
   line.trim();
   int bad = 0;
-  for (uint32_t i = 0; i < line.length && bad < 2; i++)
+  for (uint32_t i = 0; i < line.length && bad < 2;) {
+    if (line.length - i >= 4 && AreBase64(line.pointer + i)) {
+      i += 4;
+      continue;
+    }
     bad += line[i] != '=' && TBLOCK::Base64Value(line[i]) == kNoDigit;
+    i++;
+  }
   return bad < 2;
 }
 

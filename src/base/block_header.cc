@@ -135,15 +135,28 @@ int TBLOCK::BlockParseHeader(TBLOCK block, TBLOCKVECT& fields, int unfold,
   return static_cast<int>(block.length - rest.length);
 }
 
-unsigned char* TBLOCK::BlockFindBoundary(TBLOCK block, TBLOCK boundary) {
+namespace {
+
+bool IsBoundaryLine(TBLOCK line, TBLOCK boundary) {
   const uint32_t n = boundary.empty() ? 0 : boundary.length;
+  if (!line.begins("--") || !line.from(2).begins(boundary)) return false;
+  if (line.length == n + 2) return true;
+  const unsigned char next = line[n + 2];
+  return next == '-' || next == 0 || TBLOCK::Is(next, bitWhiteSpace);
+}
+
+}  // namespace
+
+// Few lines begin like a boundary: of the others only the end is looked for.
+unsigned char* TBLOCK::BlockFindBoundary(TBLOCK block, TBLOCK boundary) {
   while (!block.empty()) {
-    const TBLOCK line = BlockNextLine(block);
-    if (!line.begins("--") || !line.from(2).begins(boundary)) continue;
-    if (line.length == n + 2) return line.pointer;
-    const unsigned char next = line[n + 2];
-    if (next == '-' || next == 0 || Is(next, bitWhiteSpace))
-      return line.pointer;
+    if (LowerConvTable[block[0]] == LowerConvTable[uint32_t{'-'}]) {
+      TBLOCK rest = block;
+      if (IsBoundaryLine(BlockNextLine(rest), boundary)) return block.pointer;
+    }
+    const int32_t lineEnd = block.findByte('\n');
+    if (lineEnd < 0) break;
+    block.skip(static_cast<uint32_t>(lineEnd) + 1);
   }
   return nullptr;
 }

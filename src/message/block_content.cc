@@ -45,8 +45,13 @@ bool BeginsWithAny(TBLOCK text, const char* const* prefixes, int32_t count) {
 // free, since the message as a whole is looked at as well. WRITES.
 void Compact(TBLOCK& text) {
   uint32_t out = 0;
-  for (uint32_t i = 0; i < text.length; i++)
-    if (!TBLOCK::Is(text[i], bitWhiteSpace)) text.pointer[out++] = text[i];
+  for (TBLOCK rest = text; !rest.empty();) {
+    const uint32_t n = rest.lengthUntil(bitWhiteSpace);
+    memmove(text.pointer + out, rest.pointer, n);
+    out += n;
+    rest.skip(n);
+    rest.trimLeft();
+  }
   memset(text.pointer + out, ' ', text.length - out);
   text.length = out;
 }

@@ -31,6 +31,9 @@ TEST(BlockDecodeTest, CheckBase64) {
               {"Q!!D\nREVG", "", false},
               {"QUJD\nR!V!\nQUJD\n", "QUJD\n", false},
               {"QUJD\nREVG\nthe end.", "QUJD\nREVG\n", false},
+              {"QUJDQ!JDQUJ", "QUJDQ!JDQUJ", true},
+              {"QUJD!UJDQUJ!", "", false},
+              {"QUJD=Q!==UJD", "QUJD=Q!==UJD", true},
               {"QU J D", "", false},
               {"\xD1\xD5JD", "\xD1\xD5JD", true},
               {"", "", false}};

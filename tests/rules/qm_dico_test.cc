@@ -158,10 +158,11 @@ TEST(QmDicoTest, KeptNamesAnswerAsOthers) {
       const TQKSECTION* a = plain.findSection(name);
       const TQKSECTION* b = kept.findSection(name);
       EXPECT_EQ(First(a), First(b)) << name;
-      if (a && b)
+      if (a && b) {
         EXPECT_EQ(First(plain.stuff->findException(a, name)),
                   First(kept.stuff->findException(b, name)))
             << name;
+      }
       TGROUPSECTIONS c, d;
       plain.stuff->findGroup(name, c);
       kept.stuff->findGroup(name, d);

@@ -164,8 +164,14 @@ uint64_t TKEYWORDSEARCH::candidatesOf(const TPATTERNSHAPE& shape,
   const uint64_t* first = sets + size_t{kFirstSets} * parts + part;
   const uint64_t* ahead = sets + size_t{kAheadSets} * parts + part;
   const uint64_t* holds = sets + size_t{kLetterSets} * parts + part;
-  uint64_t lacksOne = 0, lacksMore = 0;  // lacksMore: or one it can't lack
   uint32_t letters = options & moSplit ? 0 : shape.letters;
+  if (!(options & (moUseless | moPermut | moMissing))) {
+    uint64_t may = AnyOf(first, parts, shape.first);
+    for (; letters && may; letters &= letters - 1)
+      may &= holds[size_t{LowestBit(letters)} * parts];
+    return may;
+  }
+  uint64_t lacksOne = 0, lacksMore = 0;  // lacksMore: or one it can't lack
   for (; letters; letters &= letters - 1) {
     const uint64_t lacks = ~holds[size_t{LowestBit(letters)} * parts];
     const bool strict = (letters & (0 - letters) & shape.strict) != 0;
@@ -372,8 +378,8 @@ bool IsPatternSection(const TQKSECTION* section) {
 }  // namespace
 
 // Whether the line has counted as often as it may.
-bool TQMDICO::isCounted(const TQKLINE* line) {
-  const uint16_t count = countsOf(line).matchCount;
+bool TQMDICO::isCounted(const TQKLINE* line) const {
+  const uint16_t count = seenCounts(line).matchCount;
   if (count >= kMaxLineMatches) return true;
   return count != 0 && !(line->flags & KWLINEFLAGMULTI);
 }
@@ -448,7 +454,7 @@ void TQMDICO::matchKey(const TQKLINE* line, TKEYWORDSEARCH& search) {
       from = tried.retryFrom;
       continue;
     }
-    if (countsOf(line).matchCount == 0) search.hits++;
+    if (seenCounts(line).matchCount == 0) search.hits++;
     countMatch(line, tried.allBits);
     search.sum += line->score;
   }

@@ -10,8 +10,6 @@
 
 #include "rules/qm_dico.h"
 
-#include <string.h>
-
 #include <new>
 
 #include "base/md5.h"
@@ -112,7 +110,7 @@ class SECTIONSUM {
   uint32_t left;
 
   int32_t ofLine(const TQKLINE* line) {
-    const TLINECOUNTS& counts = dico.countsOf(line);
+    const TLINECOUNTS& counts = dico.seenCounts(line);
     const int64_t times = counts.tipCount ? factor : 1;
     return ClampScore(int64_t{counts.matchCount} * line->score * times);
   }
@@ -216,8 +214,9 @@ TQMDICO::TQMDICO(REGEXPOOL* poolToUse, HSTUFF* stuffToShare)
     : stuff(stuffToShare),
       sharedStuff(stuffToShare != nullptr),
       pool(poolToUse),
-      counters(nullptr),
       swapped(0),
+      counters(nullptr),
+      countedParts(nullptr),
       uncounted(),
       keptWords(),
       keptCount(0) {
@@ -235,7 +234,9 @@ void TQMDICO::release() {
   stuff = nullptr;
   sharedStuff = 0;
   delete[] counters;
+  delete[] countedParts;
   counters = nullptr;
+  countedParts = nullptr;
   swapped = 0;
   fileName = "";
 }
@@ -246,10 +247,9 @@ int TQMDICO::makeCounters() {
   const uint32_t n = image().lineCount;
   if (n == 0) return stuff != nullptr;
   counters = new (std::nothrow) TLINECOUNTS[n];
-  if (counters)
-    memset(counters, 0, n * sizeof *counters);
-  else
-    release();
+  countedParts =
+      new (std::nothrow) TBITSET[BitsetWords((n - 1) / kLinesOfPart)]();
+  if (!counters || !countedParts) release();
   return counters != nullptr;
 }
 
@@ -388,15 +388,40 @@ void TQMDICO::getLineText(const TQKLINE* line, STR& text, int withScore) const {
 
 TLINECOUNTS& TQMDICO::countsOf(const TQKLINE* line) {
   const uint32_t n = line && counters ? image().lineNumber(line) : UINT32_MAX;
-  if (n < image().lineCount) return counters[n];
-  uncounted = TLINECOUNTS();
-  return uncounted;
+  const uint32_t end = image().lineCount;
+  if (n >= end) {
+    uncounted = TLINECOUNTS();
+    return uncounted;
+  }
+  if (!isCountedPart(n)) {
+    const uint32_t part = n / kLinesOfPart, first = part * kLinesOfPart;
+    SetBit(countedParts, part);
+    for (uint32_t i = first; i < end && i < first + kLinesOfPart; i++)
+      counters[i] = TLINECOUNTS();
+  }
+  return counters[n];
+}
+
+const TLINECOUNTS& TQMDICO::seenCounts(const TQKLINE* line) const {
+  static const TLINECOUNTS kNone = {0, 0, 0, 0};
+  const uint32_t n = line && counters ? image().lineNumber(line) : UINT32_MAX;
+  return n < image().lineCount && isCountedPart(n) ? counters[n] : kNone;
+}
+
+uint32_t TQMDICO::nextCounted(uint32_t from, uint32_t end) const {
+  while (from < end && !isCountedPart(from))
+    from = from / kLinesOfPart * kLinesOfPart + kLinesOfPart;
+  return from < end ? from : end;
 }
 
 void TQMDICO::clearCounts(const TQKSECTION* section,
                           uint16_t TLINECOUNTS::*count) {
   const uint32_t n = image().lineCountOf(section);
-  for (uint32_t i = 0; i < n; i++) counters[section->first + i].*count = 0;
+  if (n == 0) return;
+  const uint32_t end = section->first + n;
+  for (uint32_t i = nextCounted(section->first, end); i < end;
+       i = nextCounted(i + 1, end))
+    counters[i].*count = 0;
 }
 
 void TQMDICO::clearSectionMatchCount(const TQKSECTION* section) {
@@ -429,7 +454,7 @@ int32_t TQMDICO::sectionScore(const char* section) {
   int64_t total = 0;
   for (uint32_t i = 0; i < n; i++) {
     const TQKLINE* line = image().sectionLine(found, i);
-    total += ClampScore(int64_t{countsOf(line).matchCount} * line->score);
+    total += ClampScore(int64_t{seenCounts(line).matchCount} * line->score);
   }
   return ClampScore(total);
 }

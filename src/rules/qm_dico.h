@@ -26,12 +26,12 @@
 #include "rules/filter_sections.h"
 #include "rules/keyword_image.h"
 #include "rules/pattern_index.h"
+#include "rules/word_filter.h"
 
 class REGEXPOOL;
 class PATTERNBOOK;
 class RULEPATTERN;
 class RULEBOOK;
-class WORDFILTER;
 struct TQMRULE;
 struct TKEYWORDSEARCH;  // of keyword_search.cc
 struct TWORDINDEX;      // of word_index.h
@@ -134,12 +134,11 @@ inline void CountUp(uint16_t& count) {
 
 class TQMDICO {
  public:
-  HSTUFF* stuff;          // null when memory was short
-  int32_t sharedStuff;    // 1: `stuff` is borrowed and outlives this
-  REGEXPOOL* pool;        // borrowed; may be null
-  TLINECOUNTS* counters;  // owned; one for each line of the image
-  int32_t swapped;        // 1: the image had the other byte order
-  STR fileName;           // of the image, for the warning
+  HSTUFF* stuff;        // null when memory was short
+  int32_t sharedStuff;  // 1: `stuff` is borrowed and outlives this
+  REGEXPOOL* pool;      // borrowed; may be null
+  int32_t swapped;      // 1: the image had the other byte order
+  STR fileName;         // of the image, for the warning
 
   // Borrows `stuff`; null makes it build and own one.
   TQMDICO(REGEXPOOL* pool, HSTUFF* stuff);
@@ -183,8 +182,13 @@ class TQMDICO {
   // first.
   void getLineText(const TQKLINE* line, STR& text, int withScore) const;
   TBLOCK lineBlock(const TQKLINE* line) const;
-  // This scan's counts of a line.
+  // This scan's counts of a line, to be changed.
   TLINECOUNTS& countsOf(const TQKLINE* line);
+  // The same to be read.
+  const TLINECOUNTS& seenCounts(const TQKLINE* line) const;
+  // The first line from number `from` on, below `end`, that may have counted;
+  // `end` when there is none.
+  uint32_t nextCounted(uint32_t from, uint32_t end) const;
 
   // ==== Counters: qm_dico.cc. The second form of each is by name.
 
@@ -303,6 +307,12 @@ class TQMDICO {
 
   static const int32_t kKeptLists = 3;
 
+  // Lines whose counters are set to 0 when the first of them is to be changed:
+  // most are never.
+  static const uint32_t kLinesOfPart = 64;
+
+  TLINECOUNTS* counters;  // owned; one for each line of the image
+  TBITSET* countedParts;  // owned; those of which the counters are valid
   TLINECOUNTS uncounted;  // of a line that has no counters; always zeros
   TWORDINDEX* keptWords[kKeptLists];  // owned
   int32_t keptCount;
@@ -311,15 +321,18 @@ class TQMDICO {
   void release();
   int makeCounters();
   bool isOfFields(const TQKSECTION* section) const;
+  bool isCountedPart(uint32_t line) const {
+    return HasBit(countedParts, line / kLinesOfPart);
+  }
   void clearCounts(const TQKSECTION* section, uint16_t TLINECOUNTS::*count);
   const PATTERNBOOK* patternBook() const;
   // Whether the line has counted and is passed over.
-  bool isSpent(const TQKLINE* line);
+  bool isSpent(const TQKLINE* line) const;
   void countHit(const TQKLINE* line);
   void matchAllKeys(const TQKSECTION* section, TKEYWORDSEARCH& search);
   // A line at the words that have its key.
   void matchKey(const TQKLINE* line, TKEYWORDSEARCH& search);
-  bool isCounted(const TQKLINE* line);
+  bool isCounted(const TQKLINE* line) const;
   void countMatch(const TQKLINE* line, uint32_t result);
 };
 

@@ -53,8 +53,8 @@ void ReplaceMatches(TBLOCK text, REGEX& pattern, TBLOCK macro, BLOCK& out) {
 
 }  // namespace
 
-bool TQMDICO::isSpent(const TQKLINE* line) {
-  return !(line->flags & KWLINEFLAGMULTI) && countsOf(line).matchCount != 0;
+bool TQMDICO::isSpent(const TQKLINE* line) const {
+  return !(line->flags & KWLINEFLAGMULTI) && seenCounts(line).matchCount != 0;
 }
 
 void TQMDICO::countHit(const TQKLINE* line) {

@@ -41,7 +41,9 @@ const uint32_t kMaxPhrases = 4096;
 const uint32_t kMaxTableBits = 15;
 // Bits of a key in WORDFILTER::keys.
 const uint32_t kKeyBits = 17;
-const uint32_t kInsideBits = 12;  // of WORDFILTER::insideKeys
+const uint32_t kInsideBits = 15;  // of WORDFILTER::insideKeys
+// Words that are known to be looked at already; those of a text repeat.
+const uint32_t kKeptWords = 256;
 const uint32_t kMultiplier = 0x9E3779B1;
 
 uint32_t AddToKey(uint32_t key, unsigned char c) {
@@ -178,6 +180,8 @@ uint16_t WORDFILTER::BUILDER::addTerm(TLITERAL literal) {
     term = {key, static_cast<uint16_t>(++filter.termCount), literal.kind};
     if (literal.kind == lkInside)
       SetBit(filter.insideKeys, key >> (32 - kInsideBits));
+    else if (literal.kind == lkTail)
+      filter.endsTail[literal.bytes[literal.length - 1]] = true;
     else
       SetBit(filter.keys, key >> (32 - kKeyBits));
   }
@@ -304,7 +308,8 @@ bool WORDFILTER::BUILDER::sortPairs() {
 }
 
 WORDFILTER::WORDFILTER(const KWIMAGE& image)
-    : lineCount(image.lineCount),
+    : endsTail(),
+      lineCount(image.lineCount),
       termCount(0),
       table(nullptr),
       tableBits(0),
@@ -350,6 +355,17 @@ uint32_t NextBit(const TBITSET* set, uint32_t from, uint32_t end) {
   return from < end ? from : end;
 }
 
+namespace {
+
+// Of a word among those kept.
+uint32_t PlaceOf(TBLOCK word) {
+  uint32_t key = word.length;
+  for (uint32_t i = 0; i < word.length && i < 8; i++) key = key * 31 + word[i];
+  return key % kKeptWords;
+}
+
+}  // namespace
+
 TBITSET* WORDFILTER::linesFor(const TBLOCKVECT& words) const {
   if (!ready) return nullptr;
   const uint32_t setWords = BitsetWords(lineCount);
@@ -363,7 +379,14 @@ TBITSET* WORDFILTER::linesFor(const TBLOCKVECT& words) const {
   }
   memcpy(lines, always, setWords * sizeof(TBITSET));
   TBITSET* const tried = present + termWords;
-  for (int32_t i = 0; i < words.count(); i++) findTerms(words.get(i), present);
+  TBLOCK kept[kKeptWords];
+  for (int32_t i = 0; i < words.count(); i++) {
+    const TBLOCK word = words.get(i);
+    TBLOCK& last = kept[PlaceOf(word)];
+    if (word.equals(last, TBLOCK::NoConvTable)) continue;
+    last = word;
+    findTerms(word, present);
+  }
   for (uint32_t w = 0; w < termWords; w++) {
     for (TBITSET left = present[w]; left; left &= left - 1) {
       const uint32_t term = w * 32 + static_cast<uint32_t>(__builtin_ctz(left));
@@ -390,21 +413,16 @@ void WORDFILTER::findTerms(TBLOCK word, TBITSET* present) const {
       if (HasBit(insideKeys, inside >> (32 - kInsideBits)))
         addTerms(inside, lkInside, present);
     }
-    if (i + 2 >= word.length || mayEndAhead[word[i + 1]])
-      findTails(word, i, letters, present);
+    const bool mayEnd = i + 2 >= word.length || mayEndAhead[word[i + 1]];
+    if (mayEnd && endsTail[c] && (LiteralKindsAt(word, i) & lkTail)) {
+      addTerms(KeyOfLetters(letters & 0xFFFF), lkTail, present);
+      addTerms(KeyOfLetters(letters & 0xFF), lkTail, present);
+    }
     if (n++ >= sizeof TLITERAL::bytes) continue;
     key = AddToKey(key, c);
     if (HasBit(keys, key >> (32 - kKeyBits)))
       addTerms(key, LiteralKindsAt(word, i), present);
   }
-}
-
-// Terms that may end with byte i.
-void WORDFILTER::findTails(TBLOCK word, uint32_t i, uint32_t letters,
-                           TBITSET* present) const {
-  if (!(LiteralKindsAt(word, i) & lkTail)) return;
-  addTerms(KeyOfLetters(letters & 0xFFFF), lkTail, present);
-  addTerms(KeyOfLetters(letters & 0xFF), lkTail, present);
 }
 
 void WORDFILTER::addTerms(uint32_t key, uint32_t kinds,

@@ -51,6 +51,7 @@ class WORDFILTER {
   // Of each byte what it is compared as; 0 for those that are passed over.
   unsigned char plain[256];
   bool mayEndAhead[256];  // whether a term may end ahead of it
+  bool endsTail[256];     // whether a term of lkTail ends with it
   uint32_t lineCount;     // of the image
   uint32_t termCount;
   TTERM* table;  // owned; open addressing, 1 << tableBits slots
@@ -67,8 +68,6 @@ class WORDFILTER {
 
   uint32_t slotOf(uint32_t key) const { return key >> (32 - tableBits); }
   void findTerms(TBLOCK word, TBITSET* present) const;
-  void findTails(TBLOCK word, uint32_t i, uint32_t letters,
-                 TBITSET* present) const;
   void addTerms(uint32_t key, uint32_t kinds, TBITSET* present) const;
   bool mayMatch(uint32_t line, const TBITSET* present) const;
 };

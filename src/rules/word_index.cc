@@ -3,6 +3,8 @@
 
 #include "rules/word_index.h"
 
+#include <string.h>
+
 #include <new>
 
 namespace {
@@ -11,14 +13,33 @@ namespace {
 const uint32_t kMaxWordKeys = 4;
 
 // Keys of the letters that a word's first byte may stand for.
-struct TKEYLOOKALIKE {
-  unsigned char byte;
-  const char* keys;
-};
-
-const TKEYLOOKALIKE kLookAlikes[] = {
-    {'0', "O"}, {'1', "IL"}, {'3', "E"}, {'4', "A"},  {'5', "S"}, {'6', "BG"},
-    {'@', "A"}, {'$', "S"},  {'|', "L"}, {0xC7, "E"}, {'O', "#"}, {'l', "I"}};
+const char* LookAlikes(unsigned char byte) {
+  switch (byte) {
+    case '0':
+      return "O";
+    case '1':
+      return "IL";
+    case '3':
+    case 0xC7:
+      return "E";
+    case '4':
+    case '@':
+      return "A";
+    case '5':
+    case '$':
+      return "S";
+    case '6':
+      return "BG";
+    case '|':
+      return "L";
+    case 'O':
+      return "#";
+    case 'l':
+      return "I";
+    default:
+      return "";
+  }
+}
 
 // The keys that a word is tried under, each once; their number.
 uint32_t WordKeys(TBLOCK word, unsigned char keys[kMaxWordKeys]) {
@@ -27,11 +48,8 @@ uint32_t WordKeys(TBLOCK word, unsigned char keys[kMaxWordKeys]) {
   const unsigned char own = GetWordKey(word);
   if (own) keys[n++] = own;
   if (word.length <= 3) return n;
-  for (const TKEYLOOKALIKE& row : kLookAlikes) {
-    if (row.byte != word[0]) continue;
-    for (const char* key = row.keys; *key; key++)
-      keys[n++] = static_cast<unsigned char>(*key);
-  }
+  for (const char* key = LookAlikes(word[0]); *key; key++)
+    keys[n++] = static_cast<unsigned char>(*key);
   return n;
 }
 
@@ -43,7 +61,6 @@ TWORDINDEX::TWORDINDEX(const TBLOCKVECT& list, const WORDFILTER* filterOfLines)
       sets(nullptr),
       parts(0),
       wordsOfKey(nullptr),
-      keyOffset(),
       bytes(0),
       filter(filterOfLines),
       mayMatch(nullptr),
@@ -99,6 +116,7 @@ bool TWORDINDEX::indexShapes() {
 // A counting sort by key: first the sizes, one place up, then the words.
 bool TWORDINDEX::indexKeys() {
   unsigned char keys[kMaxWordKeys];
+  memset(keyOffset, 0, sizeof keyOffset);
   const int32_t wordCount = words.count();
   uint32_t total = 0;
   for (int32_t i = 0; i < wordCount; i++) {

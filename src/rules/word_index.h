@@ -28,7 +28,7 @@ struct TWORDINDEX {
   uint64_t* sets;           // owned; kWordSets of `parts` each
   uint32_t parts;           // of one set
   uint32_t* wordsOfKey;     // owned; indexes of words, ascending for each key
-  uint32_t keyOffset[257];  // of each key's first in wordsOfKey
+  uint32_t keyOffset[257];  // of each key's first in wordsOfKey; set by build
   int64_t bytes;            // of all words, and one more for each
 
   // A null filter lets all lines match.

@@ -52,13 +52,15 @@ void AddMatches(uint16_t& count, int32_t points) {
 int TQMMSG::addSectionScore(const char* section, int delta,
                             const char* suffix) {
   const TQKSECTION* found = dico.findSection(section);
-  if (!found) return 0;
   const uint32_t n = dico.image().lineCountOf(found);
+  if (n == 0) return 0;
+  const uint32_t end = found->first + n;
   int64_t sum = 0;
   STR lineText, label;
-  for (uint32_t i = 0; i < n; i++) {
-    const TQKLINE* line = dico.image().sectionLine(found, i);
-    const uint16_t matches = line ? dico.countsOf(line).matchCount : 0;
+  for (uint32_t i = dico.nextCounted(found->first, end); i < end;
+       i = dico.nextCounted(i + 1, end)) {
+    const TQKLINE* line = dico.image().line(i);
+    const uint16_t matches = dico.seenCounts(line).matchCount;
     if (!matches) continue;
     dico.getLineText(line, lineText, 0);
     MakeLabel(lineText.view(), suffix, label);
@@ -142,7 +144,8 @@ int32_t TQMMSG::walkSection(const char* section, const TQKSECTION* found,
     name.add(dico.lineBlock(line));
     const int32_t result = walkSection(
         name.c_str(), dico.findSection(name.view()), walk, sectionDepth + 1);
-    if (!walk.countOnly) AddMatches(dico.countsOf(line).matchCount, result);
+    if (!walk.countOnly && result)
+      AddMatches(dico.countsOf(line).matchCount, result);
     sum += result;
   }
   return ClampScore(sum);

@@ -2,18 +2,7 @@
 # Packs this build as Debian packages and looks at them as Debian would: names,
 # files, dependencies. Unpacked side by side they work. packaging/try-debs
 # installs them on a bare Debian.
-set -u
-LC_ALL=C
-export LC_ALL
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failures=0
-
-fail() {
-  echo "FAILED: $*"
-  failures=$((failures + 1))
-}
+. "${0%/*}/../expect.sh"
 
 if [ "$QM_BITS" = 32 ]; then
   arch=i386 triplet=i386-linux-gnu packages='libquaymarsh1 libquaymarsh-dev
@@ -108,5 +97,4 @@ import quaymarsh
 assert quaymarsh.scan(b"Hello").state == 1' || fail 'the Python module'
 fi
 
-[ $failures -eq 0 ] || echo "$failures failures"
-[ $failures -eq 0 ]
+finish

@@ -2,19 +2,9 @@
 # The manual pages and the completion tell what the programs tell of themselves:
 # every subcommand and option of --help, every function, constant and field of
 # the header. The pages are well formed, and what they show as an example works.
-set -u
-LC_ALL=C.UTF-8
-export LC_ALL
 top=$QM_SOURCE_DIR
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failures=0
-
-fail() {
-  echo "FAILED: $*"
-  failures=$((failures + 1))
-}
+. "${0%/*}/../expect.sh"
+LC_ALL=C.UTF-8
 
 # A page on stdin without markup, words set apart by one blank each.
 text() {
@@ -148,5 +138,4 @@ echo "$work/two.kwo" >list
 "$QM_CLI" dict one.kwo --patches list --find Greetings 'valued customer x' \
   >found && grep -q '^found' found || fail 'the patch does not apply'
 
-[ $failures -eq 0 ] || echo "$failures failures"
-[ $failures -eq 0 ]
+finish

@@ -8,78 +8,50 @@
 #include <stddef.h>
 #include <stdio.h>
 
-static size_t end = 0;
 static int gaps = 0;
 
-static void Begin(const char* record, size_t size) {
+typedef struct Row {
+  const char* name;
+  size_t offset, size;
+} Row;
+
+static void Record(const char* record, size_t size, const Row* row) {
+  size_t end = 0;
   printf("%s %lu\n", record, (unsigned long)size);
-  end = 0;
-}
-
-static void Field(const char* name, size_t offset, size_t size) {
-  printf("%s %lu %lu\n", name, (unsigned long)offset, (unsigned long)size);
-  if (offset != end) {
-    fprintf(stderr, "There is something in front of %s\n", name);
+  for (; row->name; end = row->offset + row->size, row++) {
+    printf("%s.%s %lu %lu\n", record, row->name, (unsigned long)row->offset,
+           (unsigned long)row->size);
+    if (row->offset == end) continue;
+    fprintf(stderr, "There is something in front of %s\n", row->name);
     gaps++;
   }
-  end = offset + size;
+  if (end == size) return;
+  fprintf(stderr, "There is something at the end of %s\n", record);
+  gaps++;
 }
 
-static void End(const char* record, size_t size) {
-  if (end != size) {
-    fprintf(stderr, "There is something at the end of %s\n", record);
-    gaps++;
-  }
-}
-
-#define FIELD(record, name) \
-  Field(#record "." #name, offsetof(record, name), sizeof(((record*)0)->name))
+#define ROW(record, name) \
+  {#name, offsetof(record, name), sizeof(((record*)0)->name)},
+#define GLOBAL(name) ROW(QMGLOBALSETUP, name)
+#define USER(name) ROW(QMUSERSETUP, name)
+#define INFO(name) ROW(QMINFO, name)
+#define INFOS(F)                                                              \
+  F(size)                                                                     \
+  F(flags) F(msgLength) F(msg) F(msgPath) F(user) F(globalListLength)         \
+      F(globalList) F(userListLength) F(userList) F(keywordFile) F(headerOut) \
+          F(headerOutSize) F(userSetup) F(globalSetup) F(headerLength)        \
+              F(headerOutLength) F(subjectTag) F(state) F(score) F(cause)     \
+                  F(causeSize) F(reserved) F(version) F(versionSize)          \
+                      F(bailout) F(profile) F(params) F(paramsOut)            \
+                          F(paramsOutSize)
 
 int main(void) {
-  Begin("QMGLOBALSETUP", sizeof(QMGLOBALSETUP));
-  FIELD(QMGLOBALSETUP, value);
-  FIELD(QMGLOBALSETUP, flags);
-  End("QMGLOBALSETUP", sizeof(QMGLOBALSETUP));
-
-  Begin("QMUSERSETUP", sizeof(QMUSERSETUP));
-  FIELD(QMUSERSETUP, value1);
-  FIELD(QMUSERSETUP, value2);
-  FIELD(QMUSERSETUP, value3);
-  FIELD(QMUSERSETUP, value4);
-  FIELD(QMUSERSETUP, flags);
-  End("QMUSERSETUP", sizeof(QMUSERSETUP));
-
-  Begin("QMINFO", sizeof(QMINFO));
-  FIELD(QMINFO, size);
-  FIELD(QMINFO, flags);
-  FIELD(QMINFO, msgLength);
-  FIELD(QMINFO, msg);
-  FIELD(QMINFO, msgPath);
-  FIELD(QMINFO, user);
-  FIELD(QMINFO, globalListLength);
-  FIELD(QMINFO, globalList);
-  FIELD(QMINFO, userListLength);
-  FIELD(QMINFO, userList);
-  FIELD(QMINFO, keywordFile);
-  FIELD(QMINFO, headerOut);
-  FIELD(QMINFO, headerOutSize);
-  FIELD(QMINFO, userSetup);
-  FIELD(QMINFO, globalSetup);
-  FIELD(QMINFO, headerLength);
-  FIELD(QMINFO, headerOutLength);
-  FIELD(QMINFO, subjectTag);
-  FIELD(QMINFO, state);
-  FIELD(QMINFO, score);
-  FIELD(QMINFO, cause);
-  FIELD(QMINFO, causeSize);
-  FIELD(QMINFO, reserved);
-  FIELD(QMINFO, version);
-  FIELD(QMINFO, versionSize);
-  FIELD(QMINFO, bailout);
-  FIELD(QMINFO, profile);
-  FIELD(QMINFO, params);
-  FIELD(QMINFO, paramsOut);
-  FIELD(QMINFO, paramsOutSize);
-  End("QMINFO", sizeof(QMINFO));
+  static const Row global[] = {GLOBAL(value) GLOBAL(flags){0}};
+  static const Row user[] = {USER(value1) USER(value2) USER(value3) USER(value4)
+                                 USER(flags){0}};
+  static const Row info[] = {INFOS(INFO){0}};
+  Record("QMGLOBALSETUP", sizeof(QMGLOBALSETUP), global);
+  Record("QMUSERSETUP", sizeof(QMUSERSETUP), user);
+  Record("QMINFO", sizeof(QMINFO), info);
   return gaps != 0;
 }

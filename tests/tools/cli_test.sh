@@ -4,31 +4,19 @@
 # its place, so that states and sizes can be had at will.
 #
 # Needs QM_CLI (or the program as argument), QM_SOURCE_DIR and QM_CC.
-set -u
-LC_ALL=C
-export LC_ALL
-
 cli=${1:-$QM_CLI}
 source=${QM_SOURCE_DIR:-$(pwd)}
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+. "${0%/*}/../expect.sh"
 # shellcheck disable=SC2086
 ${QM_CC:-cc -m32} -w -shared -fPIC -I"$source/src/api" -o "$work/fake.so" \
   "$source/tests/tools/fake_library.c" || exit 1
-mkdir "$work/in"
-cd "$work/in" || exit 1
-failures=0
+mkdir in && cd in || exit 1
 
 # Runs the program with the fake library. With a sanitizer its runtime is not
 # the first library any more, which is as it should be here.
 fake() {
   ASAN_OPTIONS=${ASAN_OPTIONS:-}:verify_asan_link_order=0 \
     LD_PRELOAD="$work/fake.so" "$cli" "$@"
-}
-
-fail() {
-  echo "FAILED: $*"
-  failures=$((failures + 1))
 }
 
 # expect NAME CODE COMMAND...: compares the exit code, and stdout with
@@ -375,5 +363,4 @@ grep -avxE '([a-z-]+:( [ -~]*)?|[0-9]+ @?[A-Za-z0-9]+(:( [ -~]+)?)?)?' ../out \
   >../err &&
   fail "fields of the samples: $(cat ../err)"
 
-[ "$failures" -eq 0 ] && echo "all passed"
-exit "$((failures > 0))"
+finish

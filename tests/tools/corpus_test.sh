@@ -5,7 +5,7 @@
 cli=${QM_CLI:-$1}
 kwc=${QM_KWC:-$2}
 command=corpus
-. "${0%/*}/expect.sh"
+. "${0%/*}/../expect.sh"
 
 # mail FILE SUBJECT
 mail() {

@@ -5,7 +5,7 @@
 cli=${QM_CLI:-$1}
 top=${QM_SOURCE_DIR:-$(pwd)}
 command=lint
-. "${0%/*}/expect.sh"
+. "${0%/*}/../expect.sh"
 
 head='[#param]
 version=09.000.01'

@@ -1,40 +1,17 @@
 #!/bin/sh
 # qmkwc and quaymarsh dict: messages with their places, exit codes, the same
 # bytes in every run, patches. Needs QM_KWC and QM_CLI.
-set -u
-LC_ALL=C
-export LC_ALL
 kwc=${QM_KWC:-$1}
 cli=${QM_CLI:-$2}
 sources=${QM_SOURCE_DIR:-.}/dictionary
 case $sources in /*) ;; *) sources=$PWD/$sources ;; esac
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failures=0
-
-fail() {
-  echo "FAILED: $*"
-  failures=$((failures + 1))
-}
+. "${0%/*}/../expect.sh"
 
 # source NAME LINE...: writes a source.
 source_file() {
   name=$1
   shift
   printf '%s\n' "$@" >"$name"
-}
-
-# expect WHAT CODE PROGRAM ARGUMENT...: compares the exit code, and stdout with
-# stderr behind it with stdin.
-expect() {
-  what=$1 wanted=$2
-  shift 2
-  cat >want
-  "$@" >out 2>err
-  code=$?
-  [ "$code" -eq "$wanted" ] || fail "$what: exit code $code, not $wanted"
-  cat out err | diff -a want - || fail "$what: output differs"
 }
 
 # ---- Places of errors and warnings
@@ -224,4 +201,4 @@ quaymarsh: dict: cut.kwo: the image is cut off or damaged
 quaymarsh: dict: as a patch it is passed over; a scan that is given it reads 2 sections, 0 lines
 END
 
-[ "$failures" -eq 0 ]
+finish

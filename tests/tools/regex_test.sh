@@ -1,21 +1,9 @@
 #!/bin/sh
 # quaymarsh regex: what is printed of a pattern, where it matches, exit codes.
 # Needs QM_CLI, or the program as argument.
-set -u
-LC_ALL=C
-export LC_ALL
-
 cli=${1:-$QM_CLI}
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-mkdir "$work/in"
-cd "$work/in" || exit 1
-failures=0
-
-fail() {
-  echo "FAILED: $*"
-  failures=$((failures + 1))
-}
+. "${0%/*}/../expect.sh"
+mkdir in && cd in || exit 1
 
 # expect NAME CODE ARGUMENT...: compares the exit code, stdout behind the four
 # lines of the pattern with ../want, and stderr with ../wantederr.
@@ -72,5 +60,4 @@ expect 'a missing file' 66 x nowhere mail
 want_error 'quaymarsh: mail: %s captures: gave up with code 10\n' with without
 expect 'round and round' 71 'x(a*)*y' mail
 
-[ "$failures" -eq 0 ] && echo "all passed"
-exit "$((failures > 0))"
+finish

@@ -7,7 +7,7 @@ kwc=${QM_KWC:-$2}
 page=${QM_SOURCE_DIR:-.}/doc/rule-language.md
 case $page in /*) ;; *) page=$PWD/$page ;; esac
 command=rule
-. "${0%/*}/expect.sh"
+. "${0%/*}/../expect.sh"
 
 # ---- The page. In a table "|" is written "\|".
 

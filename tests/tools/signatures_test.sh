@@ -2,16 +2,10 @@
 # The examples of doc/signatures.md: each row of a value and its signature is a
 # message of its own, the rest is about the message at the end of that page.
 # Needs QM_CLI, or the program as argument.
-set -u
-LC_ALL=C
-export LC_ALL
-
 cli=${QM_CLI:-$1}
 page=${QM_SOURCE_DIR:-.}/doc/signatures.md
 case $page in /*) ;; *) page=$PWD/$page ;; esac
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
+. "${0%/*}/../expect.sh"
 
 # Writes a message for each row, and the rows as FILE, field and value. A table
 # begins with a row of two names of fields, or of "Field" and "Value".

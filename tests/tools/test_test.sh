@@ -4,7 +4,7 @@
 # faulty files. Needs QM_CLI, or the program as an argument.
 cli=${QM_CLI:-$1}
 command=test
-. "${0%/*}/expect.sh"
+. "${0%/*}/../expect.sh"
 
 mkdir d
 cat >d/a.kws <<'X'

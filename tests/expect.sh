@@ -1,5 +1,5 @@
-# What the tests of subcommands share; read by them with `command` and `cli`
-# set. Leaves them in an empty folder, which goes when they end.
+# What tests share that are scripts; read by them. Leaves them in an empty
+# folder, $work, which goes when they end.
 set -u
 LC_ALL=C
 export LC_ALL
@@ -14,13 +14,15 @@ fail() {
   failures=$((failures + 1))
 }
 
-# expect WHAT CODE ARGUMENT...: compares the exit code, and stdout with stderr
-# behind it with stdin.
+# expect WHAT CODE ARGUMENT...: runs the subcommand $command of $cli or, where
+# that is not set, the arguments themselves. Compares the exit code, and stdout
+# with stderr behind it with stdin.
 expect() {
   what=$1 wanted=$2
   shift 2
+  [ -z "${command:-}" ] || set -- "$cli" "$command" "$@"
   cat >want
-  "$cli" "$command" "$@" >out 2>err
+  "$@" >out 2>err
   code=$?
   [ "$code" -eq "$wanted" ] || fail "$what: exit code $code, not $wanted"
   cat out err | diff -a want - || fail "$what: output differs"

@@ -1,7 +1,6 @@
 // Shapes of values. Whatever the text, a shape has only bytes of the alphabet;
 // with repeated letters it is as long as what it stands for; and a run is
-// shaped the same alone and in a text. Addresses and URLs are found as by a
-// reader that looks anew at each place.
+// shaped the same alone and in a text.
 //
 // Input: the flags, the date, a list of known texts up to a line end, and the
 // text.
@@ -10,7 +9,6 @@
 #include <string.h>
 
 #include "content/adn.h"
-#include "content/words.h"
 #include "fuzz_util.h"
 #include "rules/qm_dico.h"
 
@@ -32,30 +30,6 @@ static void CheckRun(TBLOCK run, uint32_t flags, const TADNCLOCK& clock) {
   Check(repeated.len() == static_cast<int32_t>(run.length));
   Check(strspn(repeated.c_str(), kLetters) == run.length);
   Check(walked.view().equals(repeated.view(), TBLOCK::NoConvTable));
-}
-
-static void CheckLinks(TBLOCK text, const TADNCLOCK& clock) {
-  STR adn, slow;
-  AdnFromBlock(text, adn, nullptr, adnMail | adnUrl | adnNoSpace, clock,
-               nullptr);
-  while (!text.empty()) {
-    TBLOCK word;
-    if (!IsAlnum(text[0])) {
-      if (text[0] > ' ' && text[0] < 0x80) slow += static_cast<char>(text[0]);
-      if (text[0] == '\n') slow += 'e';
-      text.skip(1);
-    } else if (CheckWordMail(text, word)) {
-      slow += '@';
-    } else if (CheckWordUrl(text, word)) {
-      slow += word.begins("www") || word.begins("http://www") ? 'w' : 'z';
-    } else {
-      uint32_t length = 0;
-      while (length < text.length && IsAlnum(text[length])) length++;
-      _AdnFromSubBlock(slow, text.head(length), 0, clock);
-      text.skip(length);
-    }
-  }
-  Check(slow.view().equals(adn.view(), TBLOCK::NoConvTable));
 }
 
 static void CheckText(TBLOCK text, uint32_t flags, const TADNCLOCK& clock,
@@ -87,7 +61,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   TBLOCKVECT known(4);
   known.fillFromBigBlock(TBLOCK::BlockNextLine(rest), ',', 0);
   CheckText(rest, bytes[0] & 0x3F, clock, &known);
-  CheckLinks(rest, clock);
   while (!rest.empty()) {
     uint32_t length = 0;
     while (length < rest.length && IsAlnum(rest[length])) length++;

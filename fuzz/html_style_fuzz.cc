@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "content/html_parse.h"
+#include "content/style_model.h"
 #include "fuzz_util.h"
 
 static bool IsColor(int32_t color) {
@@ -30,40 +31,22 @@ static void CheckValues(const uint8_t* bytes, uint32_t n) {
   Check(IsColor(set) && IsColor(background));
 }
 
-// What three walks over the rules give, as far as they are kept.
-static void WalkRules(const TSTYLEITEMVECT& items, THTMLTAG tag,
-                      const TBLOCK* names, int32_t* values) {
-  for (int walk = 0; walk < 3; walk++) {
-    if (walk > 0 && names[walk].empty()) continue;
-    for (int32_t i = 0; i < items.count(); i++) {
-      const TSTYLEITEM& item = items.at(i);
-      const TBLOCK name = walk == 1 ? item.className : item.idName;
-      if (walk == 0 ? !item.className.empty() || !item.idName.empty() ||
-                          item.tag != tag
-                    : name.empty() ||
-                          !name.equals(names[walk], TBLOCK::AsciiLowerTable) ||
-                          (item.tag != htUnknown && item.tag != tag))
-        continue;
-      const int32_t set[] = {item.color, item.background, item.fontSize};
-      for (int k = 0; k < 3; k++)
-        if (set[k] != kStyleUnset) values[k] = item.flags ? -2 : set[k];
-    }
-  }
-}
-
 static void CheckRules(const THTMLCONTEXT& c) {
   const int32_t count = c.styleItems.count();
   if (count == kMaxStyleItems) return;
+  std::vector<TSTYLEITEM> items;
+  for (int32_t i = 0; i < count; i++) items.push_back(c.styleItems.at(i));
   for (int32_t i = 0; i < count && i < 50; i++) {
-    const TSTYLEITEM& item = c.styleItems.at(i);
-    const TSTYLEITEM& other = c.styleItems.at(count - 1 - i);
-    const TBLOCK names[] = {TBLOCK(), item.className, other.idName};
+    const TSTYLEITEM &item = items[size_t(i)],
+                     &other = items[size_t(count - 1 - i)];
     for (const THTMLTAG tag : {item.tag, other.tag, THTMLTAG{htP}}) {
-      int32_t values[] = {-7, -7, -7};
-      WalkRules(c.styleItems, tag, names, values);
-      int32_t color = -7, background = -7;
-      int16_t size = -7;
-      c.styleRules.apply(tag, names[1], names[2], color, background, size);
+      int32_t values[] = {kNothingSet, kNothingSet, kNothingSet};
+      WalkRules(items.data(), items.size(), tag, item.className, other.idName,
+                values);
+      int32_t color = kNothingSet, background = kNothingSet;
+      int16_t size = kNothingSet;
+      c.styleRules.apply(tag, item.className, other.idName, color, background,
+                         size);
       Check(color == values[0] && background == values[1] && size == values[2]);
     }
   }
@@ -73,31 +56,19 @@ static void CheckRules(const THTMLCONTEXT& c) {
 static void CheckStack(const uint8_t* bytes, uint32_t n) {
   const THTMLTAG kTags[] = {htP, htTD, htTR, htTABLE};
   TTAGSTACK stack;
-  std::vector<TTAGSTYLE> plain;
+  PlainStack plain;
   for (uint32_t i = 0; i < n && i < 500; i++) {
     const THTMLTAG tag = kTags[bytes[i] & 3];
+    const TTAGSTYLE style = {tag, bytes[i] & 8 ? bytes[i] : kStyleUnset,
+                             kStyleUnset, bytes[i]};
     if (bytes[i] & 4) {
-      const TTAGSTYLE style = {tag, bytes[i] & 8 ? bytes[i] : kStyleUnset,
-                               kStyleUnset, bytes[i]};
       stack.push(style);
-      plain.push_back(style);
+      plain.records.push_back(style);
     } else {
-      const size_t before = plain.size();
-      size_t at = before;
-      while (at > 0 && plain[at - 1].tag != tag &&
-             !(plain[at - 1].tag > tag && tag != htP))
-        at--;
-      if (at > 0 && plain[at - 1].tag == tag)
-        plain.erase(plain.begin() + static_cast<ptrdiff_t>(at - 1),
-                    tag == htP ? plain.begin() + static_cast<ptrdiff_t>(at)
-                               : plain.end());
-      Check((stack.pop(tag) != 0) == (plain.size() < before));
+      Check(stack.pop(tag) == plain.pop(tag));
     }
-    int32_t color = kStyleUnset;
-    for (const TTAGSTYLE& style : plain)
-      if (style.color != kStyleUnset) color = style.color;
-    Check(stack.newest(TTAGSTACK::tsColor) == color);
-    Check(stack.count() == static_cast<int32_t>(plain.size()));
+    Check(stack.newest(TTAGSTACK::tsColor) == plain.newest(TTAGSTACK::tsColor));
+    Check(stack.count() == static_cast<int32_t>(plain.records.size()));
   }
 }
 

@@ -18,58 +18,36 @@ const char* const kPieces[] = {
     "\nContent-Type: multipart/digest; boundary=c\n\n--c\n",
     "Content-Type: multipart/related; type=\"multipart/alternative\";"
     " boundary=d\n\n--d\n",
-    "\n--b\n",
-    "\n--c\n",
-    "\n--d\n",
-    "\n--b--\n",
-    "\n--c--\n",
+    "\n--b\n", "\n--c\n", "\n--d\n", "\n--b--\n", "\n--c--\n",
     "Content-Type: message/rfc822\n\n",
     "Content-Type: message/delivery-status\n\nAction: failed\n\n",
-    "Content-Type: text/plain; name=a.eml\n\n",
-    "Content-Type: text/html\n\n",
+    "Content-Type: text/plain; name=a.eml\n\n", "Content-Type: text/html\n\n",
     "Content-Disposition: attachment; filename=\"",
     "Content-Disposition: inline\n",
     "Content-Type: application/octet-stream; name=\"",
     "Content-Type: application/zip; name=f.zip\n",
-    "Content-Transfer-Encoding: base64\n",
-    "Content-ID: <",
-    "From: daemon@example.org\n",
-    "To: bob <bob@example.com>, ",
-    "Subject: returned mail\n",
-    "X-Spam-Flag: YES\n",
-    "X-Mailer: Lotus Notes\n",
-    "X-Test: ",
-    "always",
-    "shape",
-    "spam",
+    "Content-Transfer-Encoding: base64\n", "Content-ID: <",
+    "From: daemon@example.org\n", "To: bob <bob@example.com>, ",
+    "Subject: returned mail\n", "X-Spam-Flag: YES\n", "X-Mailer: Lotus Notes\n",
+    "X-Test: ", "always", "shape", "spam",
     // Copies.
     "--- Below this line is a copy of the message.\n\n",
     "-- This is a copy of the message, including all the headers. --\n",
-    "-- Original message follows --\n",
-    "-- Original mail message --\n",
+    "-- Original message follows --\n", "-- Original mail message --\n",
     "\r\n\r\nThis is a multi-part message in MIME format.\r\n--b\r\n",
     "\n\n--- Below this line is a copy of the message.\n-- This is a copy of "
     "the "
     "message, including all the headers.\n-- Original message follows --\n-- "
     "Original mail message --\nSubject: x\n\n",
     // Names and what loads them.
-    "a.txt.exe\"\n",
-    "a.doc     .scr\"\n",
-    "a.crt.zip\"\n",
-    "message.txt\"\n",
-    "p1@example.org",
-    "<iframe src=\"cid:",
-    "<b>bounce</b>",
+    "a.txt.exe\"\n", "a.doc     .scr\"\n", "a.crt.zip\"\n", "message.txt\"\n",
+    "p1@example.org", "<iframe src=\"cid:", "<b>bounce</b>",
     // Identifiers.
-    ">\n",
-    "01c853c3$61997ac2$010200c0@",
-    "part1.01020304.15060708@",
+    ">\n", "01c853c3$61997ac2$010200c0@", "part1.01020304.15060708@",
     "Message-ID: <00aa01c853c3$61997ac2$010200c0@pc>\n",
     // Archives.
     "PK\3\4\24__\10_______\3___\11___",
-    "UEsDBBQAAAAIAAAAAAAAAAAAAwAAAAkAAAAFAAAAYS5leGVhYmM=",
-    "Rar!\x1a\7",
-};
+    "UEsDBBQAAAAIAAAAAAAAAAAAAwAAAAkAAAAFAAAAYS5leGVhYmM=", "Rar!\x1a\7"};
 const uint32_t kPieceCount = sizeof kPieces / sizeof *kPieces;
 
 const char kSections[] =

@@ -72,80 +72,31 @@ namespace {
 
 // ==== The input
 
-// A section of each name that a scan asks for, with words that are easy to
-// hit. What the input adds stands behind it and takes precedence.
+// Words that are easy to hit, in sections that decide how a scan goes on. What
+// the input adds stands behind them and takes precedence; other sections are in
+// the dictionary that is built in.
 const char kSections[] =
     "[^no-spam]\n(Subject=nospam)\n[^everwhiteregex]\n(Subject=everwhite)\n"
     "[^=headerregex]\n<60>h:(Hdr=Q)\n<&7>(To=,)\n"
     "[^=spamregexbeforewhite]\n<101>b:(Subject=before)\n"
     "[^=spamregex]\n<30>s:(Url=a)&(Url=b)\n<&5>@chain:(Words=a)\n"
-    "<1>@fields:(Subject=f)\n"
-    "[^chain]\n<5>c:(Body=b)\n[^=spamregexnopurge]\n<20>(1<Domain=.)\n"
+    "<1>@fields:(Subject=f)\n[^chain]\n<5>c:(Body=b)\n"
     "[^=uceregex]\n<20>u:(sort(User)=ab)|(alpha(Subject)=viagra)\n"
     "[^regexcount]\nchain=3\n[^=whiteregex]\n<-30>w:(Subject=white)\n"
     "[^no-ce]\n(Subject=noce)\n[^dce-regex]\n<10>d:(Subject=dce)\n"
     "[^pce-regex]\n<11>p:(Subject=pce)\n[^mce-regex]\n<12>m:(Subject=mce)\n"
-    "[^no-suspectemail]\n(Subject=nosuspect)\n[suspectemail-words]\n<9>loan\n"
-    "[legitemail-words]\n<-3>friend\n[^suspectemail-regex]\n<2>(Subject=odd)\n"
-    "[^extendedspamcause]\n(Subject=a)\n"
+    "[suspectemail-words]\n<9>loan\n[^extendedspamcause]\n(Subject=a)\n"
     "[&scamgroups]\n<100>scam\n<50>+Deep\n[scam-group]\n<50>bank\n<50>loan\n"
-    "[scam-words]\n<30>money\n[&scam]\n+sub\n[scam\\sub-group]\n<40>gold\n"
-    "[^deep-groupregex]\n<100>(Words=x)\n[&deep]\nsub\nsub\n"
-    "[&blackwordgroups]\n<120>scam\\sub\n[&commercialwordgroups]\n<5>shop\n"
-    "[shop-group]\n<100>sale\n<100>offer\n[&resitwordgroups]\n<-20>shop\n"
-    "[resitwords]\n<-5>dear\n[#newsletters]\n*news*\n"
-    "[blackwords]\n<20>viagra\n<&9>pill?s\n<15>buy+now\n<10>a>b\n<5>~c\n"
-    "[whitewords]\n<-10>meeting\n<-9>minutes\n[whitesubjectwords]\n<-9>"
-    "minutes\n"
-    "[blacksubjectwords]\n<9>win\n[tipswords]\n<9>viagra\n"
-    "[noantibayeswhitewords]\n<-9>lunch\n[hrefwords]\n<9>shop\n"
-    "[linkwords]\n<9>click\n[senderwords]\n<9>sales\n[addrwords]\n<9>sales\n"
-    "[hardwords]\n<1>viagra\n[domainwords]\n<9>shop\n[phishingwords]\n<9>bank\n"
-    "[#blacksubject]\n<9>*free*\n[#whitesubject]\n<-9>*re:*\n"
-    "[#whitecontent]\n<-25>*regards*\n[#sadwords]\nviagra cialis\n"
-    "[#attachext]\n<&9>exe\n<9>*a*\n[#attachheader]\n<9>*=*b*\n"
-    "[#attachcontent]\n<9>b.exe=GIF\n[#htmlcomments]\n<&9>*a*\n"
-    "[#imgsize]\n<9>600x400\n<&9>*x-1\n[#linktext]\n<9>*click*\n"
-    "[#words]\n<9>via\n[#wordswithoutchars]\n<5>.- via\n"
-    "[#phraseswithoutchars]\n<4>. ^via\n<6>e garden\n"
-    "[#whitehtmlmeta]\n<-9>generator=a*\n[#whitehtmlmetasilent]\n<-9>a=*\n"
-    "[#spamheaderfield]\n<9>X-Spam=*a*\n[#hamheaderfield]\n<-9>X-Ham=*\n"
-    "[#phishingsenders]\n*bank*\nebay.example\n[#forgeddomains]\n*.bank."
-    "example\n"
-    "[#nophishing4]\n*good*\n[^phishingrules]\n(Subject=account)\n"
-    "[^deepphishing]\n<200>one:(Url=bank)\n[^phishingselect]\nsel:(Url=login)\n"
-    "[$blackalias]\n<9>Ann Lee\n[$whitealias]\n<-9>Bob Lee\n"
-    "[$blackemailaddr]\n<9>a@shop.example\n[$whiteemailaddr]\n<-9>b@c.example\n"
-    "[$blackemaildomain]\n<9>shop.example\n[$whiteemaildomain]\n<-9>c.example\n"
-    "[$blackreplyto]\n<9>a@d.example\n[$whitereplyto]\n<-9>b@d.example\n"
-    "[^blackemailregex]\n<9>(From=xq)\n[^whiteemailregex]\n<-9>(From=good)\n"
-    "[$emailnames]\nmary\nstone\n[$spamhdr]\n<9>FTD@000000\n"
-    "[:hdrfieldnames]\nF:(?i)^from$\nT:(?i)^to$\nD:(?i)^date$\nx:(?i)^x-\n"
-    "[!hdrmailinglist]\n<9>(?i)^list-\n[!substregex]\n<9>%%[a-z]+%%\n"
-    "[!domainsregex]\n<9>^a[0-9]\n[!summerregex]\n<9>shop\n"
-    "[$blackhost]\n<9>shop.example\n[$blackdomains]\n<9>bad.example\n"
-    "[$whitefromdomains]\n<-9>good.example\n[*whitelinkdomains]\n<-9>c."
-    "example\n"
-    "[#whitehrefdomain]\n<-9>c.example\n[#whitehrefurl]\n<-9>http://c*\n"
-    "[#whiteimgurl]\n<-9>*logo*\n[$blackphones]\n<9>5551234\n"
-    "[$unsub]\n<9>unsubscribe\n[$tld]\n<1>example\n<9>biz\n<-9>org\ncom\n"
-    "[$no-bracken]\nc.example\n[#clientblackdomain]\nbad.example\n"
-    "[^profils]\nProf:(Subject=prof)\n[^embedfilterregex]\n<140>(Subject=wrap)"
-    "\n"
-    "<0>(Subject=maybe)\n[^embedspamregex]\n<130>(Subject=again)\n"
-    "[$hivirusext]\nexe\nscr\n[$lovirusext]\nzip\ndoc\n"
-    "[^=alwaysregexvirus]\nV1:(Subject=virus)\n[^=regexvirus]\nV2:(Filename="
-    "pif)\n"
-    "[^=regexnovirus]\nN:(Subject=novirus)\n[^no-notification]\n(Subject=nonot)"
-    "\n"
-    "[#notification-from]\n<100>mailer-daemon@*\n<50>*robot*\n"
-    "[notification-subject]\n<50>undeliver*\n<100>away\n"
-    "[notification-subject-begin]\n<50>auto\n[notification-body]\n<50>"
-    "returned\n"
-    "[!notification-html]\n<50>bounce\n[#notification-attach-name]\n<50>*.txt\n"
-    "[!notification-attach-content]\n<50>Failed\n"
-    "[#notification-attach-header]\n<50>content-type=*report*\n"
-    "[#easterncharset]\n<9>koi8-r\n[#asiancharset]\n<9>big5\n";
+    "[scam-words]\n<30>money\n[&scam]\n+sub\n[^deep-groupregex]\n"
+    "<100>(Words=x)\n[&deep]\nsub\nsub\n[blackwords]\n<20>viagra\n<&9>pill?s\n"
+    "<15>buy+now\n<10>a>b\n<5>~c\n[whitewords]\n<-10>meeting\n"
+    "[#attachext]\n<&9>exe\n[#attachheader]\n<9>*=*b*\n"
+    "[#forgeddomains]\n*.bank.example\n[^phishingselect]\nsel:(Url=login)\n"
+    "[$blackemailaddr]\n<9>a@shop.example\n[^profils]\nProf:(Subject=prof)\n"
+    "[^embedfilterregex]\n<140>(Subject=wrap)\n[$hivirusext]\nexe\nscr\n"
+    "[^=alwaysregexvirus]\nV1:(Subject=virus)\n[^no-notification]\n"
+    "(Subject=nonot)\n[notification-subject]\n<50>undeliver*\n<100>away\n"
+    "[#asiancharset]\n<9>big5\n";
 
 const uint8_t kSeparator = 0x1F;
 
@@ -191,7 +142,6 @@ enum : uint8_t {
   rdContext = 1,       // the first scans have one
   rdOtherContext = 2,  // one more scan, the other way round
   rdOtherSource = 4,   // and one from a file in place of memory, or back
-  rdStandalone = 8,    // and the functions without a record
 };
 
 // Bits of CASE::nulls.
@@ -524,27 +474,6 @@ bool IsPrefix(const ROOM& part, const ROOM& whole) {
                                    static_cast<size_t>(part.size) - 1) == 0;
 }
 
-void CheckStandalone(const CASE& c) {
-  const ROOM message(c.message);
-  const unsigned char* const bytes =
-      reinterpret_cast<unsigned char*>(message.get());
-  const unsigned long length = c.message.size();
-  const CTEXT global(c.globalList, c.isNull(nuLists));
-  const CTEXT own(c.userList, c.isNull(nuLists));
-  const CTEXT user(c.user, c.isNull(nuUser));
-  int score = kUnwritten, again = kUnwritten;
-  Check(IsState(qmStandaloneScan(bytes, length, user.text, global.text,
-                                 own.text, &score)));
-  const ROOM cause(SizeFor(c.causeChoice, 100));
-  Check(IsState(qmStandaloneScanWithCause(bytes, length, user.text, global.text,
-                                          own.text, &again, cause.get(),
-                                          cause.size)));
-  Check(cause.size ? cause.holdsText() : cause.isUntouched());
-  Check(score != kUnwritten && again != kUnwritten);
-  if (length > 0)
-    Check(QuayMarshNotes(bytes, length, "", global.text, own.text) == again);
-}
-
 // From a file dots stay as they are, and a whole message may count as cut.
 bool CanComeFromBoth(const CASE& c) {
   return !c.message.empty() && c.message.size() < kMaxMessageBytes &&
@@ -583,7 +512,6 @@ void ScanAll(const CASE& c, void* shared) {
                            headerSize));
   if (c.has(rdOtherSource) && CanComeFromBoth(c))
     CheckSame(narrow, SCAN(c, context, !fromFile, causeSize, headerSize));
-  if (c.has(rdStandalone)) CheckStandalone(c);
 }
 
 }  // namespace

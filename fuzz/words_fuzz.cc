@@ -1,13 +1,10 @@
-// Words: what a cutter that looks at each byte once finds is what a reader
-// finds that looks at the whole text at each place; pieces lie inside the text;
-// a line has one letter; judgements write nothing past a word.
+// Words: what a cutter that looks at each byte once finds is what is found
+// anew at each place; pieces lie inside the text; a line has one letter;
+// judgements write nothing past a word.
 //
 // Input: lines, cut at LF.
 
 #include <stdint.h>
-#include <string.h>
-
-#include <string>
 
 #include "content/word_tests.h"
 #include "content/words.h"
@@ -15,101 +12,16 @@
 
 namespace {
 
-typedef const unsigned char* P;
-
-// End of the run of a class from p on, of at most n bytes.
-P Run(P p, P end, uint32_t mask, size_t n) {
-  P q = p;
-  while (q < end && size_t(q - p) < n && TBLOCK::Is(*q, mask)) q++;
-  return q;
-}
-
-P TrimDots(P p, P end) {
-  while (end > p && end[-1] == '.') end--;
-  return end;
-}
-
-// Each returns the end of a word of its kind at p, or null.
-P Mail(P p, P end) {
-  P q = Run(p, end, bitEmail, 400);
-  if (q - p > kMaxMailWord) return nullptr;
-  q = TrimDots(p, q);
-  P sign = static_cast<P>(memchr(p, '@', size_t(q - p)));
-  if (!sign || memchr(sign + 1, '@', size_t(q - sign - 1))) return nullptr;
-  if (Run(sign + 1, q, bitDomain, 400) != q || q - sign < 4) return nullptr;
-  return memchr(sign + 2, '.', size_t(q - sign - 2)) ? q : nullptr;
-}
-
-P Number(P p, P end) {
-  const bool digitNext = end - p > 1 && TBLOCK::Is(p[1], bitDigit);
-  if (TBLOCK::Is(*p, bitCurrency) && digitNext) return p + 1;
-  if (TBLOCK::Is(*p, bitDigit) || (TBLOCK::Is(*p, bitSign) && digitNext))
-    return Run(p + 1, end, bitDigit | bitNumSep, size_t(end - p));
-  return nullptr;
-}
-
-P File(P p, P end) {
-  if (end - p < 5 || !TBLOCK::Is(*p, bitAlpha) || p[1] != ':') return nullptr;
-  P q = p;
-  while (q < end && q - p < kMaxFileWord && !TBLOCK::Is(*q, bitWhiteSpace)) q++;
-  return memchr(p, '\\', size_t(q - p)) ? q : nullptr;
-}
-
-P Url(P p, P end) {
-  P whole = Run(p, end, bitUrl, size_t(end - p));
-  P q = TrimDots(p, Run(p, end, bitUrl, kMaxUrlWord));
-  std::string low(p, q);
-  for (char& c : low)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-  for (const char* head : {"http", "www.", "mailto:"})
-    if (low.compare(0, strlen(head), head) == 0) return q;
-  std::string all(p, whole);
-  for (char& c : all)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-  for (const char* name : {".com", ".net", ".org", ".fr"}) {
-    for (size_t at = all.find(name, 1); at < kMaxUrlWord;
-         at = all.find(name, at + 1)) {
-      const size_t behind = at + strlen(name);
-      if (TBLOCK::Is(static_cast<unsigned char>(all[at - 1]),
-                     bitAlpha | bitDigit) &&
-          (behind == all.size() || strchr("/?:.", all[behind])))
-        return q;
-    }
-  }
-  return nullptr;
-}
-
-int32_t Naive(P& p, P end, TBLOCK& word) {
-  while (p < end && TBLOCK::Is(*p, bitWordSep)) p++;
-  if (p == end) return wkNone;
-  int32_t kind = wkPlain;
-  P q = p;
-  while (q < end && !TBLOCK::Is(*q, bitWordSep)) q++;
-  if (P mail = Mail(p, end)) {
-    kind = wkMail, q = mail;
-  } else if (P number = Number(p, end)) {
-    kind = wkNumber, q = number;
-  } else if (P file = File(p, end)) {
-    kind = wkFile, q = file;
-  } else if (P url = Url(p, end)) {
-    kind = wkUrl, q = url;
-  }
-  word = TBLOCK(p, static_cast<uint32_t>(q - p));
-  p = q;
-  return kind;
-}
-
+// A cutter remembers what it has seen ahead; NextWord looks anew.
 void CheckLine(TBLOCK line) {
   WORDCUTTER cutter(line);
-  TBLOCK rest = line, found, next, expected;
-  P p = line.pointer;
+  TBLOCK rest = line, found, next;
   for (;;) {
-    const int32_t kind = Naive(p, line.end(), expected);
-    Check(cutter.next(found) == kind && NextWord(rest, next) == kind);
+    const int32_t kind = NextWord(rest, next);
+    Check(cutter.next(found) == kind);
     if (kind == wkNone) break;
-    Check(found.pointer == expected.pointer &&
-          found.length == expected.length && next.pointer == expected.pointer &&
-          next.length == expected.length);
+    Check(found.pointer == next.pointer && found.length == next.length);
+    Check(!next.empty() && next.end() == rest.pointer);
   }
   Check(rest.empty() && cutter.rest().empty());
 }

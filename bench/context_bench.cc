@@ -20,8 +20,8 @@
 #include <vector>
 
 #include "api/speedup_context.h"
+#include "full_dictionary.h"
 #include "regex/regex_pool.h"
-#include "rules/full_dictionary_util.h"
 #include "rules/image_util.h"
 #include "rules/kw_patch.h"
 #include "rules/qm_dico.h"

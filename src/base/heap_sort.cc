@@ -1,7 +1,7 @@
 // The heap sort: builds a heap with the largest record first, then takes the
 // first off to the end again and again. A record that moves down waits in the
 // scratch record, so that each step copies one record, not three. Tested by
-// heap_sort_test.cc.
+// hashed_lookup_test.cc and url_blacklist_test.cc.
 
 #include "base/heap_sort.h"
 

@@ -1,8 +1,7 @@
 // What the dictionary knows of links, pictures, domains and phone numbers: one
 // lookup a check, so that new campaigns need new lines and no new code. A
 // section that is absent finds nothing. Entries: the members of TQMMSG below,
-// most of them filters. Tested by link_reputation_test.cc, what they find in
-// whole mails by tests/mail/links.eml.
+// most of them filters. Tested by tests/mail/links.eml.
 
 #include "base/md5.h"
 #include "base/score.h"

@@ -1,6 +1,6 @@
 // The shape of links: hosts in numbers, random hosts, marks inside of URLs,
 // names that differ in nothing but the suffix. Entry: TQMMSG::checkBlackLinks,
-// filter 20. Tested by links_test.cc and tests/mail/links.eml.
+// filter 20. Tested by tests/mail/links.eml.
 
 #include <string.h>
 

@@ -1,8 +1,7 @@
 // What speaks for a message and what speaks against it, by words and rules of
 // the dictionary. Entry points: checkWhite, checkBlackWords, checkTipsWords,
 // checkRandom, and checkSuspect, which judges a message that is no spam once
-// more. Tested by tests/checks/white_words_test.cc and
-// tests/mail/white_black.eml.
+// more. Tested by tests/mail/white_black.eml.
 
 #include <stdio.h>
 

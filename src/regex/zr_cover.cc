@@ -5,7 +5,7 @@
 // mandatory group. A sequence is gone through once; what is certain to stand
 // next to each other is gathered in an open draft, which is weighed against
 // the best cover so far whenever certainty ends. Entry points: zr_search_cover
-// and zr_search_starts. Tested by zr_window_test.cc and, as nothing here may
+// and zr_search_starts. Tested by regex_model_test.cc and, as nothing here may
 // change an answer, against the model.
 
 #include <stdlib.h>

@@ -5,7 +5,7 @@
 // are entered, with the case bit set, so that a look at the table is the same
 // for patterns that fold and those that don't. Pieces of one window have one
 // length, that of the shortest. Entry points: zr_grams_piece and zr_grams_add.
-// Tested by zr_window_test.cc and, as nothing here may change an answer,
+// Tested by regex_model_test.cc and, as nothing here may change an answer,
 // against the model.
 
 #include <stdlib.h>

@@ -3,7 +3,7 @@
 // comparison where that is enough, otherwise as a set of 256 bits that nodes
 // share. Places in a row become windows (zr_cover.cc chooses which), of which
 // two are probed: those that mail holds most rarely together. The entry points
-// are zr_search_build and zr_search_free. Tested by zr_window_test.cc.
+// are zr_search_build and zr_search_free. Tested by regex_model_test.cc.
 
 #include "regex/zr_search.h"
 

@@ -1,6 +1,6 @@
 // The bytes that a one-byte node matches, as a set of 256 bits: first those of
 // the pattern as it is compiled, then what a subject may hold for them under a
-// case mask. Entry point: zr_set_of_node. Tested by zr_window_test.cc.
+// case mask. Entry point: zr_set_of_node. Tested by regex_model_test.cc.
 
 #include "regex/zr_search.h"
 

@@ -2,7 +2,7 @@
 // are tested in blocks: two loads, each at the distance of a probed place, and
 // compares give a bit for each start. The last block overlaps the one before
 // it, so that nothing behind the text is read. Grams are looked up start by
-// start. Entry point: zr_window_find. Tested by zr_window_test.cc.
+// start. Entry point: zr_window_find. Tested by regex_model_test.cc.
 
 #include "regex/zr_window.h"
 

@@ -9,8 +9,8 @@
 //
 // Whatever can't be told so reads as "may match": options, numbers, addresses,
 // names, single signs, lines with tricks, what stands out of place in a damaged
-// image. Entry point: linesFor. Tested by word_filter_test.cc against the
-// search of all lines.
+// image. Entry point: linesFor. Tested by pattern_index_test.cc against
+// the search of all lines.
 
 #include "rules/word_filter.h"
 

@@ -1,6 +1,5 @@
 // The words that rules can test to learn where, for whom and when a scan runs.
-// Entry point: TQMMSG::buildProfils. Tested by section_scores_test.cc and, for
-// the rules, filters_test.cc.
+// Entry point: TQMMSG::buildProfils. Tested by filters_test.cc.
 
 #include <stdio.h>
 #include <time.h>

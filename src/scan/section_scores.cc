@@ -1,7 +1,7 @@
 // Dictionary sections that score: the members of TQMMSG that look a text or
 // its words up and write what was found to the ledger. A section "No-NAME" of
 // rules that match keeps the word lists of NAME out. Tested by
-// section_scores_test.cc.
+// tests/mail/*.eml.
 
 #include "rules/section_name.h"
 #include "scan/tqmmsg.h"

@@ -5,29 +5,6 @@
 
 namespace {
 
-TEST(BlockCompareTest, CountsAndSortsAsUnsignedBytes) {
-  std::string all, mixed;
-  for (int i = 0; i < 256; i++) {
-    all.append(static_cast<size_t>(1 + i % 3), static_cast<char>(i));
-    mixed.insert(mixed.size() / 2, static_cast<size_t>(1 + i % 3),
-                 static_cast<char>(i));
-  }
-  const struct {
-    std::string text, sorted;
-    int distinct;
-  } rows[] = {
-      {std::string("\xFF\0b\x80\0a", 6), std::string("\0\0ab\x80\xFF", 6), 5},
-      {mixed, all, 256},
-      // One value many times over is no worse than any other text.
-      {std::string(200000, 'b') + "a", "a" + std::string(200000, 'b'), 2}};
-  for (const auto& row : rows) {
-    const HeapText text(row.text);
-    EXPECT_EQ(row.distinct, TBLOCK::BlockCountChars(text.view()));
-    TBLOCK::BlockSort(text.view());
-    EXPECT_TRUE(row.sorted == text.str()) << row.distinct;
-  }
-}
-
 TEST(BlockCompareTest, CompareWithoutChars) {
   const struct {
     const char *a, *b, *chars;
@@ -43,32 +20,6 @@ TEST(BlockCompareTest, CompareWithoutChars) {
     EXPECT_EQ(row.equal, TBLOCK::BlockCompareWithoutChars(a.view(), b.view(),
                                                           chars.view()))
         << row.a << " and " << row.b;
-  }
-}
-
-TEST(BlockCompareTest, BeginAndContainWithoutChars) {
-  // A byte that is skipped and not of the set does not count.
-  // Nor does one behind the word; one ahead of it does.
-  // An accented letter agrees with the first letter of the word and
-  // is skipped all the same, when the word is tried from there.
-  const struct {
-    const char *text, *word, *chars;
-    int begins, contains;
-  } rows[] = {{"v.i.a", "via", ".", 1, 1},     {"via", "via", ".", 0, 0},
-              {"V.I.A now", "via", ".", 1, 1}, {"v-i-a", "via", ".", 0, 0},
-              {"v-i.a", "via", ".", 1, 1},     {"via.", "via", ".", 0, 0},
-              {".via", "via", ".", 1, 0},      {"vv.i.a", "via", ".", 0, 1},
-              {"v.i.a", "VIA", ".", 0, 0},     {"v.i.a", "..", ".", 0, 1},
-              {"", "via", ".", 1, 0},          {"", "", ".", 0, 0},
-              {"b\xE0.ab", "ab", ".", 0, 1},   {"b\xE9.ab", "ab", ".", 0, 0}};
-  for (const auto& row : rows) {
-    const HeapText text(row.text), word(row.word), chars(row.chars);
-    EXPECT_EQ(row.begins, TBLOCK::BlockBeginWithoutChars(
-                              text.view(), word.view(), chars.view()))
-        << row.text << " begins with " << row.word;
-    EXPECT_EQ(row.contains, TBLOCK::BlockContainWithoutChars(
-                                text.view(), word.view(), chars.view()))
-        << row.text << " contains " << row.word;
   }
 }
 

@@ -77,19 +77,6 @@ TEST(BlockDecodeTest, Unbase64) {
   EXPECT_EQ(0u, none.length);
 }
 
-TEST(BlockDecodeTest, Base64) {
-  const char* const rows[][2] = {
-      {"A", "QQ%"}, {"ABC", "QUJD"}, {"ABCD", "QUJDRA%"}};
-  for (const auto& row : rows) {
-    const HeapText source(row[0]);
-    const uint32_t n = strcspn(row[1], "%"), room = (n + 3) / 4 * 4;
-    const HeapText out(std::string(room, '~')), small(std::string(room - 1, 0));
-    EXPECT_EQ(n, TBLOCK::BlockBase64(source.view(), out.view(), 0, 0, '%'));
-    EXPECT_EQ(row[1], out.str().substr(0, strlen(row[1])));
-    EXPECT_EQ(0u, TBLOCK::BlockBase64(source.view(), small.view(), 0, 0, '%'));
-  }
-}
-
 TEST(BlockDecodeTest, Base64LineBreaksNeedRoomOfTheirOwn) {
   const std::string line(76, 'A');
   const struct {

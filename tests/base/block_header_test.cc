@@ -90,33 +90,6 @@ TEST(BlockHeaderTest, UnfoldManyLines) {
               "180001 0 A" + joined + "|A" + joined + std::string(60000, ' '));
 }
 
-TEST(BlockHeaderTest, FindBoundary) {
-  const struct {
-    std::string text;
-    const char* boundary;
-    int offset;
-  } rows[] = {{"--b", "b", 0},
-              {"x\r\n--B\r\n", "b", 3},
-              {"--b \n", "b", 0},
-              {std::string("--b\0x\n", 6), "b", 0},
-              {"--bb\n--b", "b", 5},
-              {"--b;\n", "b", -1},
-              {" --b\n", "b", -1},
-              {"--", "b", -1},
-              {"x\r--b\n", "b", -1},
-              {"--caf\xE9", "cafe", 0},
-              {"a--\n--\n", "", 4},
-              {"", "b", -1},
-              {"--a", "a longer one", -1}};
-  for (const auto& row : rows) {
-    const HeapText text(row.text);
-    const HeapText boundary(row.boundary);
-    const unsigned char* found =
-        TBLOCK::BlockFindBoundary(text.view(), boundary.view());
-    EXPECT_EQ(row.offset, found ? found - text.view().pointer : -1) << row.text;
-  }
-}
-
 // Each piece as "result:part|", then all pieces as BlockFindParts gives them.
 TEST(BlockHeaderTest, Parts) {
   const struct {

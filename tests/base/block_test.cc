@@ -158,38 +158,6 @@ TEST(BlockTest, Base64) {
     EXPECT_EQ(row.plain, Taken(Exactly(row.coded)->decode64())) << row.coded;
 }
 
-TEST(BlockTest, UudecodeRows) {
-  const std::string begin = "begin 6 x\r\n";
-  const struct {
-    std::string text, result;
-  } rows[] = {
-      {"beginning\r\n#0V%T\r\n", "null"},
-      {"a\r\n\r\nbegin 6 x\r\n#0V%T\r\n", "null"},  // an empty line stops it
-      {begin + "#0V%T", "Cat"},
-      {">" + begin + "#0V%T\r\nend\r\n#0V%T\r\n", "Cat"},
-      {begin + "#0V%T\r\n>end\r\n#0V%T\r\n", "Cat"},
-      {begin + "#0V%T\r\n>>end\r\n#0V%T\r\n",
-       "CatxS\x84"
-       "Cat"},
-      {begin + "#0V%T\r\n\r\n#0V%T\r\n", "Cat"},
-      // The count: of 0, above 45, and lower case, which is skipped.
-      {begin + "`0V%T\r\n#0V%T\r\n", "Cat"},
-      {begin + "N0V%T\r\n#0V%T\r\n", "Cat"},
-      {begin + "\"0V%T\r\n", "Ca"},
-      // More is claimed than stands there: nothing of the line before shows.
-      {begin + "&0V%T0V%T\r\n&0V%\r\n&0V\r\n&0\r\n&\r\nM\r\n", "CatCatCaC"},
-      {begin + std::string("#0V\0T\r\n#0V%T\r\n", 14), "CCat"},
-      // A lone CR or LF is data, so the line goes on behind it.
-      {begin + "#0V\n%T\r\n", "Cj\x85"},
-      {"begin 6 x\n#0V%T\nend\n", ""},
-      // 131 characters are a line; what ends it is an empty one.
-      {std::string(131, 'x') + begin + "#0V%T", "Cat"},
-      {std::string(131, 'x') + "\r\n" + begin + "#0V%T", "null"},
-      {std::string(130, 'x') + "\r\n" + begin + "#0V%T", "Cat"}};
-  for (const auto& row : rows)
-    EXPECT_EQ(row.result, Taken(Exactly(row.text)->uudecode())) << row.text;
-}
-
 // Of lines of anything the result is never longer than they can hold.
 TEST(BlockTest, UudecodeOfHostileLines) {
   Numbers numbers(4);

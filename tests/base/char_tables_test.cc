@@ -35,21 +35,6 @@ TEST(CharTablesTest, ConversionsAreThoseThatWereChecked) {
   }
 }
 
-TEST(CharTablesTest, Digits) {
-  const std::string hex = "0123456789abcdef";
-  for (int i = 0; i < 256; i++) {
-    const unsigned char c = static_cast<unsigned char>(i);
-    const size_t digit = hex.find(static_cast<char>(TBLOCK::UpperToLower[c]));
-    EXPECT_EQ(digit < 16 ? digit : 0, TBLOCK::HexValue(c)) << i;
-    EXPECT_EQ(digit < 16 ? digit : 0xFF, TBLOCK::DigitValue(c)) << i;
-    const void* at = memchr(TBLOCK::szBase64CodeTable, c & 0x7F, 64);
-    EXPECT_EQ(
-        at ? static_cast<const char*>(at) - TBLOCK::szBase64CodeTable : 0xFF,
-        TBLOCK::Base64Value(c))
-        << i;
-  }
-}
-
 bool In(unsigned char c, const char* set) {
   return c != 0 && strchr(set, c) != nullptr;
 }

@@ -160,27 +160,6 @@ TEST(HashFileTest, DamagedImagesAreRefused) {
   EXPECT_TRUE(load(full));
 }
 
-TEST(HashFileTest, CountsAndTheirOrder) {
-  HASHCOUNT counter(0, hashUpperLower);
-  Numbers numbers(3);
-  uint32_t expected[700] = {};
-  for (int i = 0; i < 20000; i++) {
-    const uint32_t n = numbers.Below(26) * numbers.Below(26);
-    const std::string key = (i % 2 ? "Word" : "wORD") + std::to_string(n);
-    expected[n] += n + 1;
-    EXPECT_EQ(expected[n], counter.incBlockCount(TBLOCK(key.c_str()), n + 1));
-  }
-  EXPECT_EQ(1, counter.sort());
-  EXPECT_EQ(counter.count, counter.order.count());
-  for (int32_t i = 0; i < counter.count; i++) {
-    const uint32_t n = counter.getSortedCount(i);
-    EXPECT_LE(n, i ? counter.getSortedCount(i - 1) : n);
-    EXPECT_EQ(expected[stoi(Str(counter.getSortedBlock(i)).substr(4))], n);
-  }
-  counter.incBlockCount(TBLOCK("much"), UINT32_MAX - 1);
-  EXPECT_EQ(UINT32_MAX, counter.incBlockCount(TBLOCK("much"), 5));
-}
-
 // Counts are written to: never in a caller's image, and never in records of
 // another size.
 TEST(HashFileTest, CountsInImages) {

@@ -8,6 +8,8 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "base/vectors.h"
 
@@ -20,6 +22,9 @@ class HeapText {
   explicit HeapText(const std::string& text)
       : HeapText(text.data(), text.size()) {}
   TBLOCK view() const { return TBLOCK(bytes_.get(), size_); }
+  std::string_view chars() const {
+    return {reinterpret_cast<const char*>(bytes_.get()), size_};
+  }
   // The bytes as they are now.
   std::string str() const {
     return std::string(bytes_.get(), bytes_.get() + size_);
@@ -36,12 +41,29 @@ inline std::string Str(TBLOCK view) {
                                     view.length);
 }
 
+// A row of most tables: a text and what is expected of it.
+template <typename T>
+struct Case {
+  const char* text;
+  T want;
+};
+
 // The members, each followed by "|".
 inline std::string Join(const TBLOCKVECT& members) {
   std::string out;
   for (int32_t i = 0; i < members.count(); i++)
     out += Str(members.get(i)) + "|";
   return out;
+}
+
+// The pieces of a text that `by` parts.
+inline std::vector<std::string> Split(const std::string& text, char by) {
+  std::vector<std::string> pieces;
+  size_t from = 0, at;
+  for (; (at = text.find(by, from)) != std::string::npos; from = at + 1)
+    pieces.push_back(text.substr(from, at - from));
+  pieces.push_back(text.substr(from));
+  return pieces;
 }
 
 inline std::string Times(uint32_t n, const std::string& text) {
@@ -70,6 +92,9 @@ class Numbers {
   uint32_t Below(uint32_t n) {
     state_ = state_ * 1664525u + 1013904223u;
     return (state_ >> 8) % n;
+  }
+  const std::string& Pick(const std::vector<std::string>& list) {
+    return list[Below(static_cast<uint32_t>(list.size()))];
   }
 
  private:

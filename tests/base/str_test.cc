@@ -13,27 +13,6 @@ std::string Raw(const STR& s) {
          std::to_string(s.length);
 }
 
-TEST(StrTest, Assignment) {
-  STR s("abc");
-  s = static_cast<const char*>(nullptr);
-  EXPECT_EQ("|1|0", Raw(s));
-  s = STR(9);
-  EXPECT_EQ("|10|0", Raw(s));
-  s.add("abcdef", 6);
-  const STR& same = s;
-  const char* const was = s.text;
-  s = same;
-  s = s.text;
-  EXPECT_EQ(was, s.text);
-  EXPECT_EQ("abcdef|10|6", Raw(s));
-  s = s.text + 2;
-  EXPECT_EQ("cdef|5|4", Raw(s));
-  s = s.view().from(1);
-  EXPECT_EQ("def", std::string(s.c_str()));
-  s = TBLOCK("a\0b", 3);
-  EXPECT_EQ(1, s.len());
-}
-
 // Of empty strings, which share a text that nobody may write to.
 TEST(StrTest, OperationsOnNothing) {
   STR s, other;
@@ -57,22 +36,6 @@ TEST(StrTest, OperationsOnNothing) {
   EXPECT_STREQ("", STR().c_str());
   STRTOKEN empty("", ",");
   EXPECT_EQ(nullptr, empty.next());
-}
-
-// The room asked for, or what there is; appending up to it moves nothing.
-TEST(StrTest, Renew) {
-  STR s("abc");
-  s.renew(5);
-  EXPECT_EQ("|6|0", Raw(s));
-  const char* const was = s.text;
-  for (char c = 'a'; c < 'f'; c++) s += c;
-  EXPECT_EQ("abcde|6|5", Raw(s));
-  s.renew(2);
-  EXPECT_EQ("|6|0", Raw(s));
-  EXPECT_EQ(was, s.text);
-  s += "abcde";
-  s += 'f';
-  EXPECT_STREQ("abcdef", s.c_str());
 }
 
 // Every piece of the own text, appended and put in front, with and without
@@ -143,27 +106,6 @@ TEST(StrTest, Comparisons) {
     EXPECT_EQ(row.less, STR(row.a) < row.b);
     EXPECT_EQ(row.order == 0, STR(row.a).streq(row.b) != 0);
   }
-}
-
-TEST(StrTest, Searches) {
-  const struct {
-    const char *text, *part;
-    int32_t from;
-    int32_t exact, folded;
-  } rows[] = {{"abcABC", "AB", 0, 3, 0}, {"abcABC", "ab", 1, -1, 3},
-              {"aab", "ab", 0, 1, 1},    {"ab", "abc", 0, -1, -1},
-              {"ab", "", 2, 2, 2},       {"ab", "", 3, -1, -1},
-              {"ab", "b", -1, -1, -1},   {"ab", "b", INT32_MAX, -1, -1},
-              {"", "", 0, 0, 0},         {"\xE9", "\xC9", 0, -1, -1}};
-  for (const auto& row : rows) {
-    EXPECT_EQ(row.exact, STR(row.text).hasin(row.part, row.from, 0));
-    EXPECT_EQ(row.folded, STR(row.text).hasin(row.part, row.from, 1));
-  }
-  const STR s("abA");
-  EXPECT_EQ(0, s.hasin('A', 0, 1));
-  EXPECT_EQ(3, s.hasin('\0', 1, 0));
-  EXPECT_EQ(-3,
-            s.hasin('\0', 4, 0) + s.hasin('a', -1, 0) + s.hasin(nullptr, 0, 0));
 }
 
 TEST(StrTokenTest, Tokens) {

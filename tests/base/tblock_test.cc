@@ -99,10 +99,4 @@ TEST(TblockTest, NullViewIsNothingWhateverItsLength) {
   EXPECT_EQ(nullptr, null.pointer);
 }
 
-TEST(TblockTest, ConvertFoldsOnceAndStaysInside) {
-  HeapText text("x|IX\xC9y");
-  text.view().from(1).head(4).convert(TBLOCK::LowerConvTable);
-  EXPECT_EQ("xIixey", text.str());
-}
-
 }  // namespace

@@ -1,9 +1,10 @@
-// Tables of tests as text: a row a line, its columns parted by " => ".
+// Tables of tests as text: a row a line, or parted by something else; columns
+// are parted by " => ".
 
 #ifndef TESTS_BASE_TEXT_ROWS_H_
 #define TESTS_BASE_TEXT_ROWS_H_
 
-#include <sstream>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -11,14 +12,17 @@ struct TextRow {
   std::string input, expected;
 };
 
-inline std::vector<TextRow> TextRows(const char* table) {
+inline std::vector<TextRow> TextRows(const std::string& table,
+                                     const std::string& separator = "\n") {
   std::vector<TextRow> rows;
-  std::istringstream lines(table);
-  for (std::string line; std::getline(lines, line);) {
-    const size_t at = line.find(" =>");
+  for (size_t from = 0, end; from < table.size();
+       from = end + separator.size()) {
+    end = std::min(table.find(separator, from), table.size());
+    const std::string row = table.substr(from, end - from);
+    const size_t at = row.find(" =>");
     if (at == std::string::npos) continue;
-    rows.push_back({line.substr(0, at), ""});
-    if (at + 4 < line.size()) rows.back().expected = line.substr(at + 4);
+    rows.push_back({row.substr(0, at), ""});
+    if (at + 4 < row.size()) rows.back().expected = row.substr(at + 4);
   }
   return rows;
 }

@@ -35,11 +35,6 @@ int32_t BodyCount(const std::string& body) {
   return count;
 }
 
-int32_t BlockCount(const std::string& block) {
-  HeapText text(block);
-  return TQMMSG::checkAntiBayesBlock(text.view(), 5, 20, 6);
-}
-
 }  // namespace
 
 TEST(AntiBayesTest, RunsOfABody) {
@@ -67,8 +62,7 @@ TEST(AntiBayesTest, RunsOfABody) {
       {"a word of 21 letters closes",
        Words(6, "seventy") + " " + std::string(21, 'x'), 6},
       {"equals signs are letters", Words(6, "se=enty") + " ten", 6},
-      {"only 200 words count", Words(250, "seventy") + "\nend", 200 + 195},
-  };
+      {"only 200 words count", Words(250, "seventy") + "\nend", 200 + 195}};
   for (const BodyRow& row : rows)
     EXPECT_EQ(row.count, BodyCount(row.body)) << row.what;
 }
@@ -89,45 +83,9 @@ TEST(AntiBayesTest, LastLines) {
       {"40 bytes", "abcdef" + std::string(34, 'a'), 0},
       {"5 letters", "abcde" + std::string(36, 'a'), 0},
       {"the tenth line from the end", sentences + Words(9, "\nX"), -1},
-      {"the eleventh", sentences + Words(10, "\nX"), 0},
-  };
+      {"the eleventh", sentences + Words(10, "\nX"), 0}};
   for (const BodyRow& row : rows)
     EXPECT_EQ(row.count, BodyCount(row.body)) << row.what;
-}
-
-TEST(AntiBayesTest, Subjects) {
-  const struct {
-    std::string subject;
-    int32_t points;
-  } rows[] = {
-      {Words(9, "word"), 0},
-      {Words(10, "word"), 100},
-      {Words(10, "WORD"), 100},
-      {Words(5, "don't-do") + "\r\n " + Words(5, "WORD"), 100},
-      {Words(9, "word") + " Word " + Words(9, "word"), 0},
-      {Words(10, "word") + " two " + Words(9, "word"), 100},
-      {Words(10, "wor2"), 0},
-      {Words(10, std::string(19, 'a')), 100},
-      {Words(10, std::string(20, 'a')), 0},
-      {Words(30, "word"), 200},
-  };
-  for (const auto& row : rows) {
-    auto m = std::make_unique<TQMMSG>(nullptr, nullptr, nullptr, 0, 0);
-    HeapText text(row.subject);
-    m->subject = text.view();
-    EXPECT_EQ(row.points > 0, m->checkSubjectAntiBayes()) << row.subject;
-    EXPECT_EQ(row.points, m->ledger.score) << row.subject;
-  }
-}
-
-TEST(AntiBayesTest, HiddenTexts) {
-  EXPECT_EQ(0, BlockCount(Words(5, "fifty")));
-  EXPECT_EQ(6, BlockCount(Words(6, "fifty")));
-  EXPECT_EQ(6, BlockCount(Words(6, "FIFTY") + " " + Words(5, "Fifty")));
-  EXPECT_EQ(13, BlockCount(Words(6, "f=fty") + " four " + Words(7, "fifty")));
-  EXPECT_EQ(6, BlockCount(Words(6, std::string(20, 'x'))));
-  EXPECT_EQ(0, BlockCount(Words(6, std::string(21, 'x'))));
-  EXPECT_EQ(0, BlockCount(""));
 }
 
 TEST(AntiBayesTest, TagsAndLinksOfPlainText) {
@@ -135,14 +93,12 @@ TEST(AntiBayesTest, TagsAndLinksOfPlainText) {
     int32_t tags, links;
     const char* url;
     int32_t points;
-  } rows[] = {
-      {10, 0, "", 0},
-      {11, 0, "", 50},
-      {0, 1, "http://shop.example/", 60},
-      {0, 1, "http://www.shop.example/", 0},
-      {0, 1, "http://shop.example/x", 0},
-      {0, 2, "http://shop.example/", 0},
-  };
+  } rows[] = {{10, 0, "", 0},
+              {11, 0, "", 50},
+              {0, 1, "http://shop.example/", 60},
+              {0, 1, "http://www.shop.example/", 0},
+              {0, 1, "http://shop.example/x", 0},
+              {0, 2, "http://shop.example/", 0}};
   for (const auto& row : rows) {
     auto m = std::make_unique<TQMMSG>(nullptr, nullptr, nullptr, 0, 0);
     HeapText url(row.url), type("TEXT/plain");

@@ -53,8 +53,7 @@ TEST(HiddenWordsTest, WordsInPieces) {
       {"pieces of two words", "vi ci agra alis", 2},
       {"three, of which two are asked for", "abcd efghijk vi agra cial is", 2},
       {"accents", "v\xCC \xE4gr\xE3", 1},
-      {"nothing", "", 0},
-  };
+      {"nothing", "", 0}};
   for (const auto& row : rows) {
     Words words(row.body);
     EXPECT_EQ(row.found,
@@ -90,8 +89,7 @@ TEST(HiddenWordsTest, CapitalsAmongSmallLetters) {
       {Times(50, "x ") + "VIAxGRA", ""},
       {Times(249, "1") + "VIAxGRA", "VIAGRA"},
       {Times(250, "1") + "VIAxGRA", ""},
-      {"", ""},
-  };
+      {"", ""}};
   for (const auto& row : rows) {
     Words words(row.body);
     STR label("Hard word ");
@@ -100,41 +98,3 @@ TEST(HiddenWordsTest, CapitalsAmongSmallLetters) {
   }
 }
 
-TEST(HiddenWordsTest, UnicodeIsNotLookedAt) {
-  Words words("VIAxGRA");
-  EXPECT_EQ(1, words.m->checkSliceAndDice());
-  EXPECT_EQ(200, words.m->ledger.score);
-  Words other("VIAxGRA");
-  other.m->message.unicode = 1;
-  EXPECT_EQ(0, other.m->checkSliceAndDice());
-  EXPECT_EQ(0, other.m->ledger.score);
-}
-
-TEST(HiddenWordsTest, SpacedOut) {
-  const struct {
-    const char* text;
-    int words, phrases;
-  } rows[] = {
-      // A line without a word holds for any text.
-      {"v.i.a", 5 + 9, 6},
-      {"v.i-a", 5 + 9, 6},
-      {"via", 9, 0},
-      {"V.I.A.", 5 + 9, 6},
-      {"c xialis", 7 + 9, 0},
-      {"n.one v.ia cxialis", -3 + 5 + 7 + 9, 6},
-      {"v.ia gra", 5 + 9, 4},
-      {"a v.ia gra", 5 + 9, 6},
-      {"n.o", 9, 8},  // Any phrase begins an empty text.
-      {"", 0, 4},
-  };
-  for (const auto& row : rows) {
-    Words words(row.text);
-    const TBLOCK text = words.text.view();
-    EXPECT_EQ(row.words, words.m->checkWordsWithoutChars("Words", text))
-        << row.text;
-    EXPECT_EQ(row.phrases, words.m->checkPhrasesWithoutChars("Phrases", text))
-        << row.text;
-    EXPECT_EQ(0, words.m->checkWordsWithoutChars("None", text));
-    EXPECT_EQ(0, words.m->checkPhrasesWithoutChars("None", text));
-  }
-}

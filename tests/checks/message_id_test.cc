@@ -75,88 +75,23 @@ TEST(MessageIdTest, WholeHours) {
     EXPECT_EQ(row.off, IsWholeHoursOff(row.a, row.b)) << row.a << " " << row.b;
 }
 
-// 47CBCC20 is kDate.
-TEST(MessageIdTest, Stamps) {
-  const int32_t kDay = 86400;
-  const char* const kShape = "hhhhhhhh.ddddddd@a";
-  const struct {
-    const char *id, *adn, *mailer, *agent;
-    int32_t utc;
-    bool reply, forged;
-  } rows[] = {
-      {"47CBCC20.1", kShape, "mozilla 4", "", kDate + kDay, false, false},
-      {"47CBCC20.1", kShape, "Mozilla 4", "", kDate + kDay + 1, true, true},
-      {"47cbcc20.1", kShape, "Mozilla", "", kDate - kDay - 1, false, true},
-      {"47CBCC20.1", "hhhhhhh.", "Mozilla", "", 1, false, false},
-      {"47CBCC20.1", kShape, "a Mozilla", "", 1, false, false},
-      {"47CBCC20.1", kShape, "", "Thunderbird 2", 1, false, true},
-      {"47CBCC20.1", kShape, "", "mozilla", 1, true, false},
-      {"47CBCC20.1", kShape, "", "Mozilla", 0, false, false},
-      {"47CBCC20.1", kShape, "Mozilla", "", 0, false, true},
-      {"47CBCC20.1", "hdhdhdhd.hdhdhdh@", "", "", 1, true, true},
-      {"47CBCC20.1", "hdhdhdhd.hdhdhdh@", "", "", kDate, false, false},
-      {"FFFFFFFF.1", kShape, "Mozilla", "", -1, false, true},
-      {"47xBCCy0", kShape, "Mozilla", "", 0x470BCC00, false, false},
-      {"15180", kShape, "Mozilla", "", 0, false, false},
-      {"15181", kShape, "Mozilla", "", 0, false, true}};
-  for (const auto& row : rows)
-    EXPECT_EQ(row.forged,
-              IsStampForged(HeapText(row.id).view(), HeapText(row.adn).view(),
-                            TBLOCK(row.mailer), TBLOCK(row.agent), row.utc,
-                            row.reply, nullptr))
-        << row.id << " " << row.adn << " " << row.mailer << row.agent << " "
-        << row.utc;
-}
-
 TEST(MessageIdTest, SquirrelStamp) {
-  const struct {
-    const char* id;
-    int64_t stamp;
-  } rows[] = {{"a.b.123.Squirrel@h", 123},
-              {"123x4.squirrel@h", 123},
-              {"1.-5.squirrel@h", -5},
-              {"1.+5.squirrel@h", 5},
-              {"1.--5.squirrel@h", 0},
-              {".squirrel@h", 0},
-              {"1..squirrel@h", 0},
-              {"x.squirrel.1@h", INT64_MIN},
-              {"1.99999999999999999999999999.squirrel@h", 1000000000000000000},
-              {"1.2.squirrel@3.squirrel@h", 2}};
+  const Case<int64_t> rows[] = {
+      {"a.b.123.Squirrel@h", 123},
+      {"123x4.squirrel@h", 123},
+      {"1.-5.squirrel@h", -5},
+      {"1.+5.squirrel@h", 5},
+      {"1.--5.squirrel@h", 0},
+      {".squirrel@h", 0},
+      {"1..squirrel@h", 0},
+      {"x.squirrel.1@h", INT64_MIN},
+      {"1.99999999999999999999999999.squirrel@h", 1000000000000000000},
+      {"1.2.squirrel@3.squirrel@h", 2}};
   for (const auto& row : rows) {
     int64_t stamp = INT64_MIN;
-    const HeapText id(row.id);
-    EXPECT_EQ(row.stamp != INT64_MIN, ReadSquirrelStamp(id.view(), stamp));
-    EXPECT_EQ(row.stamp, stamp) << row.id;
-  }
-}
-
-// The address with a key of 01: a is 62. In base64, twice.
-TEST(MessageIdTest, HiddenAddresses) {
-  const struct {
-    const char *id, *email;
-    bool hexa, base64;
-  } rows[] = {{"01626F6F4179@h", "ann@x", true, false},
-              {"01626F6F4179$FF@h", "ANN@X", true, false},
-              {"01626F6F417900A@h", "ann@x", true, false},
-              {"FF606D6D3F77@h", "ann@x", true, false},
-              {"01626F6F417@h", "ann@x", false, false},
-              {"01626F6F4178@h", "ann@x", false, false},
-              {"01626f6F4179@h", "ann@x", false, false},
-              {"01626F6F4179G@h", "ann@x", false, false},
-              {"004040404040@h", "@@@@@", false, false},
-              {"004040404040A@h", "@@@@@", true, false},
-              {"01626F6F41@h", "ann@", false, false},
-              {"WVc1dVFIZz0=@h", "ann@x", false, true},
-              {"WVc1dVFIaG9aV3hzYnc9PQ==@h", "Ann@X", false, true},
-              {"WVc1dVFIZz0@h", "ann@x", false, false},
-              {"WVc1dVFIZz1=@h", "bnn@x", false, false},
-              {"AAEAEAEAEAEA@h", "@@@@@", false, false},
-              {"WVc1dVFBPT0=@h", "ann@", false, false}};
-  for (const auto& row : rows) {
-    const HeapText id(row.id), email(row.email);
-    EXPECT_EQ(row.hexa, HidesAddressInHexa(id.view(), email.view())) << row.id;
-    EXPECT_EQ(row.base64, HidesAddressInBase64(id.view(), email.view()))
-        << row.id;
+    const HeapText id(row.text);
+    EXPECT_EQ(row.want != INT64_MIN, ReadSquirrelStamp(id.view(), stamp));
+    EXPECT_EQ(row.want, stamp) << row.text;
   }
 }
 
@@ -166,37 +101,6 @@ std::unique_ptr<TQMMSG> Load(const std::string& header) {
   m->loadFromBlock(TBLOCK(text.data(), static_cast<uint32_t>(text.size())), "",
                    1);
   return m;
-}
-
-TEST(MessageIdTest, IdFromRelay) {
-  const std::string far(2000, 'a');
-  const struct {
-    std::string header;
-    int result;
-    std::string id;
-  } rows[] = {
-      {"Subject: x", 1, ""},
-      {"Message-ID: <>", 1, ""},
-      {"Message-ID: <a@b.c> (Added by postmaster@x)", 1, "a@b.c"},
-      {"Message-ID: 1$2$3@a (added by x)", 0, "1$2$3@a (added by x)"},
-      {"Received: from a by b with c id 1ABC; x\nMessage-ID: <x1abcd@b>", 1,
-       "x1abcd@b"},
-      {"Received: from a by b with c; x\nMessage-ID: <a@b>", 0, "a@b"},
-      {"Received: from a by b with c id 1ABC; x\nMessage-ID: <" + far +
-           "1abc@b>",
-       0, far + "1abc@b"},
-      {"From: x@b.c\nReceived: from a\n by b.c\nMessage-ID: <a@B.C>", 0,
-       "a@B.C"},
-      {"Reply-To: x@b.c\nReceived: by b.c\nMessage-ID: <a@b.c>", 0, "a@b.c"},
-      {"From: x@y.b.c\nReceived: from a\n by b.c\nMessage-ID: <a@b.c>", 1,
-       "a@b.c"},
-      {"Received: by bc\nMessage-ID: <a@bc>", 0, "a@bc"},
-      {"Received: by a.b\nMessage-ID: <a.b>", 0, "a.b"}};
-  for (const auto& row : rows) {
-    const std::unique_ptr<TQMMSG> m = Load(row.header);
-    EXPECT_EQ(row.result, m->idFromMta) << row.header;
-    EXPECT_EQ(row.id, Str(m->messageId));
-  }
 }
 
 TEST(MessageIdTest, ThreadIndexIsChecked) {

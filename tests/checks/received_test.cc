@@ -97,58 +97,6 @@ by a # ~2038.01.19.03.14.08 ~1901.12.13.20.45.51; nonsense => ~2038.01.19.03.14.
   }
 }
 
-TEST_F(CheckReceivedTest, ClaimsAndTimes) {
-  // With a blank ahead of its comment no identifier fits to the end.
-  EXPECT_EQ("forged Sendmail", judge("by a (9.9.3) id DAA12345 (x)"));
-  EXPECT_EQ("fine EximNetscape",
-            judge("with (Exim) id 1Hp by (Netscape Messaging Server 4.0b2); 20 "
-                  "May 2007 03:04:05"));
-  EXPECT_EQ("forged Gmail", judge("by (Netscape Messaging Server x) id "
-                                  "a1b2c3d4e5.1234567890123"));
-  EXPECT_EQ("fine ", judge("by a (8.12.6) id ; x"));
-  // The time is the line's, else the message's.
-  const std::string clauses = "by a (8.12.6) id l4K345";
-  EXPECT_EQ("forged Sendmail", judge(clauses));
-  m.messageDate.utc = 1179630245;
-  EXPECT_EQ("fine Sendmail", judge(clauses));
-  EXPECT_EQ("forged Sendmail", judge(clauses + "; nonsense"));
-  STR cause("before");
-  EXPECT_FALSE(m.checkForgedReceived(nullptr, cause));
-  EXPECT_TRUE(cause.empty());
-}
-
-TEST_F(CheckReceivedTest, ForgedPairs) {
-  for (const TextRow& row : TextRows(R"(
-1from [192.0.2.1] by a.example.org => from x ([192.0.2.1]) by b
-1FROM 192.0.2.1 by x WITH Smtp => from 192.0.2.1
-0from [192.0.2.1] by a.example.org => from x ([192.0.2.2]) by b
-0from [192.0.2.1] by a.example.org => from x by b
-0from [127.0.0.1] by a.example.org => from 127.0.0.1
-0from [192.168.0.1] by a.example.org => from 192.168.0.1
-0from [192.0.2.1] by a.example.org (x) => from 192.0.2.1
-)"))
-    EXPECT_EQ(row.input[0] == '1',
-              labo(row.input.substr(1) + "; 20 May 2007 03:04:05 +0000",
-                   row.expected))
-        << row.input;
-}
-
-TEST_F(CheckReceivedTest, SmtpService) {
-  for (const TextRow& row : TextRows(R"(
-with Microsoft SMTPSVC => 0
-with Microsoft SMTPSVC(6.0.3790.1830.2) => 0
-with microsoft smtpsvc(5.0.2195.6713) => 2
-with Microsoft SMTPSVC(6.0.3790) => 2
-with Microsoft SMTPSVC() for x => 1
-from Unknown ([192.0.2.1]) with Microsoft SMTPSVC(5.0.2195.6713) => 1
-from unknown with Microsoft SMTPSVC(5.0.2195.6713) => 0
-)")) {
-    const HeapText text(row.input);
-    const BLOCKRECEIVED line(text.view(), nullptr, nullptr);
-    EXPECT_EQ(row.expected, std::to_string(m.checkSmtpSrv(&line))) << row.input;
-  }
-}
-
 struct Hotmail {
   const char* key;
   std::string name, value;

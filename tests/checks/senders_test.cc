@@ -80,20 +80,4 @@ TEST_F(SendersTest, AddressesOfTheUser) {
   }
 }
 
-// From, Reply-To, Return-Path, Sender; without a recipient all four.
-TEST_F(SendersTest, WhoseAddressHoldsTheRecipients) {
-  const char* const rows[][2] = {{"", "1111"},
-                                 {"To: Bob <bob@example.com>\n", "0110"}};
-  for (const auto& row : rows) {
-    Load(std::string(row[0]) +
-         "From: <bigBOB@example.com>\nReply-To: bob@example.org\n"
-         "Sender: bob@example.com.example.org\n");
-    int flags[4] = {7, 7, 7, 7};
-    message_->_checkValidSender(flags[0], flags[1], flags[2], flags[3]);
-    std::string result;
-    for (int flag : flags) result += std::to_string(flag);
-    EXPECT_EQ(row[1], result);
-  }
-}
-
 }  // namespace

@@ -11,14 +11,11 @@ TEST(TrackingTest, Links) {
       "|-?x=a.b@ex.org_",
       "a.b@ex.org|+?me=12345678901234|+?x&ME=abcdefghijklmn"
       "|-?me=123456789012345|-?me=1234567890123|-?you=12345678901234",
-      "a@exam|+?x=a@exam|-?x=_a@exam",
-      "a@b.c|-?x=a@b.c",
-      "|-?me=1234",
+      "a@exam|+?x=a@exam|-?x=_a@exam", "a@b.c|-?x=a@b.c", "|-?me=1234",
       // Digits: a, k and u are 0, as is "-"; z is 5.
       "akuz-7@b.org|+?x=3333830|+?x=0000507|+?x=9999496|-?x=3333831"
       "|-?x=333383|-?x=33338300|-?x=333383a",
-      "AKUZa@b.org|+?x=333383",
-      "akuz@b.org|-?x=33338",
+      "AKUZa@b.org|+?x=333383", "akuz@b.org|-?x=33338",
       // Base64: as it is, with more behind it, with more ahead, cut short
       "BOB@b.org|+?x=Ym9iQGIub3Jn|+?x=Ym9iQGIub3JnfDE3|-?x=Ym9iQGIub3JnfDE3-"
       "|-?x=eGJvYkBiLm9yZw==|-?x=Ym9iQGIub3J",
@@ -30,8 +27,7 @@ TEST(TrackingTest, Links) {
       // A local part that is a name: four bytes, more than half letters
       "ann1@b.org|+------------------ann1|------------------ann1",
       "an12@b.org|-------------------an12",
-      "ann@b.org|--------------------ann",
-  };
+      "ann@b.org|--------------------ann"};
   for (const char* row : rows) {
     TBLOCK rest(row);
     const HeapText email(Str(TBLOCK::BlockBeforeChar(rest, '|', 0, 0)));

@@ -128,29 +128,6 @@ TEST(VirusTest, WhoIsAddressed) {
   }
 }
 
-TEST(VirusTest, FormsOfMessages) {
-  for (const TextRow& row : TextRows(
-           "MULTIPART/MIXEDX => +\ntext/plain => -\n"
-           "multipart/related; type=\"multipart/alternative\"; boundary=b => "
-           "+\n"
-           "multipart/related; type=multipart/alternative; boundary=b => -\n"
-           "multipart/related; boundary=b|application/zip => +\n"
-           "multipart/related; boundary=b|text/plain => -\n"
-           "multipart/alternative; boundary=b|application/zip => +\n"
-           "multipart/report; boundary=b|application/zip => -\n"
-           "application/octet-stream => +\n")) {
-    const size_t bar = row.input.find('|');
-    std::string mail = "Content-Type: " + row.input.substr(0, bar) + "\n\n";
-    if (bar != std::string::npos)
-      mail += "--b\nContent-Type: " + row.input.substr(bar + 1) + "\n\nx\n";
-    EXPECT_EQ(row.expected == "+" ? "Shape: RegexVirus" : "",
-              VirusIn("X-Test: shape\n" + mail))
-        << mail;
-    EXPECT_EQ("Always: RegexVirus", VirusIn("X-Test: always\n" + mail));
-    EXPECT_EQ("", VirusIn("X-Test: spared\n" + mail));
-  }
-}
-
 TEST(VirusTest, FileNames) {
   for (const TextRow& row :
        TextRows("a.txt.scr => double\na.JPEG.SCR => double\na.b.scr => \n"
@@ -169,32 +146,6 @@ TEST(VirusTest, FileNames) {
   const std::string worm = File("a.txt.scr");
   EXPECT_EQ(kDouble, VirusIn(Mixed(File("b.txt"), worm)));
   EXPECT_EQ("", VirusIn(Mixed(File("b.scr"), worm)));
-}
-
-// A field of the header, what stands behind the identifier in the HTML, and the
-// extension of the part.
-TEST(VirusTest, PartsThatTheReaderLoads) {
-  for (const TextRow& row : TextRows(
-           "X-Test: none||scr => unknown: HTML use file\n"
-           "X-Test: none||doc => unknown: HTML use file\n"
-           "X-Test: none||txt => \nX-Test: always||scr => Always: RegexVirus\n"
-           "X-Mailer: my LOTUS notes 5|z|scr => \n"
-           "X-Mailer: Outlook, Build 11.0|z|scr => \n"
-           "X-Mailer: Microsoft Windows Mail 6|z|scr => \n"
-           "Subject: thread-topic|z|scr => \nX-Mailer: Outlook|z|scr => "
-           "unknown: CID whitout content disposition\n")) {
-    TBLOCK rest(row.input.c_str());
-    const std::string header = Str(TBLOCK::BlockBeforeChar(rest, '|', 0, 0));
-    const std::string behind = Str(TBLOCK::BlockBeforeChar(rest, '|', 0, 0));
-    EXPECT_EQ(
-        row.expected,
-        VirusIn(Mixed("Content-Type: text/html\n\n<iframe src=\"cid:x1@Y" +
-                          behind + "\"></iframe>",
-                      "Content-ID: <X1@y>\nContent-Type: a/b; name=a." +
-                          Str(rest) + "\n\nMZ",
-                      header + "\n")))
-        << row.input;
-  }
 }
 
 TEST(VirusTest, ForwardedMessages) {
@@ -219,20 +170,6 @@ TEST(VirusTest, ForwardedMessages) {
   EXPECT_EQ("", VirusIn(Mixed(File("b.dat")) + first + kWorm));
 }
 
-// A copy of a multipart without its header; not where a line told of a copy.
-TEST(VirusTest, ForwardedMultipart) {
-  const std::string head = "Subject: failure\r\n\r\nIt failed.";
-  const std::string open =
-      "\r\nThis is a multi-part message in MIME format.\r\n";
-  const std::string part = "X-Test: always\r\n\r\nx\r\n";
-  EXPECT_EQ("Always: RegexVirus!", VirusIn(head + open + "--b\r\n" + part));
-  EXPECT_EQ("Always: RegexVirus!", VirusIn(head + open + part));
-  EXPECT_EQ("", VirusIn(head + open + "-b\r\n\r\n" + part));
-  EXPECT_EQ("", VirusIn(head + open.substr(2) + "--b\r\n" + part));
-  EXPECT_EQ("", VirusIn(head + _ForwardTextLines[1] + "\r\nSubject: x\r\n" +
-                        open + "--b\r\n" + part));
-}
-
 TEST(VirusTest, DepthAndNumberOfInnerMessages) {
   std::string nested = kWorm;
   for (int32_t depth = 1; depth <= kMaxScanDepth + 1; depth++) {
@@ -248,21 +185,6 @@ TEST(VirusTest, DepthAndNumberOfInnerMessages) {
   for (int32_t i = 2; i < kMaxInnerMessages; i += 2) many += pair;
   EXPECT_NE("", VirusIn(many + line + "\n" + worm));
   EXPECT_EQ("", VirusIn(many + pair + worm));
-}
-
-TEST(VirusTest, ExtensionsOfEachKindOfSection) {
-  const auto m = Load("\n");
-  for (const TextRow& row : TextRows(
-           "HiVirusExt scr => 1\nHiVirusExt  SCR  => 1\nHiVirusExt sc => 0\n"
-           "Any x => 1\nAny  => 0\nAny   => 0\nSome abc => 1\nSome bcZ => 1\n"
-           "Some bc => 0\nDigest exe => 1\nDigest exx => 0\nNone a => 0\n")) {
-    const size_t blank = row.input.find(' ');
-    const HeapText word(row.input.substr(blank + 1));
-    const std::string section = row.input.substr(0, blank);
-    EXPECT_EQ(row.expected,
-              std::to_string(m->checkDicoExt(word.view(), section.c_str())))
-        << row.input;
-  }
 }
 
 }  // namespace

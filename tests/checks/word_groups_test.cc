@@ -38,42 +38,6 @@ int32_t Total(const std::string& source, const char* name, int32_t total,
   return total;
 }
 
-TEST(WordGroupsTest, Totals) {
-  const struct {
-    const char* name;
-    int32_t start;
-    int before;  // words ahead of the body
-    const char *body, *subject, *alias;
-    int32_t total;
-    const char* description;
-  } rows[] = {
-      {"plain", 0, 149, "loan", "loan", "loan", 60, ""},
-      {"Plain", 0, 150, "loan", "", "", 0, ""},
-      {"+Plain", 0, 150, "loan", "loan", "loan", 180, ""},
-      // "-Words" counts twice in a field without words of its own.
-      {"Plain", 0, 0, "loan cash", "cash", "garden", 60 + 50 + 100 - 60, ""},
-      // Words alone say nothing; a total that others made lets them.
-      {"Alone", 0, 0, "cash", "", "", 0, ""},
-      {"Alone", 1, 0, "cash", "", "", 501, ""},
-      {"Zero", 0, 0, "loan", "x", "", 0, ""},
-      {"Zero", -1, 0, "loan", "x", "", 499, ""},
-      {"List", 0, 150, "loan distant sand", "", "", 40, "+far"},
-      {"List", 0, 0, "loan sand", "", "", 40, "sub-sub"},
-      {"List", 1, 0, "loan sand", "", "", 1 + 40 + 900, "quiet-sub-sub"},
-      {"+List", 0, 0, "x", "loan", "distant", 80, "sub-+far-sub"},
-      {"Deep", 0, 0, "loan cash", "offer", "", 3 + 70 + 6 + 5, "outer-inner"},
-      {"Huge", 0, 0, "loan cash", "", "", 1000000000, ""},
-  };
-  for (const auto& row : rows) {
-    std::string text, description;
-    for (int i = 0; i < row.before; i++) text += "word ";
-    EXPECT_EQ(row.total, Total(kSections, row.name, row.start, text + row.body,
-                               row.subject, row.alias, description))
-        << row.name << row.body;
-    EXPECT_EQ(row.description, description) << row.name << row.body;
-  }
-}
-
 // Subgroups end at depth 16; when they are named over and over, at a number.
 TEST(WordGroupsTest, KnotsEnd) {
   for (const int times : {1, 40}) {
@@ -85,24 +49,6 @@ TEST(WordGroupsTest, KnotsEnd) {
     EXPECT_LE(16, total);
     EXPECT_GE(times == 1 ? 16 : 1000, total);
   }
-}
-
-// None is left out, however little a dictionary has besides its groups.
-TEST(WordGroupsTest, ManySmallGroups) {
-  std::string names = "[&ScamGroups]\n", sections;
-  for (int i = 0; i < 700; i++) {
-    const std::string n = std::to_string(i);
-    names += "<1>+A" + n + "\n";
-    sections += "[&A" + n + "-Group]\nB" + n + "\n[B" + n + "]\n<60>loan\n[&A" +
-                n + "-Words]\nC" + n + "\n[C" + n + "]\n<20>cash\n";
-  }
-  TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
-  ASSERT_TRUE(LoadSource(m.dico, names + "<150>+Last\n" + sections +
-                                     "[Last-Group]\n<100>offer\n"));
-  HeapText text("loan offer");
-  TBLOCK::GetBlockWordList(text.view(), m.bodyWords, bitWhiteSpace);
-  EXPECT_TRUE(m.checkWordGroups("ScamGroups"));
-  EXPECT_EQ("*+Last (150)", Str(m.ledger.cause.view()));
 }
 
 TEST(WordGroupsTest, Newsletters) {

@@ -83,8 +83,7 @@ TEST(AdnTest, Times) {
        "1197613800 1192429800999 11950218001 0712140630 0711142430 202611"},
       {'j', "jrh0z9"},
       {'m', "jrgzz9 jrhz99z"},
-      {'s', "jRh0z9"},
-  };
+      {'s', "jRh0z9"}};
   const Clock dated;
   for (const auto& row : rows) {
     std::istringstream runs(row.runs);
@@ -111,8 +110,7 @@ TEST(AdnTest, Times) {
 
 TEST(AdnTest, Walk) {
   const struct {
-    const char* text;
-    const char* keep;
+    const char *text, *keep;
     uint32_t flags;
     const char* known;  // joined by commas
     const char* adn;
@@ -153,52 +151,6 @@ TEST(AdnTest, Walk) {
                  &known);
     EXPECT_STREQ(row.adn, adn.c_str());
   }
-}
-
-TEST(AdnTest, MailAddresses) {
-  TQMDICO dico(nullptr, nullptr);
-  ASSERT_TRUE(LoadSource(dico, "[$TLD]\ncom\nde\n[$AdnEmailUsers]\ninfo\n"));
-  const struct {
-    const char* text;
-    const char* pattern;
-  } rows[] = {
-      {"", ""},
-      {"Info@example.COM", "info@l{7}.com"},
-      {"\"Annie Lee\" <a-1_x@mail.com.de>",
-       "\"c{5} a{3}\" <l{1}d{1}l{1}@l{4}.l{3}.de>"},
-      {"info.com info", "l{4}.l{3} l{4}"},
-      {"de@com", "l{2}@l{3}"},
-      {"x@a.com,y@a.de", "l{1}@l{1}.l{3},l{1}@l{1}.de"},
-      {"<>", "<>"},
-      {"x@a.-com", "l{1}@l{1}.l{3}"},
-      {"'\xE9T1'", "s{3}"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.text);
-    const HeapText text(row.text);
-    STR pattern("before");
-    GetEmailRegex(text.view(), &dico, pattern, kNow);
-    EXPECT_STREQ(row.pattern, pattern.c_str());
-  }
-  const HeapText longUser(std::string(200, 'a') + "@info.com");
-  STR pattern;
-  GetEmailRegex(longUser.view(), &dico, pattern, kNow);
-  EXPECT_STREQ("l{200}@l{4}.com", pattern.c_str());
-}
-
-TEST(AdnTest, Counts) {
-  EXPECT_EQ("0x8x9x", std::string({GetCountAdn(0, 1), GetCountAdn(1, 1),
-                                   GetCountAdn(8, 9), GetCountAdn(9, 9),
-                                   GetCountAdn(9, 99), GetCountAdn(10, 99)}));
-  EXPECT_EQ("09AZayzz",
-            std::string({GetCountChar(0), GetCountChar(9), GetCountChar(10),
-                         GetCountChar(35), GetCountChar(36), GetCountChar(60),
-                         GetCountChar(61), GetCountChar(65536)}));
-  STR counts, presence;
-  const HeapText text(std::string(70000, ' ') + "~~!\n\x7F\x80");
-  GetBlockCharAdn(text.view(), counts, presence);
-  EXPECT_EQ("z1" + std::string(92, '0') + "2", counts.c_str());
-  EXPECT_EQ("xx" + std::string(92, '0') + "x", presence.c_str());
 }
 
 TEST(AdnTest, DistancesOfTimes) {

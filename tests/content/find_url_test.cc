@@ -42,10 +42,7 @@ std::string Find(const std::string& text, const TQMDICO* dico,
 }
 
 TEST(FindUrlTest, PlainUrls) {
-  const struct {
-    const char* text;
-    const char* urls;
-  } rows[] = {
+  const Case<const char*> rows[] = {
       {"", ""},
       {"see http://a.org/x?y, and www.b.net.", "http://a.org/x?y|www.b.net|"},
       {"<http://a.org/\r\n b>c", "http://a.org/\r\n b|"},
@@ -61,21 +58,17 @@ TEST(FindUrlTest, PlainUrls) {
       {"http:http:http://a.org", "http:http:http://a.org|"},
       {"http", ""},
       {"http://a.orgwww.b.org", "http://a.orgwww.b.org|"},
-      {"e x a m p l e . c o m", ""},
-  };
+      {"e x a m p l e . c o m", ""}};
   for (const auto& row : rows) {
     std::string left;
-    EXPECT_EQ(row.urls, Find(row.text, nullptr, &left)) << row.text;
+    EXPECT_EQ(row.want, Find(row.text, nullptr, &left)) << row.text;
     EXPECT_EQ(row.text, left);
   }
 }
 
 TEST(FindUrlTest, Domains) {
   const std::unique_ptr<TQMDICO> dico = Dictionary({kTld, kTld2});
-  const struct {
-    const char* text;
-    const char* urls;
-  } rows[] = {
+  const Case<const char*> rows[] = {
       {"Please visit our site example.com today", "example.com|"},
       {"see e x a m p l e . c o m", "example.com|"},
       {"w w w . p i l l s . c o m", "www.pills.com|"},
@@ -114,10 +107,9 @@ TEST(FindUrlTest, Domains) {
       {"ttp://pills.com ftp://pills.com", "pills.com|pills.com|"},
       {"http ://pills.com http    ://pills.com", "http://pills.com|pills.com|"},
       {"http:/pills.com", "http:/pills.com|"},
-      {"ab.com.com.com", "ab.com.com.com|"},
-  };
+      {"ab.com.com.com", "ab.com.com.com|"}};
   for (const auto& row : rows)
-    EXPECT_EQ(row.urls, Find(row.text, dico.get())) << row.text;
+    EXPECT_EQ(row.want, Find(row.text, dico.get())) << row.text;
 }
 
 TEST(FindUrlTest, TextIsPutTogetherInPlace) {

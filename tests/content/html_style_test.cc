@@ -8,12 +8,11 @@
 #include <vector>
 
 #include "base/heap_text.h"
+#include "base/text_rows.h"
 #include "content/html_parse.h"
+#include "content/style_model.h"
 
 namespace {
-
-const int32_t kNone = kStyleUnset;
-const int32_t kNothingSet = -7;
 
 std::string Hex(int32_t value) {
   char text[16];
@@ -23,21 +22,15 @@ std::string Hex(int32_t value) {
 }
 
 struct Row {
-  Row(const std::string& textBytes, const std::string& expected)
-      : text(textBytes), result(expected) {}
+  explicit Row(const TextRow& row) : text(row.input), result(row.expected) {}
   HeapText text;
   std::string result;
 };
 
 // From "text => result ~ text => result".
-std::list<Row> Rows(const std::string& text) {
+std::list<Row> Rows(const char* table) {
   std::list<Row> rows;
-  for (size_t at = 0, end; at < text.size(); at = end + 3) {
-    end = std::min(text.find(" ~ ", at), text.size());
-    const size_t arrow = text.find(" => ", at);
-    rows.emplace_back(text.substr(at, arrow - at),
-                      text.substr(arrow + 4, end - arrow - 4));
-  }
+  for (const TextRow& row : TextRows(table, " ~ ")) rows.emplace_back(row);
   return rows;
 }
 
@@ -63,43 +56,6 @@ TEST(HtmlStyleTest, Colors) {
         << row.text.str();
   }
   EXPECT_EQ(kNone, ParseHtmlColor(HeapText(std::string("red\0", 4)).view()));
-}
-
-// Each name but the two is found, which needs the rows to be in order.
-TEST(HtmlStyleTest, AllNamesOfColors) {
-  for (const THTMLCOLOR& row : HtmlColors) {
-    const std::string name = row.name;
-    EXPECT_EQ(name.back() == ' ' ? kNone : row.color,
-              ParseHtmlColor(HeapText(name).view()))
-        << name;
-  }
-}
-
-TEST(HtmlStyleTest, ColorsThatLookTheSame) {
-  const int32_t same[][2] = {{0xFFFFFF, 0xFFFFFF},
-                             {0x808080, 0x979797},
-                             {0x808080, 0x696969},
-                             {1, 1},
-                             {0xE0EFE7, 0xFFFFFF}};
-  for (const auto& row : same)
-    EXPECT_TRUE(ColorCompare(row[0], row[1])) << Hex(row[0]);
-  const int32_t different[][2] = {{0x808080, 0x989797},
-                                  {0x808080, 0x979897},
-                                  {0x808080, 0x979798},
-                                  {0x969798, 0x808080},
-                                  {0xE0EFE7, 0xFFFFFE},
-                                  {0xDFEFEF, 0xFFFFFF},
-                                  {0xE0E0F0, 0xFFFFFF},
-                                  {0, 0},
-                                  {0, 1},
-                                  {1, 0},
-                                  {-1, -1},
-                                  {-1, 0xFFFFFF},
-                                  {-2, 0xFFFFFF},
-                                  {0xFFFFFF, -2},
-                                  {-2, -2}};
-  for (const auto& row : different)
-    EXPECT_FALSE(ColorCompare(row[0], row[1])) << Hex(row[0]);
 }
 
 TEST(HtmlStyleTest, Sizes) {
@@ -158,26 +114,6 @@ TEST(HtmlStyleTest, ColorsOfStyles) {
 
 // ---- Rules
 
-TEST(HtmlStyleTest, Selectors) {
-  for (
-      const Row& row : Rows(
-          " => ?.# ~  p  => P.# ~ pp => ?.# ~ .c => ?.c# ~ #i => ?.#i ~ "
-          "td.C#i => TD.C#i ~ #i.c.d => ?.d#i ~ p. => P.# ~ ..c => ?.c# ~ "
-          "a:hover => A.# pseudo ~ a.c:x.d => A.c# pseudo ~ :x => ?.# pseudo ~ "
-          ".a b => B.# multi ~ .a > td.c => TD.c# multi ~ p+h1 => H1.# multi ~ "
-          "p > => ?.# multi ~ a:x b => B.# multi ~ p~h1 => ?.# ~ @p => ?.# ~ "
-          ".a b:x => B.# multi pseudo ~ ,; p => P.# multi ~ ,;\tp => P.# ~ "
-          ".a\tb => ?.a\tb#")) {
-    const TSTYLEITEM item(row.text.view());
-    EXPECT_EQ(row.result,
-              (item.tag == htUnknown ? "?" : TagInfos[item.tag].name) +
-                  ("." + Str(item.className) + "#" + Str(item.idName)) +
-                  (item.flags & ssfMulti ? " multi" : "") +
-                  (item.flags & ssfPseudo ? " pseudo" : ""))
-        << row.text.str();
-  }
-}
-
 // Asks what the rules of style elements say of a tag.
 class Rules {
  public:
@@ -203,10 +139,7 @@ class Rules {
 };
 
 TEST(HtmlStyleTest, RulesOfTags) {
-  const struct {
-    const char* tag;
-    const char* style;
-  } rows[] = {
+  const Case<const char*> rows[] = {
       {"<p>", " => - - -"},
       {"<p>", "p{color:1} => 100000 - -"},
       {"<td>", "p{color:1} => - - -"},
@@ -240,14 +173,13 @@ TEST(HtmlStyleTest, RulesOfTags) {
       {"<p>", "<style>@import 'x.CSS';p{color:1} => - - -"},
       {"<p>", "<style p{color:1} => - - -"},
       {"<p>", "p{color:1 => - - -"},
-      {"<td>", "p{}p{color}td{color:1} => 100000 - -"},
-  };
+      {"<td>", "p{}p{color}td{color:1} => 100000 - -"}};
   for (const auto& test : rows) {
-    const std::list<Row> parsed = Rows(test.style);
+    const std::list<Row> parsed = Rows(test.want);
     const Row& row = parsed.front();
     Rules rules;
     rules.style(row.text.str());
-    EXPECT_EQ(row.result, rules.of(test.tag)) << test.style << " " << test.tag;
+    EXPECT_EQ(row.result, rules.of(test.text)) << test.want << " " << test.text;
   }
 }
 
@@ -267,26 +199,6 @@ TEST(HtmlStyleTest, NamesOfManyElements) {
   EXPECT_EQ("- - -", rules.of("<p class=c7>"));
   rules.style(".c7{color:1}");
   EXPECT_EQ("100000 - -", rules.of("<p class=c7>"));
-}
-
-// The three walks that folding stands for.
-void WalkRules(const std::vector<TSTYLEITEM>& rules, THTMLTAG tag,
-               TBLOCK className, TBLOCK idName, int32_t* values) {
-  for (int walk = 0; walk < 3; walk++) {
-    const TBLOCK wanted = walk == 1 ? className : idName;
-    if (walk > 0 && wanted.empty()) continue;
-    for (const TSTYLEITEM& rule : rules) {
-      const TBLOCK name = walk == 1 ? rule.className : rule.idName;
-      if (walk == 0 ? rule.className.length + rule.idName.length > 0 ||
-                          rule.tag != tag
-                    : !name.equals(wanted, TBLOCK::AsciiLowerTable) ||
-                          (rule.tag != htUnknown && rule.tag != tag))
-        continue;
-      const int32_t set[] = {rule.color, rule.background, rule.fontSize};
-      for (int i = 0; i < 3; i++)
-        if (set[i] != kNone) values[i] = rule.flags ? kStyleUnknown : set[i];
-    }
-  }
 }
 
 TEST(HtmlStyleTest, FoldedRulesAreTheWalks) {
@@ -316,7 +228,7 @@ TEST(HtmlStyleTest, FoldedRulesAreTheWalks) {
       const TBLOCK className(kNames[ask / 4 % 8]);
       const TBLOCK idName(kNames[random() % 8]);
       int32_t values[] = {kNothingSet, kNothingSet, kNothingSet};
-      WalkRules(rules, tag, className, idName, values);
+      WalkRules(rules.data(), rules.size(), tag, className, idName, values);
       int32_t color = kNothingSet, background = kNothingSet;
       int16_t size = kNothingSet;
       folded.apply(tag, className, idName, color, background, size);
@@ -342,85 +254,7 @@ TEST(HtmlStyleTest, ProseInStyleElements) {
   }
 }
 
-TEST(HtmlStyleTest, OutlineOfRules) {
-  Rules rules;
-  rules.style("/*x*/ p , td { color : red } x{y} a\n{b:c}");
-  rules.style(std::string("a\0{b:c}", 7));
-  EXPECT_STREQ("p , td{color : red} a{b:c} a{b:c} ",
-               rules.c.stylePattern.c_str());
-  // Two of the three bytes around a rule count.
-  for (const size_t size : {1020u, 1021u}) {
-    Rules full;
-    full.style(std::string(size, 'p') + "{b:}c{d:}");
-    EXPECT_EQ(size == 1020 ? 1025 : 6, full.c.stylePattern.len());
-  }
-}
-
 // ---- The stack
-
-// The same, by walks over all records.
-struct PlainStack {
-  std::vector<TTAGSTYLE> records;
-
-  static bool sets(const TTAGSTYLE& style, uint32_t list) {
-    const int32_t values[] = {0, style.color, style.background, style.fontSize};
-    return values[list] != kNone;
-  }
-  uint32_t pop(THTMLTAG tag) {
-    size_t at = records.size();
-    for (; at > 0 && records[at - 1].tag != tag; at--) {
-      const THTMLTAG other = records[at - 1].tag;
-      if ((tag == htTD && (other == htTR || other == htTABLE)) ||
-          (tag == htTR && other == htTABLE))
-        return 0;
-    }
-    if (at == 0) return 0;
-    const bool all = tag == htTD || tag == htTR || tag == htTABLE;
-    const auto begin = records.begin() + static_cast<ptrdiff_t>(at - 1);
-    const auto end = all ? records.end() : begin + 1;
-    uint32_t lost = 0;
-    for (auto i = begin; i != end; i++)
-      for (uint32_t list = 0; list < TTAGSTACK::tsListCount; list++)
-        if (sets(*i, list)) lost |= 1u << list;
-    records.erase(begin, end);
-    return lost;
-  }
-  int32_t newest(uint32_t list) const {
-    for (size_t i = records.size(); list > 0 && i-- > 0;)
-      if (sets(records[i], list))
-        return list == 1   ? records[i].color
-               : list == 2 ? records[i].background
-                           : records[i].fontSize;
-    return kNone;
-  }
-};
-
-TEST(HtmlStyleTest, StackIsTheWalks) {
-  std::mt19937 random(7);
-  const THTMLTAG kTags[] = {htFONT, htP, htTD, htTR, htTABLE, htUnknown};
-  const auto value = [&random] {
-    return random() % 3 ? kNone : static_cast<int32_t>(random() % 70);
-  };
-  TTAGSTACK stack;
-  for (int round = 0; round < 20; round++) {
-    PlainStack plain;
-    for (int step = 0; step < 2000; step++) {
-      const THTMLTAG tag = kTags[random() % 6];
-      if (random() % 5 < 3) {
-        const TTAGSTYLE style = {tag, value(), value(),
-                                 static_cast<int16_t>(value())};
-        stack.push(style);
-        plain.records.push_back(style);
-      } else {
-        ASSERT_EQ(plain.pop(tag), stack.pop(tag));
-      }
-      ASSERT_EQ(plain.records.size(), static_cast<size_t>(stack.count()));
-      for (uint32_t list = 0; list < TTAGSTACK::tsListCount; list++)
-        ASSERT_EQ(plain.newest(list), stack.newest(list));
-    }
-    stack.clear();
-  }
-}
 
 TEST(HtmlStyleTest, StackThatIsFull) {
   TTAGSTACK stack;
@@ -521,21 +355,6 @@ TEST(HtmlStyleTest, SizesInForce) {
     THTMLCONTEXT c;
     QmHtmlParse(row.text.view(), TBLOCK(), c, nullptr, nullptr);
     EXPECT_EQ(row.result, std::to_string(c.curFontSize)) << row.text.str();
-  }
-}
-
-TEST(HtmlStyleTest, InvisibleWords) {
-  for (const Row& row :
-       Rows("ab => 1 ~ a b => 0 ~ ab,cd.ef gh => 4 ~ ab1 cd-ef => 0 ~ "
-            "\xE9t\xE9  => 1 ~ ?\x81 \x8D\x8F \x90\x9D => 3 ~ ab;cd => 0 ~ "
-            "..ab,, => 1 ~ \x8E\x7F => 0")) {
-    THTMLCONTEXT c;
-    c.addInvisible(row.text.view());
-    EXPECT_EQ(row.result, std::to_string(c.invisibleWordCount))
-        << row.text.str();
-    c.clearInvisible();
-    EXPECT_EQ(
-        0, c.invisibleWordCount + c.invisibleLength + c.invisibleTexts.count());
   }
 }
 

@@ -79,28 +79,6 @@ TEST(LinksTest, NoMoreThanTheLimit) {
   }
 }
 
-TEST(LinksTest, Images) {
-  TIMGVECT images;
-  images.add(TBLOCK("http://a.org"), TBLOCK(), TBLOCK());
-  images.add(TBLOCK("cid:1"), TBLOCK("x.org"), TBLOCK("alt"));
-  images.add(TBLOCK("CID:1 "), TBLOCK("y.org"), TBLOCK("other"));
-  images.add(TBLOCK("http://A.org"), TBLOCK("z.org"), TBLOCK());
-  images.add(TBLOCK("http://a.org"), TBLOCK(), TBLOCK("late"));
-  ASSERT_EQ(2, images.count());
-  std::string dump;
-  for (int32_t i = 0; i < 2; i++) {
-    const TIMGRECORD& image = *images.get(i);
-    dump += Str(image.href.host) + Str(image.alt) +
-            std::to_string(image.useCount) + "|";
-  }
-  EXPECT_EQ("z.orglate2|x.orgalt1|", dump);
-  TBLOCKVECT list(0);
-  images.getdHttpTldList(list);
-  EXPECT_EQ("org|", Join(list));
-  images.clear();
-  EXPECT_EQ(0, images.add(TBLOCK("cid:1"), TBLOCK(), TBLOCK())->useCount);
-}
-
 std::string RandomUrl(Numbers& numbers) {
   const char* const protos[] = {"",        "http://", "https://",
                                 "news://", "cid:",    "blocked::",

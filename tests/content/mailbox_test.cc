@@ -49,46 +49,6 @@ TEST(ParseMailBoxTest, Rows) {
   }
 }
 
-// The texts, joined by "|".
-TEST(ParseEmailAddressesTest, CommasOutsideQuotesSplit) {
-  const char* const rows[] = {
-      " a@b.org ,, c@d.org,  => a@b.org|c@d.org|",
-      "\"Doe, J\" <a@b.org>,c@d.org => \"Doe, J\" <a@b.org>|c@d.org|",
-      "'a,\"b',c => 'a,\"b'|c|",
-      "o'neil, a@b.org, c@d.org => o'neil, a@b.org, c@d.org|",
-      "a@b.org (Doe, J) => a@b.org (Doe|J)|",
-      " ,  => "};
-  for (const char* line : rows) {
-    const Row row(line);
-    TMAILBOXVECT boxes(0);
-    const int32_t n = ParseEmailAddresses(row.text.view(), boxes);
-    std::string texts;
-    for (int32_t i = 0; i < n; i++) texts += Str(boxes.get(i).text) + "|";
-    EXPECT_EQ(row.wanted, texts);
-    EXPECT_EQ(n, boxes.count());
-  }
-}
-
-// One mailbox: its shape.
-TEST(SetMailboxAdnTest, Rows) {
-  const char* const rows[] = {
-      " => ",
-      "a@b.org => e",
-      "<a@b.org> => b",
-      "\"Undisclosed-Recipients: x\" <a@b.org> => qub",
-      "undisclosed-recipients:; => u",
-      "\"John Smith\" <jsmith@a.org> => qsb",
-      "Xyz <xyz@b.org> => fb",
-      "Xyz <Xyz@b.org> => cb",
-      "xyz <xyz@b.org> => lb",
-      "X <x@b.org> => ub",
-      "ab 12 Abc ABC aBC \xC9t\xE9 \xC9T <q@b.org> => llcuwwwb"};
-  for (const char* line : rows) {
-    const Row row(line);
-    EXPECT_EQ(row.wanted, ParseMailBox(row.text.view()).adn) << line;
-  }
-}
-
 // The letter for the address has no room behind 30 others.
 TEST(SetMailboxAdnTest, EndsAtThirtyLetters) {
   std::string words;
@@ -122,46 +82,6 @@ TEST(ParseRecipientSchemeTest, Rows) {
                         "@a.org>");
     EXPECT_EQ(row[0] - '0', ParseMailBox(text.view()).scheme) << row;
   }
-}
-
-// The 32nd word counts, the one behind it does not; nor does what lies behind
-// the bytes that are looked at.
-TEST(ParseRecipientSchemeTest, NamesAreCut) {
-  std::string name = "John ";
-  for (int i = 0; i < 30; i++) name += "q ";
-  const HeapText inside(name + "Smith <jsmith@a.org>");
-  EXPECT_EQ(1, ParseMailBox(inside.view()).scheme);
-  const HeapText outside(name + "q Smith <jsmith@a.org>");
-  EXPECT_EQ(0, ParseMailBox(outside.view()).scheme);
-  for (uint32_t cut = 0; cut < 2; cut++) {
-    const std::string gap(kMaxNameBytes - 4 - 5 + cut, ',');
-    const HeapText text("John" + gap + "Smith <jsmith@a.org>");
-    EXPECT_EQ(cut ? 0 : 1, ParseMailBox(text.view()).scheme) << cut;
-  }
-}
-
-// How far a word covers either end of a stem, and by comparing at each length.
-TEST(FitWordTest, CoversBothEnds) {
-  std::string stem, word;
-  for (uint32_t n = 1; n <= 7; n++) {
-    for (uint32_t t = 0; NthText(t, n, "ab", stem); t++) {
-      for (uint32_t m = 1; m <= 4; m++) {
-        for (uint32_t p = 0; NthText(p, m, "aB", word); p++) {
-          const HeapText in(stem), what(word);
-          WORDFIT wanted = {0, 0};
-          for (uint32_t k = 1; k <= n && k <= m; k++) {
-            const TBLOCK start = what.view().head(k);
-            if (in.view().begins(start)) wanted.prefix = k;
-            if (in.view().ends(start)) wanted.suffix = k;
-          }
-          const WORDFIT fit = FitWord(in.view(), what.view());
-          EXPECT_EQ(wanted.prefix, fit.prefix) << stem << " " << word;
-          EXPECT_EQ(wanted.suffix, fit.suffix) << stem << " " << word;
-        }
-      }
-    }
-  }
-  EXPECT_EQ(-1, FindText(TBLOCK("a"), TBLOCK()));
 }
 
 TEST(TMAILBOXVECTTest, RecordsByPlace) {

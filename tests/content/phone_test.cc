@@ -120,11 +120,4 @@ TEST(PhoneTest, TheListIsFull) {
   EXPECT_EQ(phones.len(), kMaxPhones);
 }
 
-TEST(PhoneTest, TextsWithoutADigitAreNotKept) {
-  PHONES phones;
-  AddPhone(TBLOCK(), phones);
-  AddPhone(TBLOCK("(-)"), phones);
-  EXPECT_EQ(phones.len(), 0);
-}
-
 }  // namespace

@@ -30,8 +30,7 @@ Parsed Parse(const std::string& text, uint32_t room) {
 
 TEST(TextParseTest, Copying) {
   const struct {
-    const char* text;
-    const char* output;
+    const char *text, *output;
     int32_t tags;
   } rows[] = {
       {"> a > b | c\r> d\n\r|>| e\n", " a > b | c\r d\n\r e\n", 0},
@@ -55,8 +54,7 @@ TEST(TextParseTest, Copying) {
       {"a <<message.txt>> <<MESSAGE.TXT>>\n<<message.txt>> <<message.txt>", "",
        0},
       {"<", "<", 0},
-      {"", "", 0},
-  };
+      {"", "", 0}};
   for (const auto& row : rows) {
     const Parsed parsed = Parse(row.text, 100);
     const bool kept = !row.output[0] && row.tags == 0;
@@ -99,9 +97,7 @@ std::string List(const STRVECT& list) {
 
 TEST(UnsubTextTest, Lines) {
   const struct {
-    const char* text;
-    const char* list;
-    const char* last;
+    const char *text, *list, *last;
   } rows[] = {
       {"Remove: A@b.org\n\nc@d.org", "a@b.org|", "Remove: A@b.org"},
       {"To opt out\r\nwrite to c@d.org\r\nor e@f.org", "c@d.org|",
@@ -132,8 +128,7 @@ TEST(UnsubTextTest, Lines) {
       {"unsub 12345678901234567890123456 www.456789012345678901234 www",
        "www.456789012345678901234|",
        "unsub 12345678901234567890123456 www.456789012345678901234 www"},
-      {"", "", ""},
-  };
+      {"", "", ""}};
   for (const auto& row : rows) {
     const HeapText text(row.text);
     STRVECT list(0, 64);

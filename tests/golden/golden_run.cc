@@ -255,8 +255,7 @@ void RunCase(const std::string& name, void* context, bool approve) {
   if (approve) WriteFile(ref, got);
   Compare(name, ref, got);
   const struct {
-    const char* way;
-    const char* path;
+    const char *way, *path;
     void* context;
   } others[] = {{"memory without a context", nullptr, nullptr},
                 {"a file with a context", file.path, context},

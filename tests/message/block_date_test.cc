@@ -28,37 +28,34 @@ std::string Read(const std::string& text) {
 TEST(BlockDateTest, Words) {
   // Beyond 32 bits on both sides.
   // Names of zones are in hours, which are read as if they were hhmm.
-  const struct {
-    const char* text;
-    const char* result;
-  } rows[] = {{"Mon, 3 Mar 2008 10:00:00 +0100", "32400+3600 100 2"},
-              {"+0100 10:00 2008 march;mon\r\n\t3", "32400+3600 100 2"},
-              {"mon 3 mar 10:00 +0100", "- 100 2 error"},
-              {"3 f\xE9vrier 2008", "-2505600+0 0 0"},
-              {"31 feb 2007", "-31622400+0 0 0"},
-              {"08 mar 3", "-157420800+0 0 0"},
-              {"3 mar 3 3", "-157852800+0 0 0 error"},
-              {"080303 1:00", "3600+0 0 0"},
-              {"19 jan 38 3:14:08 +0001", "942981188+59 1 0"},
-              {"13 dec 1901 20:45:52", "-3351986047+0 0 0"},
-              {"31 dec 99999 99999999999999999999:1", "942981247+0 0 0 error"},
-              {"3 mar 8 2:30:00 pm", "52200+0 0 0"},
-              {"3 mar 8 12:00 PM", "43200+0 0 0"},
-              {"3 mar 8 pm 2:30", "9000+0 0 0 error"},
-              {"3 mar 8 24:00", "86400+0 0 0 error"},
-              {"3 mar 8 0:60", "3600+0 0 0 error"},
-              {"3 mar 8 1:00 2:00", "3600+0 0 0 error"},
-              {"3 mar 8 -01:30 -01:30", "10800+-5400 -130 0"},
-              {"3 mar 8 +0100 -2399", "88740+-88740 -2399 0"},
-              {"3 mar 8 (-est)", "300+-300 -5 0"},
-              {"3 mar 8 -0500 (EST)", "18000+-18000 -500 0"},
-              {"3 mar 8 EST -0500", "18000+-18000 -500 0"},
-              {"3 mar 8 (Eastern daylight) time", "240+-240 -4 0"},
-              {"3 mar 8 (x, a (b) 5 jun 1:00 -0100", "0+0 0 0"},
-              {"3 mar 8 eastern daylight 1:00 time", "3840+-240 -4 0 error"},
-              {"3 mar 8 (x)) 1:00", "3600+0 0 0"}};
-  for (const auto& row : rows)
-    EXPECT_EQ(row.result, Read(row.text)) << row.text;
+  const Case<const char*> rows[] = {
+      {"Mon, 3 Mar 2008 10:00:00 +0100", "32400+3600 100 2"},
+      {"+0100 10:00 2008 march;mon\r\n\t3", "32400+3600 100 2"},
+      {"mon 3 mar 10:00 +0100", "- 100 2 error"},
+      {"3 f\xE9vrier 2008", "-2505600+0 0 0"},
+      {"31 feb 2007", "-31622400+0 0 0"},
+      {"08 mar 3", "-157420800+0 0 0"},
+      {"3 mar 3 3", "-157852800+0 0 0 error"},
+      {"080303 1:00", "3600+0 0 0"},
+      {"19 jan 38 3:14:08 +0001", "942981188+59 1 0"},
+      {"13 dec 1901 20:45:52", "-3351986047+0 0 0"},
+      {"31 dec 99999 99999999999999999999:1", "942981247+0 0 0 error"},
+      {"3 mar 8 2:30:00 pm", "52200+0 0 0"},
+      {"3 mar 8 12:00 PM", "43200+0 0 0"},
+      {"3 mar 8 pm 2:30", "9000+0 0 0 error"},
+      {"3 mar 8 24:00", "86400+0 0 0 error"},
+      {"3 mar 8 0:60", "3600+0 0 0 error"},
+      {"3 mar 8 1:00 2:00", "3600+0 0 0 error"},
+      {"3 mar 8 -01:30 -01:30", "10800+-5400 -130 0"},
+      {"3 mar 8 +0100 -2399", "88740+-88740 -2399 0"},
+      {"3 mar 8 (-est)", "300+-300 -5 0"},
+      {"3 mar 8 -0500 (EST)", "18000+-18000 -500 0"},
+      {"3 mar 8 EST -0500", "18000+-18000 -500 0"},
+      {"3 mar 8 (Eastern daylight) time", "240+-240 -4 0"},
+      {"3 mar 8 (x, a (b) 5 jun 1:00 -0100", "0+0 0 0"},
+      {"3 mar 8 eastern daylight 1:00 time", "3840+-240 -4 0 error"},
+      {"3 mar 8 (x)) 1:00", "3600+0 0 0"}};
+  for (const auto& row : rows) EXPECT_EQ(row.want, Read(row.text)) << row.text;
   BLOCKDATE date;
   date.parseFrom(TBLOCK("Mon, 3 Mar 2008 10:00 +0100 x"));
   EXPECT_EQ("utc=1204534800 local=1204538400 zone=100/3600 weekDay=2 error=1",
@@ -99,8 +96,7 @@ TEST(DecodeDateBlockTest, Calendar) {
 
 TEST(DecodeDateBlockTest, Formats) {
   const struct {
-    const char* format;
-    const char* text;
+    const char *format, *text;
     int64_t time;
   } rows[] = {{"yyyymmddhhnnss", "20080303235959", kMarch3 + 86399},
               {"yyyy-mm-dd hh:nn", "2008-03-03 01:02xx", kMarch3 + 3720},

@@ -7,8 +7,7 @@
 namespace {
 
 struct Row {
-  const char* mail;
-  const char* dump;
+  const char *mail, *dump;
 };
 
 TEST(BlockPartTest, SplitsTheHeaderOff) {

@@ -57,8 +57,7 @@ TEST(Charset, TextBecomesOneByteACharacter) {
   const struct {
     const char* name;
     std::string text;
-    const char* want;
-    const char* zones;
+    const char *want, *zones;
   } kRows[] = {
       // Folded letters leave a trace in their zone.
       {"utf-8", "\xD0\x9F\xD1\x80\xD0\xB8 \xD0\x81", "\\x81p\\x81 E",
@@ -196,19 +195,6 @@ TEST(Charset, EncodedWords) {
     EXPECT_EQ(bytes.str(), row.text);
     DecodeInlineCharset(bytes.view(), nullptr, out);
   }
-}
-
-TEST(Charset, BodiesLoseTheirTransferEncodingFirst) {
-  const HeapText bytes("=C3=A9=\r\n=D0=96=ZZ");
-  TCharset charset;
-  charset.setName(TBLOCK("UTF-8"));
-  TBLOCK dest;
-  DecodeCharset(bytes.view(), dest, &charset, TBLOCK("Quoted-Printable"), 0);
-  EXPECT_EQ(EscapeBytes(dest), "\\xE9?=ZZ");
-  EXPECT_EQ(DumpZones(charset), "UTF-8 3/0 letter=3 sign=1 cyrillic=1 marks=1");
-  const HeapText base64("gQ**==");
-  DecodeCharset(base64.view(), dest, nullptr, TBLOCK("base64"), 1);
-  EXPECT_EQ(EscapeBytes(dest), "\\x81");
 }
 
 }  // namespace

@@ -59,19 +59,6 @@ TEST(TIPTest, Rows) {
   }
 }
 
-TEST(TIPTest, ReservedFirstOctets) {
-  std::string octets;
-  for (uint32_t octet = 0; octet < 256; octet++) {
-    TIP ip;
-    ip.setValue(octet << 24 | 1);
-    if (ip.reserved) octets += std::to_string(octet) + " ";
-  }
-  EXPECT_EQ(
-      "5 14 23 31 36 39 42 49 78 79 101 102 103 104 105 107 108 109 111 119 "
-      "121 122 174 175 176 177 178 179 181 182 183 197 ",
-      octets);
-}
-
 TEST(TIPTest, TextsOfTwoValuesStandBehindEachOther) {
   TIP ip;
   ip.setStr("192.168.0.1");

@@ -33,38 +33,11 @@ RegexDuel::RegexDuel(std::string_view pattern, int flags)
                       ? zr_regcomp_len(engine_, pattern.data(), flags,
                                        static_cast<uint32_t>(pattern.size()))
                       : ZR_NOMEMORY),
-      model_(regex_model::Compile(pattern, flags & 1)) {}
+      model_(engineCode_ == 0 ? regex_model::ReadPattern(*engine_)
+                              : regex_model::Pattern()) {}
 
 RegexDuel::~RegexDuel() {
   zr_regfree(engine_);
-}
-
-static std::string Figures(uint32_t minLength, uint32_t startKind,
-                           uint32_t slots, uint32_t caseNodes, uint32_t mask,
-                           uint32_t backref) {
-  char text[160];
-  snprintf(text, sizeof text,
-           "minLength %u startKind %u captureCount %u caseNodes %u "
-           "caseMask %02X hasBackref %u",
-           minLength, startKind, slots, caseNodes, mask, backref);
-  return text;
-}
-
-std::string RegexDuel::compareCompiled() const {
-  const std::string head =
-      Quoted(pattern_) + " flags " + std::to_string(flags_);
-  if (engineCode_ != model_.error)
-    return head + ": engine compiles with " + std::to_string(engineCode_) +
-           ", model with " + std::to_string(model_.error);
-  if (engineCode_ != 0) return "";
-  const std::string engine =
-      Figures(engine_->minLength, engine_->startKind, engine_->captureCount,
-              engine_->caseNodes, engine_->caseMask, engine_->hasBackref);
-  const std::string model =
-      Figures(model_.minLength, model_.startKind, model_.slots,
-              model_.caseNodes, model_.caseMask, model_.hasBackref);
-  if (engine == model) return "";
-  return head + ":\n  engine " + engine + "\n  model  " + model;
 }
 
 std::string RegexDuel::title(std::string_view subject) const {

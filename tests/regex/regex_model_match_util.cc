@@ -38,8 +38,8 @@ class Matcher {
         captures_(wanted == Wanted::kCaptures),
         budget_(budget),
         mask_(pattern.caseMask),
-        starts_(pattern.slots, -1),
-        ends_(pattern.slots, -1) {}
+        starts_(std::max(pattern.slots, pattern.fastSlots), -1),
+        ends_(starts_) {}
 
   Answer run();
 
@@ -507,6 +507,12 @@ bool Matcher::goesRound(Run* run) const {
 }
 
 }  // namespace
+
+uint8_t Fold(uint8_t c, uint8_t mask) {
+  const bool folds =
+      (c >= 'a' && c <= 'z') || (c >= 0xE0 && c <= 0xFE && c != 0xF7);
+  return folds ? c & mask : c;
+}
 
 Answer Match(const Pattern& pattern, std::string_view subject, Wanted wanted,
              uint64_t budget) {

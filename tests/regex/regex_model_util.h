@@ -1,9 +1,10 @@
-// A slow, obvious model of the pattern dialect: the oracle that the engine is
-// compared with. It keeps a pattern as a tree, does to the tree what the
-// dialect says is done to a pattern, and matches by plain recursion over all
-// ways. It shares no code and no table with the engine.
+// A slow, obvious model of the matcher: the oracle that the engine is compared
+// with. It reads a compiled pattern's lists as trees and matches by plain
+// recursion over all ways; all that the engine derives of the lists to be fast
+// it leaves aside. That a pattern's text becomes the right lists is for the
+// tables of zr_regcomp_test.cc.
 //
-//   regex_model_parse_util.cc   text to tree, and what is done to the tree
+//   regex_model_tree_util.cc    the lists as trees
 //   regex_model_match_util.cc   subjects
 //   regex_duel_util.cc          engine and model on the same pair
 
@@ -17,6 +18,8 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "regex/zr_regex.h"
 
 namespace regex_model {
 
@@ -47,12 +50,10 @@ enum class Kind {
 
 struct Element {
   Kind kind = Kind::kLiteral;
-  std::string text;       // a literal, folded
-  std::bitset<256> set;   // one byte: the subject's bytes, folded
-  std::string name;       // equal neighbours fuse; "" never does
-  uint8_t mask = 0xFF;    // a case switch: the new one; $: that in force
-  uint32_t slot = 0;      // a group or a back reference
-  bool capturing = true;  // a group
+  std::string text;      // a literal, folded
+  std::bitset<256> set;  // one byte: the subject's bytes, folded
+  uint8_t mask = 0xFF;   // a case switch: the new one; $: that in force
+  uint32_t slot = 0;     // a group or a back reference
   std::vector<Alternative> alternatives;
   uint32_t min = 1, max = 1;
   bool lazy = false;
@@ -64,20 +65,19 @@ struct Element {
 typedef std::vector<Alternative> Tree;
 
 struct Pattern {
-  int error = 0;
   Tree full;
   Tree reduced;
   uint32_t slots = 1;           // the match itself and all groups
+  uint32_t fastSlots = 1;       // of the reduced tree
   std::vector<bool> capturing;  // of each slot
   bool hasBackref = false;
-  uint32_t caseNodes = 0;
   uint8_t caseMask = 0xFF;
   uint32_t minLength = 0;
   uint32_t startKind = 0;
 };
 
-// The pattern compiled; error is the engine's code.
-Pattern Compile(std::string_view text, bool fold);
+// The tree of a pattern that compiled.
+Pattern ReadPattern(const zr_regex& regex);
 
 struct Answer {
   int code = kNoAnswer;

@@ -36,12 +36,6 @@ class Compiled {
   int code;
 };
 
-static std::string Repeat(const std::string& text, uint32_t count) {
-  std::string out;
-  for (uint32_t i = 0; i < count; i++) out += text;
-  return out;
-}
-
 struct ListRow {
   const char* pattern;
   int flags;
@@ -235,12 +229,11 @@ TEST(ZrRegcomp, Figures) {
 }
 
 TEST(ZrRegcomp, ErrorsTellWhatWasUnderstood) {
-  struct Row {
+  static const struct {
     int code;
     const char* message;
     const char* rows[12][2];  // pattern, what was understood
-  };
-  static const Row kRows[] = {
+  } kRows[] = {
       {2,
        "Utilisation illegale d'operateur de repetition",
        {{"*", ""},
@@ -273,7 +266,7 @@ TEST(ZrRegcomp, ErrorsTellWhatWasUnderstood) {
       {13,
        "Charactere interdit",
        {{"a]", "a"}, {"}", ""}, {"(?x)", ""}, {"(?", ""}, {"(?-", ""}}}};
-  for (const Row& row : kRows) {
+  for (const auto& row : kRows) {
     for (const auto& entry : row.rows) {
       if (!entry[0]) break;
       const Compiled c(entry[0], 0);
@@ -285,24 +278,22 @@ TEST(ZrRegcomp, ErrorsTellWhatWasUnderstood) {
 }
 
 TEST(ZrRegcomp, PrintedBack) {
-  static const struct {
-    const char* pattern;
-    const char* text;
-  } kRows[] = {{"\\.\\$\\x07\\]\\{a\\^\\|", "\\.\\$\\x07]{a\\^\\|"},
-               {"[-a][^b-]x-", "[\\-a][^b\\-]x-"},
-               {"\\d\\D\\w\\W\\s\\S\\n\\r\\t.",
-                "[0-9][^0-9][0-9A-Za-z_][^0-9A-Za-z_][ \\t\\n\\r\\f]"
-                "[^ \\t\\n\\r\\f]\\n\\r\\t."},
-               {"[a-zA-Z0-9][^a-zA-Z0-9][\\b][\\dx-z][^x]",
-                "[0-9A-Za-z][^0-9A-Za-z][\\b][\\dx-z][^x]"},
-               {"x(?:a|b+)*?c{2}d{2,}e{2,3}f??g{1}?",
-                "x(?:a|b+)*?c{2}d{2,}e{2,3}f??g{1}?"},
-               {"^(a)(?i)\\1(?-i)$", "^(a)(?i)\\1(?-i)$"},
-               {"a?^b", "a^b|^b"},
-               {"(com|info)", "(info|com)"}};
+  static const Case<const char*> kRows[] = {
+      {"\\.\\$\\x07\\]\\{a\\^\\|", "\\.\\$\\x07]{a\\^\\|"},
+      {"[-a][^b-]x-", "[\\-a][^b\\-]x-"},
+      {"\\d\\D\\w\\W\\s\\S\\n\\r\\t.",
+       "[0-9][^0-9][0-9A-Za-z_][^0-9A-Za-z_][ \\t\\n\\r\\f]"
+       "[^ \\t\\n\\r\\f]\\n\\r\\t."},
+      {"[a-zA-Z0-9][^a-zA-Z0-9][\\b][\\dx-z][^x]",
+       "[0-9A-Za-z][^0-9A-Za-z][\\b][\\dx-z][^x]"},
+      {"x(?:a|b+)*?c{2}d{2,}e{2,3}f??g{1}?",
+       "x(?:a|b+)*?c{2}d{2,}e{2,3}f??g{1}?"},
+      {"^(a)(?i)\\1(?-i)$", "^(a)(?i)\\1(?-i)$"},
+      {"a?^b", "a^b|^b"},
+      {"(com|info)", "(info|com)"}};
   for (const auto& row : kRows)
-    EXPECT_EQ(std::string("Succes apres ") + row.text,
-              Compiled(row.pattern, 0).error());
+    EXPECT_EQ(std::string("Succes apres ") + row.want,
+              Compiled(row.text, 0).error());
   char text[16] = "###############";
   zr_regerror(14, Compiled("abc", 0).regex, text, 1);
   EXPECT_EQ('\0', text[0]);
@@ -318,25 +309,25 @@ TEST(ZrRegcomp, HostilePatterns) {
     std::string pattern;
     int code;
   } kRows[] = {
-      {"100 KB of (", Repeat("(", 100000), ZR_NOMEMORY},
-      {"deepest", Repeat("(", ZR_MAX_DEPTH) + "a" + Repeat(")", ZR_MAX_DEPTH),
+      {"100 KB of (", Times(100000, "("), ZR_NOMEMORY},
+      {"deepest", Times(ZR_MAX_DEPTH, "(") + "a" + Times(ZR_MAX_DEPTH, ")"),
        ZR_OK},
-      {"too deep", Repeat("(", ZR_MAX_DEPTH + 1), ZR_NOMEMORY},
+      {"too deep", Times(ZR_MAX_DEPTH + 1, "("), ZR_NOMEMORY},
       // Start and end are nodes, too.
-      {"longest", Repeat("^", ZR_MAX_NODES - 2), ZR_OK},
-      {"too long", Repeat("^", ZR_MAX_NODES - 1), ZR_NOMEMORY},
-      {"most passes", Repeat("(", 998) + "a" + Repeat("?)", 998) + "?", ZR_OK},
-      {"too many passes", Repeat("(", 999) + "a" + Repeat("?)", 999) + "?",
+      {"longest", Times(ZR_MAX_NODES - 2, "^"), ZR_OK},
+      {"too long", Times(ZR_MAX_NODES - 1, "^"), ZR_NOMEMORY},
+      {"most passes", Times(998, "(") + "a" + Times(998, "?)") + "?", ZR_OK},
+      {"too many passes", Times(999, "(") + "a" + Times(999, "?)") + "?",
        ZR_NOMEMORY},
-      {"optional starts", Repeat("a?b?", 200), ZR_NOMEMORY},
-      {"optional starts in groups", Repeat("(a?|b?)?", 3000), ZR_NOMEMORY},
-      {"stacked", "a" + Repeat("*+?{9}", 20000), ZR_OK},
-      {"digits", "a{" + Repeat("9", 100000) + "}", ZR_OK},
-      {"alternatives", "(" + Repeat("ab|", 30000) + "c)", ZR_OK},
-      {"starts of alternatives", Repeat("a?b|", 10000) + "c", ZR_OK},
-      {"classes", Repeat("[a\\d]", 30000), ZR_OK},
-      {"tails", Repeat("(a|b)$", 9000), ZR_OK},
-      {"literal", Repeat("ab", 500000), ZR_OK}};
+      {"optional starts", Times(200, "a?b?"), ZR_NOMEMORY},
+      {"optional starts in groups", Times(3000, "(a?|b?)?"), ZR_NOMEMORY},
+      {"stacked", "a" + Times(20000, "*+?{9}"), ZR_OK},
+      {"digits", "a{" + Times(100000, "9") + "}", ZR_OK},
+      {"alternatives", "(" + Times(30000, "ab|") + "c)", ZR_OK},
+      {"starts of alternatives", Times(10000, "a?b|") + "c", ZR_OK},
+      {"classes", Times(30000, "[a\\d]"), ZR_OK},
+      {"tails", Times(9000, "(a|b)$"), ZR_OK},
+      {"literal", Times(500000, "ab"), ZR_OK}};
   for (const auto& row : kRows)
     EXPECT_EQ(row.code, Compiled(row.pattern, 0).code) << row.name;
 }

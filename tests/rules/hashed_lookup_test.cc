@@ -20,14 +20,12 @@ TEST(HashedLookupTest, Keys) {
                          {"plain", stString, 0, {"abc"}},
                          {"patch", stString, sfHashed | sfPatch, {"abc"}}}))));
   const struct {
-    const char* section;
-    const char* key;
+    const char *section, *key;
     int found, matched;
-  } rows[] = {
-      {"Hashed", "ABC", 1, 1}, {"hashed", "ab", 0, 0}, {"hashed", "", 0, 0},
-      {"md5", "Abc", 1, 1},    {"md5", "abc", 0, 0},   {"plain", "abc", 0, 0},
-      {"patch", "abc", 1, 0},  {"none", "abc", 0, 0},
-  };
+  } rows[] = {{"Hashed", "ABC", 1, 1}, {"hashed", "ab", 0, 0},
+              {"hashed", "", 0, 0},    {"md5", "Abc", 1, 1},
+              {"md5", "abc", 0, 0},    {"plain", "abc", 0, 0},
+              {"patch", "abc", 1, 0},  {"none", "abc", 0, 0}};
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.section << " " << row.key);
     const HeapText key(row.key);
@@ -42,32 +40,6 @@ TEST(HashedLookupTest, Keys) {
   EXPECT_EQ(0, dico.lineIndex("md5", line));
   EXPECT_EQ(0, dico.hashedFindMD5Key("md5", shorter.view(), line));
   EXPECT_EQ(0, dico.hashedFindMD5Key("hashed", TBLOCK("a.net"), line));
-}
-
-TEST(HashedLookupTest, Lists) {
-  TQMDICO dico(nullptr, nullptr);
-  ASSERT_TRUE(dico.loadKeywordsFromBlock(BlockOf(
-      MakeImage({{"h", stString, sfHashed, {"a.net", "x@b.net", "c@c.net"}},
-                 {"m", stMd5, sfHashed, {"a.net"}}}))));
-  TBLOCKVECT list(0);
-  for (const char* text : {"none", "x@a.net", "x@b.net", "b@c@c.net"})
-    list.add(TBLOCK(text), 0, 0);
-  const struct {
-    const char* section;
-    int32_t maxCount;
-    int domainOnly;
-    int32_t found;  // index of the line, or -1
-  } rows[] = {
-      {"h", 4, 0, 1},  {"h", 2, 0, -1}, {"h", 99, 1, 0},  {"h", 1, 1, -1},
-      {"m", 4, 0, -1}, {"m", 4, 1, 0},  {"h", -1, 0, -1},
-  };
-  for (const auto& row : rows) {
-    const TQKLINE* line = nullptr;
-    EXPECT_EQ(row.found >= 0,
-              dico.hashedFindFromBlockList(row.section, list, row.maxCount,
-                                           line, row.domainOnly));
-    EXPECT_EQ(row.found, dico.lineIndex(row.section, line));
-  }
 }
 
 TEST(HashedLookupTest, SortedDigests) {

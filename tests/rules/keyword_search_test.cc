@@ -112,99 +112,11 @@ TEST(KeywordSearchTest, Lines) {
       // A word spread over blocks.
       {"(/)viagra now", "via gra now", 1},
       {"(/)viagra now", "via - gra now", 1},
-      {"buy *-free&", "buy sugar-free", 1},
-  };
+      {"buy *-free&", "buy sugar-free", 1}};
   for (const Row& row : rows) {
     SCOPED_TRACE(std::string(row.pattern) + " / " + row.text);
     EXPECT_EQ(row.matches, Matches(row, 0, 0));
   }
-}
-
-TEST(KeywordSearchTest, OnlyDisguisedWordsAndOnlyTheFirstOnes) {
-  struct TipRow {
-    Row row;
-    int onlyWithTips;
-    int32_t maxWords;
-  };
-  const TipRow rows[] = {
-      {{"(!)viagra", "viagra", 0}, 1, 0},
-      {{"(!)viagra", "v1agra", 1}, 1, 0},
-      {{"(!)viagra", "viagra v1agra", 1}, 1, 0},
-      {{"(!)viagra+now", "v1agra now", 0}, 1, 0},
-      {{"(!)viagra+now", "viagra n0w v1agra n0w", 1}, 1, 0},
-      {{"(!)viagra now", "v1agra now", 1}, 1, 0},
-      {{"buy", "x x buy", 0}, 0, 2},
-      {{"buy", "x x buy", 1}, 0, 3},
-      // What a try may read is not limited.
-      {{"buy+now", "buy x now", 1}, 0, 1},
-  };
-  for (const TipRow& row : rows) {
-    SCOPED_TRACE(std::string(row.row.pattern) + " / " + row.row.text);
-    EXPECT_EQ(row.row.matches,
-              Matches(row.row, row.onlyWithTips, row.maxWords));
-  }
-}
-
-// The search by keys against one line at a time from each word, as the
-// members tell it.
-TEST(KeywordSearchTest, AgreesWithTryingEveryWord) {
-  const char* const parts[] = {"a",  "b", "c",   "ab", "b?", "*b",
-                               "a*", "#", "bb&", "c",  "ba", "?"};
-  const char* const joiners[] = {"+", ">", ",", "|", " ", " "};
-  const char* const texts[] = {"a", "b", "c",  "ab", "ba", "bb",
-                               "1", "4", "aa", "b.", "6b", "0ccc"};
-  Numbers numbers(7);
-  int found = 0;
-  for (int round = 0; round < 4000; round++) {
-    std::string pattern = parts[numbers.Below(12)];
-    for (uint32_t n = numbers.Below(4); n; n--)
-      pattern +=
-          joiners[numbers.Below(6)] + std::string(parts[numbers.Below(12)]);
-    std::string text;
-    for (uint32_t n = numbers.Below(40); n; n--)
-      text += texts[numbers.Below(12)] + std::string(" ");
-    SCOPED_TRACE(pattern + " / " + text);
-    const char* const options = numbers.Below(2) ? "(!/)" : "";
-    const int tips = numbers.Below(3) == 0;
-    TQMDICO dico(nullptr, nullptr);
-    ASSERT_TRUE(LoadSource(dico, "[words]\n" + (options + pattern)));
-    Words words(text);
-    const TQKSECTION* section = dico.findSection("words");
-    const TQKLINE* line = dico.image().sectionLine(section, 0);
-    int32_t hits = 0;
-    dico.findKeywords(section, words.list, TBLOCK(), tips, 0, hits);
-    dico.clearSectionMatchCount(section);
-    int32_t expected = 0;
-    for (int32_t i = 0; i < words.list.count() && !expected; i++) {
-      const TBLOCK word = words.list.get(i);
-      const unsigned char first = word[0];
-      const bool own = GetWordKey(word) == line->key;
-      const bool alike = word.length > 3 && first == '0' && line->key == 'O';
-      if (line->key && !own && !alike) continue;
-      expected = dico.matchLine(line, words.list, i, TBLOCK(), tips) != 0;
-    }
-    ASSERT_EQ(expected, hits);
-    found += hits;
-  }
-  EXPECT_GT(found, 1000);
-}
-
-TEST(KeywordSearchTest, FirstLines) {
-  TQMDICO dico(nullptr, nullptr);
-  ASSERT_TRUE(LoadSource(dico, "[first]\nc>d\nx+y\nb\na"));
-  Words words("c 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 c d b a");
-  const TQKLINE* line = nullptr;
-  // "c>d" only matches from the second word on, "b" from the first.
-  EXPECT_EQ(1, dico.findFirstKeyword("FIRST", words.list, TBLOCK(), line));
-  EXPECT_EQ(2u, dico.image().lineNumber(line));
-  // It has counted, and the next is found.
-  EXPECT_EQ(1, dico.findFirstKeyword("first", words.list, TBLOCK(), line));
-  EXPECT_EQ(3u, dico.image().lineNumber(line));
-  EXPECT_EQ(0, dico.beginByKeywords("first", words.list, TBLOCK(), line));
-  EXPECT_EQ(1, dico.findFirstKeyword("first", words.list, TBLOCK(), line));
-  EXPECT_EQ(0u, dico.image().lineNumber(line));
-  EXPECT_EQ(0, dico.findFirstKeyword("first", words.list, TBLOCK(), line));
-  EXPECT_EQ(0, dico.findFirstKeyword("none", words.list, TBLOCK(), line));
 }
 
 TEST(KeywordSearchTest, OtherSearches) {
@@ -224,17 +136,14 @@ TEST(KeywordSearchTest, OtherSearches) {
   }
   struct BrokenRow {
     const char* text;
-    int32_t maxLines;
-    int32_t hits;
+    int32_t maxLines, hits;
   };
-  const BrokenRow broken[] = {
-      {"c.h-e a\np\n p/i l l s!", 0, 1},
-      {"Re: tr: CHEAPPILLS\r\ncheap_pills", 0, 2},
-      {"Re: cheappills\ncheap_pills", 1, 1},
-      {"the cheap pills", 0, 0},
-      {"cheap pill", 0, 0},
-      {"...\n\n", 0, 0},
-  };
+  const BrokenRow broken[] = {{"c.h-e a\np\n p/i l l s!", 0, 1},
+                              {"Re: tr: CHEAPPILLS\r\ncheap_pills", 0, 2},
+                              {"Re: cheappills\ncheap_pills", 1, 1},
+                              {"the cheap pills", 0, 0},
+                              {"cheap pill", 0, 0},
+                              {"...\n\n", 0, 0}};
   for (const BrokenRow& row : broken) {
     HeapText text(row.text);
     EXPECT_EQ(row.hits, dico.brokenSearch(text.view(), "broken", row.maxLines))

@@ -25,71 +25,45 @@ std::string Compiled(const std::string& name, const std::string& text,
 
 TEST(KwObj, SectionsBecomeRecords) {
   const struct {
-    const char* name;
-    const char* lines;
-    const char* dump;
-  } kRows[] = {
-      {"#S", " <5> a b \n<&-7>c\n<b>\n<>x\n<+3>",
-       "2/0: 5=a b -7&=c 0=<b> "
-       "0=<>x 3="},
-      {"$S", "<99999999999999>x\n<-2000000000>y",
-       "2/1: 1000000000=x -1000000000=y"},
-      {"^S", "<1>n: (Url=a)", "4/0: 1=n: (Url=a)"},
-      {":S", "a:b", "5/0: 0=a:b"},
-      {"!S", "<2>[a]", "6/0: 2=[a]"},
-      {"&S", "Other", "9/0: 0=Other"},
-      {"*S", "<4>abc", "7/1: 4=900150983cd24fb0d6963f7d28e17f72"},
-      // "" and "a" in order of their digests: 0c.., d4..
-      {"@S", "abc\na",
-       "8/0: 0cc175b9c0f1b6a831c399e269772661 "
-       "900150983cd24fb0d6963f7d28e17f72"},
-      {"%S", "<3>\"a,b\"#65,'\"'$4g",
-       "line 0: neither a quoted text nor a "
-       "byte"},
-      {"%S", "<3>\"a,b\"#65,'\"'$4a255$f", "3/0: 3=a,bA\"J\xFF\x0F"},
-      {"%S", "256", "line 0: neither a quoted text nor a byte"},
-      {"%S", "'open", "line 0: neither a quoted text nor a byte"},
-      {"S", "viagra", "0/0: 100V{viagra}"},
-      {"S", "(=) <-5> b c|4a > d+e", "0/0: -5/330B{b c|4a}>{d}+{e}"},
-      {"S", "(-!~) x", "0/0: 100/17f0X{x}"},
-      {"S", "(a) x", "0/0: 100({(a) x}"},
-      {"S", "a+,>b, |,+", "0/0: 100A{a}>{b}"},
-      {"S", "+a", "0/0: 100-{a}"},
-      {"S", "\\+1+a\\|b|\\ c", "0/0: 100+{\\+1}+{a\\|b|\\ c}"},
-      {"S", "*a\n?b\n~c\n\\*d\n\xE9\n0",
-       "0/0: 100-{*a} 100-{?b} 100-{~c} "
-       "100-{\\*d} 100E{\xE9} 100#{0}"},
-      {"S", "a\\", "0/0: 100A{a\\}"},
-      {"S", "a\tb \t c|\td", "0/0: 100A{a b c|d}"},
-      {"@S", "<1>abc", "8/0: 951b99448aacae990fe1fa35e1afd887"},
-      {"S", "a\n + |\nb", "line 1: the line has no word"},
-      {"S", "", ""},
-  };
+    const char *name, *lines, *dump;
+  } kRows[] = {{"#S", " <5> a b \n<&-7>c\n<b>\n<>x\n<+3>",
+                "2/0: 5=a b -7&=c 0=<b> "
+                "0=<>x 3="},
+               {"$S", "<99999999999999>x\n<-2000000000>y",
+                "2/1: 1000000000=x -1000000000=y"},
+               {"^S", "<1>n: (Url=a)", "4/0: 1=n: (Url=a)"},
+               {":S", "a:b", "5/0: 0=a:b"},
+               {"!S", "<2>[a]", "6/0: 2=[a]"},
+               {"&S", "Other", "9/0: 0=Other"},
+               {"*S", "<4>abc", "7/1: 4=900150983cd24fb0d6963f7d28e17f72"},
+               // "" and "a" in order of their digests: 0c.., d4..
+               {"@S", "abc\na",
+                "8/0: 0cc175b9c0f1b6a831c399e269772661 "
+                "900150983cd24fb0d6963f7d28e17f72"},
+               {"%S", "<3>\"a,b\"#65,'\"'$4g",
+                "line 0: neither a quoted text nor a "
+                "byte"},
+               {"%S", "<3>\"a,b\"#65,'\"'$4a255$f", "3/0: 3=a,bA\"J\xFF\x0F"},
+               {"%S", "256", "line 0: neither a quoted text nor a byte"},
+               {"%S", "'open", "line 0: neither a quoted text nor a byte"},
+               {"S", "viagra", "0/0: 100V{viagra}"},
+               {"S", "(=) <-5> b c|4a > d+e", "0/0: -5/330B{b c|4a}>{d}+{e}"},
+               {"S", "(-!~) x", "0/0: 100/17f0X{x}"},
+               {"S", "(a) x", "0/0: 100({(a) x}"},
+               {"S", "a+,>b, |,+", "0/0: 100A{a}>{b}"},
+               {"S", "+a", "0/0: 100-{a}"},
+               {"S", "\\+1+a\\|b|\\ c", "0/0: 100+{\\+1}+{a\\|b|\\ c}"},
+               {"S", "*a\n?b\n~c\n\\*d\n\xE9\n0",
+                "0/0: 100-{*a} 100-{?b} 100-{~c} "
+                "100-{\\*d} 100E{\xE9} 100#{0}"},
+               {"S", "a\\", "0/0: 100A{a\\}"},
+               {"S", "a\tb \t c|\td", "0/0: 100A{a b c|d}"},
+               {"@S", "<1>abc", "8/0: 951b99448aacae990fe1fa35e1afd887"},
+               {"S", "a\n + |\nb", "line 1: the line has no word"},
+               {"S", "", ""}};
   for (const auto& row : kRows)
     EXPECT_EQ(Compiled(row.name, row.lines, 0), row.dump)
         << row.name << " " << row.lines;
-}
-
-TEST(KwObj, PatchLinesKeepTheirAction) {
-  EXPECT_EQ(Compiled("$S", "++ <1>a\n+b\n-c\n=d\n--e\nf", 1),
-            "2/2: !1 1=a !2 0=b !3 0=c !4 0=d !5 0=e 0=f");
-  EXPECT_EQ(Compiled("@S", "++abc", 1),
-            "7/2: !1 0=900150983cd24fb0d6963f7d28e17f72");
-  // Lines of this type have no scores.
-  EXPECT_EQ(Compiled("@S", "++<1>abc", 1),
-            "7/2: !1 0=951b99448aacae990fe1fa35e1afd887");
-  EXPECT_EQ(Compiled("S", "-(~)<3>a", 1), "0/2: !3 3/10A{a}");
-}
-
-TEST(KwObj, StringsAreSharedAndNamesFold) {
-  const HeapText text("ab ab\nab|ab\n");
-  TBLOCKVECT lines(4);
-  lines.fillFromBigBlock(text.view(), '\n', 0);
-  TKwObj object;
-  ASSERT_TRUE(object.AddSection(TBLOCK("Abc"), &lines, 0));
-  EXPECT_EQ(object.text.length, kSectionNameBytes + 2);
-  EXPECT_FALSE(object.AddSection(TBLOCK("#aBC"), &lines, 0));
-  EXPECT_STREQ(object.error, "the section is there already");
 }
 
 }  // namespace

@@ -31,9 +31,7 @@ std::string Merged(const std::string& source) {
 
 TEST(KwPatch, Actions) {
   const struct {
-    const char* base;
-    const char* patch;
-    const char* merged;
+    const char *base, *patch, *merged;
   } kRows[] = {
       {"[#S]\na\nb", "[+#s]\n++c", "2/0: 0=a 0=b 0=c"},
       {"[$S]\na\nb", "[+$S]\n+c\n+d\n++e", "2/1: 0=c 0=d 0=a 0=b 0=e"},
@@ -61,32 +59,13 @@ TEST(KwPatch, Actions) {
       {"[@S]\nabc\nx", "[+@S]\n-x\n++a\n=abc",
        "8/0: 0cc175b9c0f1b6a831c399e269772661 "
        "900150983cd24fb0d6963f7d28e17f72"},
-      {"[@S]\nabc", "[+@S]\n-x", kMissing},
-  };
+      {"[@S]\nabc", "[+@S]\n-x", kMissing}};
   for (const auto& row : kRows) {
     const std::string merged = Merged(row.base + std::string("\n") + row.patch);
     // A section from which all lines went stays.
     EXPECT_EQ(merged, *row.merged ? row.merged : "2/0:")
         << row.base << " " << row.patch;
   }
-}
-
-TEST(KwPatch, PatchesFollowTheirSectionInAnyOrderAndReadNothingElse) {
-  const char* const kBare[] = {
-      "[+#S]\n++b\n[#S]\na",
-      "[#S]\na\n[+#T]\n++b\n[#T]\nc",
-      "[#S]\na\n[#T]\nb\n[+#R]\n++c\n[+#S]\n++b",
-  };
-  for (const char* source : kBare)
-    EXPECT_EQ("no section of this name stands in front of the patch",
-              Merged(source))
-        << source;
-  EXPECT_EQ(
-      "2/0: 0=a 0=c; 8/0: 0cc175b9c0f1b6a831c399e269772661 "
-      "900150983cd24fb0d6963f7d28e17f72 "
-      "9dd4e461268c8034f5c8564e155c67a6",
-      Merged("[#S]\na\n[@T]\nabc\n[+@T]\n++a\n++x\n[+#S]\n++b\n"
-             "[+#s]\n-b\n++c"));
 }
 
 // Work that would grow with the square of the image ends in a message.
@@ -119,8 +98,7 @@ TEST(KwPatch, ImagesThatClaimTooMuch) {
       {76, 2u << 16 | 3, "the section has flags beside that of a patch"},
       {76, 2u << 16 | 2, ""},
       {76, 2u << 16 | 8, ""},
-      {72, 15, "a section has no name"},
-  };
+      {72, 15, "a section has no name"}};
   for (const auto& row : kRows) {
     std::string bad = image;
     SetWord(bad, row.offset, row.value);

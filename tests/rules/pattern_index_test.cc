@@ -66,20 +66,6 @@ TEST(PatternIndexTest, NoMatchIsRefused) {
   EXPECT_GT(refused, 40000);
 }
 
-TEST(PatternIndexTest, LettersOfBytes) {
-  for (int c = 0; c < 256; c++) {
-    const unsigned char byte = static_cast<unsigned char>(c);
-    uint32_t letters = 0;
-    for (unsigned char letter = 'a'; letter <= 'z'; letter++) {
-      const bool near =
-          (TBLOCK::NearTable[letter - 'a'][c >> 3] >> (c & 7)) & 1;
-      if (near || TBLOCK::LowerConvTable[c] == letter)
-        letters |= 1u << (letter - 'a');
-    }
-    EXPECT_EQ(letters, WordShape(TBLOCK(&byte, 1)).letters) << c;
-  }
-}
-
 // A line as in source: words, phrases, alternatives and groups.
 std::string RandomLine(Numbers& numbers) {
   static const char* const kOptions[] = {"",     "(!)",  "(=)", "(/)",
@@ -168,25 +154,6 @@ TEST(PatternIndexTest, SearchIsThatOfOneLineAtATime) {
     found += hits;
   }
   EXPECT_GT(found, 250);
-}
-
-// A section that is given the lines of another is searched like any other.
-TEST(PatternIndexTest, SectionsThatShareTheirLines) {
-  std::string image =
-      CompileSource("[words]\nalpha\nbeta\n<9>gamma\n[other]\n<9>gamma\nbeta");
-  const uint32_t records = WordAt(image, hwSections + 4);
-  ASSERT_EQ(2u, WordAt(image, hwSections));
-  SetWord(image, records + sizeof(TQKSECTION), WordAt(image, records));
-  SetWord(image, records + sizeof(TQKSECTION) + 4, 0xFFFFFFFF);
-  TQMDICO dico(nullptr, nullptr);
-  ASSERT_TRUE(dico.loadKeywordsFromBlock(BlockOf(image)));
-  TBLOCKVECT words(0);
-  TBLOCK::GetBlockWordList(TBLOCK("gamma x beta"), words, bitWhiteSpace);
-  int32_t hits = 0;
-  const TQKSECTION* section = dico.findSection("other");
-  ASSERT_EQ(5u, dico.image().lineCountOf(section));
-  EXPECT_EQ(218, dico.findKeywords(section, words, TBLOCK(), 0, 0, hits));
-  EXPECT_EQ(4, hits);
 }
 
 }  // namespace

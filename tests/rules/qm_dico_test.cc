@@ -55,38 +55,6 @@ TEST(QmDicoTest, Names) {
   EXPECT_EQ(nullptr, dico.findSection(static_cast<const char*>(nullptr)));
 }
 
-TEST(QmDicoTest, FieldNumbers) {
-  const struct {
-    const char* name;
-    intptr_t number;
-  } rows[] = {{"id", 1},          {"@hdr", 20},   {"MD5", 56},
-              {"Disponible", 71}, {"hDr", 101},   {"ADNURL2", 117},
-              {"ImgDomain", 121}, {"Hdr,To", -1}, {"", -1}};
-  const HSTUFF stuff;
-  EXPECT_EQ(121, stuff.fieldNames.count);
-  for (const auto& row : rows) {
-    void* number = reinterpret_cast<void*>(intptr_t{-1});
-    stuff.fieldNames.find(TBLOCK(row.name), number);
-    EXPECT_EQ(row.number, reinterpret_cast<intptr_t>(number)) << row.name;
-  }
-}
-
-TEST(QmDicoTest, LinesAsText) {
-  const char* const patterns[] = {"<7>via gra|cialis>now,x y z+a", "<&-100>a"};
-  TQMDICO dico(nullptr, nullptr);
-  ASSERT_TRUE(dico.loadKeywordsFromBlock(
-      BlockOf(MakeImage({{"p", stPattern, 0, {patterns[0], patterns[1]}},
-                         {"s", stString, 0, {"<&5>a|b c", "<0>"}}}))));
-  const std::string expected[] = {patterns[0], patterns[1], "<&5>a|b c", "<0>"};
-  STR text;
-  for (uint32_t i = 0; i < 4; i++) {
-    dico.getLineText(dico.image().line(i), text, 1);
-    EXPECT_EQ(expected[i], text.c_str());
-    dico.getLineText(dico.image().line(i), text, 0);
-    EXPECT_EQ(expected[i].substr(expected[i].find('>') + 1), text.c_str());
-  }
-}
-
 TEST(QmDicoTest, ScoresOfWhatWasCounted) {
   TQMDICO dico(nullptr, nullptr);
   ASSERT_TRUE(dico.loadKeywordsFromBlock(BlockOf(

@@ -42,9 +42,7 @@ std::string Leaf(const std::string& text, const TQMDICO& dico) {
 
 TEST(RuleLeafTest, IsReadFromLeftToRight) {
   TQMDICO dico(nullptr, nullptr);
-  static const struct {
-    const char *text, *leaf;
-  } rows[] = {
+  static const Case<const char*> rows[] = {
       {"Hdr=^FTSD", "101 Hdr=^FTSD"},
       {" url == a b ", "3 url== a b "},
       {"Url<>x", "3 Url<>x"},
@@ -102,10 +100,9 @@ TEST(RuleLeafTest, IsReadFromLeftToRight) {
       {"@X-Originating-IP=x", "20 X-Originating-IP=x"},
       {"cvd(@ To[1])=x", "1:20 To[1,1]=x"},
       {"@=x", "20 =x"},
-      {"Nonsense=x", "0 Nonsense=x"},
-  };
+      {"Nonsense=x", "0 Nonsense=x"}};
   for (const auto& row : rows)
-    EXPECT_EQ(row.leaf, Leaf(row.text, dico)) << row.text;
+    EXPECT_EQ(row.want, Leaf(row.text, dico)) << row.text;
 }
 
 // A pattern for exactly this text.
@@ -123,31 +120,29 @@ TEST(RuleLeafTest, FunctionsOnAnElement) {
   TQMDICO dico(nullptr, nullptr);
   static const struct {
     const char *function, *element, *result;
-  } rows[] = {
-      {"cvd", "aByY19-\xE9", "vCvVdd-\xE9"},
-      {"sort", "cab B\xFF\x01", "\x01 Babc\xFF"},
-      {"befat", "a@b@c", "a"},
-      {"befat", "abc", "abc"},
-      {"aftat", "a@b@c", "c"},
-      {"aftat", "abc", "abc"},
-      {"aftat", "a@", ""},
-      {"class", "a.b.c", "a.b."},
-      {"class", "abc", ""},
-      {"alpha", "v.i-a g\xA0r_a", "viagra"},
-      {"alpha", ".-.", ""},
-      {"atsort", "cba@zy@x", "abc@zy@x"},
-      {"atsort", "cba", "abc"},
-      {"atsort", "@b", "@b"},
-      {"len", "", "0"},
-      {"len", "0123456789", "10"},
-      // Of an even length the middle pair stays.
-      {"rev", "", ""},
-      {"rev", "a", "a"},
-      {"rev", "ab", "ab"},
-      {"rev", "abc", "cba"},
-      {"rev", "abcd", "dbca"},
-      {"none", "a.b", "a.b"},
-  };
+  } rows[] = {{"cvd", "aByY19-\xE9", "vCvVdd-\xE9"},
+              {"sort", "cab B\xFF\x01", "\x01 Babc\xFF"},
+              {"befat", "a@b@c", "a"},
+              {"befat", "abc", "abc"},
+              {"aftat", "a@b@c", "c"},
+              {"aftat", "abc", "abc"},
+              {"aftat", "a@", ""},
+              {"class", "a.b.c", "a.b."},
+              {"class", "abc", ""},
+              {"alpha", "v.i-a g\xA0r_a", "viagra"},
+              {"alpha", ".-.", ""},
+              {"atsort", "cba@zy@x", "abc@zy@x"},
+              {"atsort", "cba", "abc"},
+              {"atsort", "@b", "@b"},
+              {"len", "", "0"},
+              {"len", "0123456789", "10"},
+              // Of an even length the middle pair stays.
+              {"rev", "", ""},
+              {"rev", "a", "a"},
+              {"rev", "ab", "ab"},
+              {"rev", "abc", "cba"},
+              {"rev", "abcd", "dbca"},
+              {"none", "a.b", "a.b"}};
   BLOCK work(0, 16);
   for (const auto& row : rows) {
     const HeapText element(row.element);
@@ -158,80 +153,6 @@ TEST(RuleLeafTest, FunctionsOnAnElement) {
     EXPECT_TRUE(leaf.checkBlock(element.view(), work))
         << row.function << " " << row.element;
     EXPECT_EQ(row.element, element.str());
-  }
-}
-
-struct Elements {
-  explicit Elements(const std::vector<std::string>& texts) : list(0) {
-    for (const std::string& text : texts) {
-      copies.emplace_back(new HeapText(text));
-      list.add(copies.back()->view(), 1, 0);
-    }
-  }
-  std::vector<std::unique_ptr<HeapText>> copies;
-  TBLOCKVECT list;
-};
-
-TEST(RuleLeafTest, CountsTheElementsOfAList) {
-  TQMDICO dico(nullptr, nullptr);
-  const Elements abc({"a", "b", "ab"}), one({""}), none({});
-  const struct {
-    const char* leaf;
-    const Elements& elements;
-    int32_t count;
-    const char* matched;
-  } rows[] = {
-      {"Url=x", none, 0, ""},
-      {"Url==x", none, 0, ""},
-      {"Url<>x", none, 1, ""},
-      {"Url!=x", none, 1, ""},
-      // Without an element the numbers are not looked at.
-      {"5<Url<>x", none, 1, ""},
-      {"Url[7]!=x", none, 1, ""},
-      {"Url=^$", one, 1, "|"},
-      {"Url<>^$", one, 0, ""},
-      {"Url=~a", one, 1, "|"},
-      // From the last to the first, all of them.
-      {"Url=a", abc, 2, "ab|a|"},
-      {"Url<>a", abc, 1, "b|"},
-      {"Url<>x", abc, 3, "ab|b|a|"},
-      // From the first on, all or none.
-      {"Url==.", abc, 3, "a|b|ab|"},
-      {"Url==a", abc, 0, ""},
-      {"Url!=x", abc, 3, "a|b|ab|"},
-      {"Url!=b$", abc, 0, ""},
-      {"Url[0,0]==a", abc, 1, "a|"},
-      {"Url[2]=a", abc, 1, "ab|"},
-      {"Url[1,9]=b", abc, 2, "ab|b|"},
-      {"Url[1,3]<>x", abc, 2, "ab|b|"},
-      {"Url[-1,1]=b", abc, 1, "b|"},
-      {"Url[3]=a", abc, 0, ""},
-      {"Url[3]<>x", abc, 0, ""},
-      {"1<Url=a", abc, 2, "ab|a|"},
-      {"2<Url=a", abc, 0, "ab|a|"},
-      {"3>Url=a", abc, 2, "ab|a|"},
-      {"2>Url=a", abc, 0, "ab|a|"},
-      {"2=Url=a", abc, 2, "ab|a|"},
-      {"0=Url=x", abc, 0, ""},
-      {"0>Url=a", abc, 0, "ab|a|"},
-      {"1000000000<Url=a", abc, 0, "ab|a|"},
-      {"Url=(", abc, 0, ""},
-      {"Url<>(", abc, 3, "ab|b|a|"},
-      {"Url=a~b", abc, 1, "a|"},
-      {"Url=~(", abc, 3, "ab|b|a|"},
-      {"len(Url)=2", abc, 1, "ab|"},
-      {"Url$=absent", abc, 0, ""},
-      {"Url$<>absent", abc, 3, "ab|b|a|"},
-  };
-  BLOCK work(0, 16);
-  TBLOCKVECT matched(0);
-  for (const auto& row : rows) {
-    const HeapText text(row.leaf);
-    TQMEXPR leaf;
-    ASSERT_TRUE(leaf.parse(text.view(), dico)) << row.leaf;
-    EXPECT_EQ(row.count, leaf.checkBlockList(row.elements.list, matched, work))
-        << row.leaf;
-    EXPECT_EQ(row.matched, Join(matched)) << row.leaf;
   }
 }
 
@@ -259,43 +180,6 @@ std::string Parts(const std::string& text) {
   const TRULEPART* parts = reinterpret_cast<const TRULEPART*>(store.data);
   const std::string name = Str(rule.name);
   return (name.empty() ? "" : name + ": ") + Dump(parts, parts + rule.count);
-}
-
-TEST(RuleTest, IsCutIntoParts) {
-  static const struct {
-    const char *text, *parts;
-  } rows[] = {
-      {"", ""},
-      {" \t", ""},
-      {"name:", "name: "},
-      {"@S-1.x : Url=a", "@S-1.x: Url=a"},
-      {"a:b:Url=c", "a: b:Url=c"},
-      {"Url=a ", "Url=a "},
-      {"n_n:Url=a", "n_n:Url=a"},
-      {"(A)&(B)|(C)", "|{A}&{B}|{C}"},
-      {" ( A ) + ( B ) ", "|{A }+{B }"},
-      {"(A)(B)", "|{A}|{B}"},
-      {"&(A)", "&{A}"},
-      {"(A)&((B)|(C))", "|{A}&{|{B}|{C}}"},
-      {"(in:A)", "|{A}"},
-      {"((in:A))", "|{|{A}}"},
-      {"()", "|{}"},
-      {"(A)B=(", "|{A}B=("},
-      {"(A=\\()&(B=\\))", "|{A=\\(}&{B=\\)}"},
-      {"(A=(x|y))", "|{A=(x|y)}"},
-      {"(A)&", "|{A}!nopart<&>"},
-      {"(A)&B", "|{A}!nopart<&B>"},
-      {"(A)&&(B)", "|{A}!nopart<&&(B)>"},
-      {"(A)|(B", "|{A}!unclosed<|(B>"},
-      {"(A)|(B\\)", "|{A}!unclosed<|(B\\)>"},
-      {"((A)&(B)", "!unclosed<((A)&(B)>"},
-      {"((A)&(B|(C))", "!unclosed<((A)&(B|(C))>"},
-      {"((A)&)|(C)", "|{|{A}!nopart<&>}|{C}"},
-      {")", ")"},
-      {"(A))", "|{A})"},
-  };
-  for (const auto& row : rows)
-    EXPECT_EQ(row.parts, Parts(row.text)) << row.text;
 }
 
 std::string Nested(uint32_t depth) {
@@ -341,8 +225,7 @@ TEST(RuleTest, PatternsAreCompiledAhead) {
       {"(Url=g1~[)", "", "g1", ZR_NOBRACKET, "g1~["},
       {"(Url=h1)&(Url=h2", "", "h1", ZR_OK, ""},
       {"(Url?h3)", "", "", ZR_OK, ""},
-      {"only:", "only", "", ZR_OK, ""},
-  };
+      {"only:", "only", "", ZR_OK, ""}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.rule);
     const HeapText text(row.rule);
@@ -357,45 +240,6 @@ TEST(RuleTest, PatternsAreCompiledAhead) {
     for (int32_t i = 0; i < expected.count(); i++)
       EXPECT_NE(nullptr, pool.findRegex(expected.get(i)));
   }
-}
-
-TEST(RuleBookTest, HoldsTheRulesOfADictionary) {
-  PatternImage image;
-  image.section("words", stPattern).pattern("a", 0, 1);
-  image.section("r1", stRule)
-      .text("n:(Url=in)&(Nonsense=[)|(Url", 0, 1)
-      .text("", 0, 1)
-      .text("Url=~in", 0, 1);
-  image.section("strings", stString).text("Url=in", 0, 1);
-  image.section("r2", stRule).text("@S:rev(Url)$=words", 0, 1);
-  REGEXPOOL pool;
-  TQMDICO dico(&pool, nullptr);
-  ASSERT_TRUE(image.load(dico));
-  dico.precompileRegexesIntoPool();
-  EXPECT_EQ(1, pool.count);
-  EXPECT_EQ(nullptr, dico.preparedRule(dico.image().line(1)));
-  dico.prepareRules();
-  const RULEBOOK& book = *dico.stuff->rules;
-  EXPECT_EQ(4u, book.ruleCount);
-  EXPECT_EQ(4u, book.leafCount);
-  EXPECT_EQ(nullptr, book.find(0));
-  EXPECT_EQ(nullptr, book.find(4));
-  EXPECT_EQ(nullptr, book.find(6));
-  EXPECT_EQ(nullptr, dico.preparedRule(nullptr));
-
-  const TQMRULE* rule = dico.preparedRule(dico.image().line(1));
-  ASSERT_NE(nullptr, rule);
-  EXPECT_EQ("n", Str(rule->name));
-  ASSERT_EQ(5u, rule->count);
-  EXPECT_EQ("3 Url=in", Dump(*rule->parts[1].leaf));
-  EXPECT_EQ(1, rule->parts[1].leaf->regex.wanted.pooled);
-  EXPECT_EQ("0 Nonsense=[", Dump(*rule->parts[3].leaf));
-  EXPECT_EQ(ZR_NOBRACKET, rule->parts[3].leaf->regex.compileError());
-  EXPECT_EQ(reUnclosed, rule->parts[4].reason);
-  EXPECT_EQ(0u, book.find(2)->count);
-  EXPECT_EQ("3 Url=~in", Dump(*book.find(3)->parts->leaf));
-  EXPECT_EQ(1, book.find(3)->parts->leaf->regex.unwanted.pooled);
-  EXPECT_EQ("9:3 Url$=words", Dump(*book.find(5)->parts->leaf));
 }
 
 }  // namespace

@@ -27,30 +27,6 @@ class SectionLookupTest : public testing::Test {
   TQMDICO dico;
 };
 
-TEST_F(SectionLookupTest, StringsWithStars) {
-  const struct {
-    const char* line;
-    const char* text;
-    int fits;
-  } rows[] = {
-      {"abc", " ABC\t", 1}, {"abc", "abcd", 0},    {" abc ", "abc", 1},
-      {"", "", 1},          {"", "a", 0},          {"*", "a", 1},
-      {"*b*", "abc", 1},    {"*b*", "ac", 0},      {"*bc", "aBC", 1},
-      {"*bc", "bca", 0},    {"ab*", "abc", 1},     {"ab*", "a", 0},
-      {"ab*ba", "aba", 1},  {"ab*ba", "abxba", 1}, {"ab*ba", "abx", 0},
-      {"a*b*", "axb*", 1},  {"a*b*", "axb", 0},    {"x|abc", "abc", 0},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.line << " " << row.text);
-    load({{"s", stString, 0, {row.line}}});
-    const HeapText text(row.text);
-    const TQKLINE* line = nullptr;
-    EXPECT_EQ(row.fits,
-              dico.searchString(dico.findSection("S"), text.view(), line));
-    EXPECT_EQ(row.fits, line == dico.image().line(0));
-  }
-}
-
 TEST_F(SectionLookupTest, LinesCountOnceOrEachTime) {
   load({{"s", stString, 0, {"label|a|b*", "<&1>*b", "*"}},
         {"r", stRegex, 0, {"^a", "b~c"}},
@@ -75,20 +51,6 @@ TEST_F(SectionLookupTest, LinesCountOnceOrEachTime) {
   EXPECT_EQ("", scan("none", "abc", 0));
 }
 
-TEST_F(SectionLookupTest, FromOneLineOn) {
-  load({{"s", stString, 0, {"*", "<&1>*b", "abc", "ab"}}});
-  const TQKSECTION* section = dico.findSection("s");
-  const int32_t found[] = {0, 1, 3, 3, -1, -1};
-  for (uint32_t first = 0; first < 6; first++) {
-    const TQKLINE* line = nullptr;
-    EXPECT_EQ(found[first] >= 0,
-              dico.scanLines(section, first, TBLOCK("ab"), line, 1));
-    EXPECT_EQ(line, dico.image().line(static_cast<uint32_t>(found[first])));
-  }
-  const TQKLINE* line = nullptr;
-  EXPECT_EQ(0, dico.scanLines(nullptr, 0, TBLOCK("ab"), line, 1));
-}
-
 TEST_F(SectionLookupTest, SumsOfStrings) {
   load({{"s", stString, 0, {"<5>a*", "<&-2>*c", "<100>b"}},
         {"big", stString, 0, {"<900000000>*", "<900000000>*"}}});
@@ -101,19 +63,6 @@ TEST_F(SectionLookupTest, SumsOfStrings) {
   counts.matchCount = 65535;
   dico.scanString("s", TBLOCK("c"), 0);
   EXPECT_EQ(65535, counts.matchCount);
-}
-
-TEST_F(SectionLookupTest, NamesAndValues) {
-  load({{"n", stNamedRegex, 0, {"no colon", "A:^a:", "B : b"}},
-        {"v", stString, 0, {"x=1", "name = \"two\"", "name=3"}}});
-  TBLOCK name;
-  EXPECT_EQ(1, dico.matchFirstNamedLine("n", TBLOCK("a:b"), name));
-  EXPECT_EQ("A", Str(name));
-  EXPECT_EQ(1, dico.matchFirstNamedRegex("n", TBLOCK("xb"), name));
-  EXPECT_EQ("B ", Str(name));
-  EXPECT_EQ(0, dico.matchFirstNamedRegex("n", TBLOCK("no colon"), name));
-  EXPECT_EQ("two", Str(dico.stringValue("v", "Name")));
-  EXPECT_TRUE(dico.stringValue("v", "nam").empty());
 }
 
 // A prepared section knows what texts begin and end with that its lines match:
@@ -156,34 +105,6 @@ TEST_F(SectionLookupTest, NamesOfPreparedSections) {
     }
   }
   EXPECT_GT(found, 5000u);
-}
-
-TEST_F(SectionLookupTest, Macros) {
-  const struct {
-    std::vector<std::string> lines;
-    const char* text;
-    const char* out;
-  } rows[] = {
-      // A later line finds what an earlier one wrote.
-      {{"D: 12 ", "E:", "no colon", "S:D"}, "12-121-2", "{{S}}-{{S}}1-2"},
-      {{"T:/T[AB]+(x|)"}, "/TA/ta/TBAx", "{T}/ta{T}"},
-      {{"a:^/A"}, "/A/A/B/A", "{a}{a}/B/A"},
-      {{"z:b$"}, "bab", "ba{z}"},
-      {{"n:a~b"}, "ab a~b", "ab {n}"},
-      {{"x:("}, "(", "("},
-      // Of empty matches nothing is replaced.
-      {{"e:a*"}, "baabca", "b{e}bc{e}"},
-      {{"e:(x|$)"}, "ab", "ab"},
-      {{"a:a"}, "", ""},
-  };
-  STR out("old");
-  for (const auto& row : rows) {
-    load({{"m", stNamedRegex, 0, row.lines}});
-    dico.replaceRegexMacro("m", HeapText(row.text).view(), out, "{", "}");
-    EXPECT_STREQ(row.out, out.c_str()) << row.lines[0];
-  }
-  dico.replaceRegexMacro("none", TBLOCK("a"), out, "{", "}");
-  EXPECT_STREQ("a", out.c_str());
 }
 
 TEST_F(SectionLookupTest, MacrosDoNotExplode) {

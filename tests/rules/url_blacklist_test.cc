@@ -19,57 +19,6 @@ const char kFile[] =
     "[from]\nx@a\n[BlackFrom]\n*@b\n[whitefrom]\ny@c\n[other]\nlost\n"
     "[url] \n#x\nhttp://c";
 
-TEST(UrlBlacklistTest, FilesAndSection) {
-  TQMDICO dico(nullptr, nullptr);
-  ASSERT_TRUE(dico.loadKeywordsFromBlock(
-      BlockOf(MakeImage({{"brackenurls", stString, 0, {"http://u", ""}},
-                         {"regex", stRegex, 0, {"http://v"}}}))));
-  UrlBlacklist list(&dico);
-  EXPECT_EQ(1u, list.lineCount);
-  EXPECT_TRUE(list.brackenUrls.find(TBLOCK("http://u")));
-  list.loadInternalBlackList(&dico, "regex");
-  EXPECT_EQ(1u, list.lineCount);
-  const std::unique_ptr<BLOCK> file(BlockOf(kFile));
-  list.loadExternalBlackList(UrlBlacklist::ftTamarack, file.get());
-  EXPECT_EQ(1u + 5, list.lineCount);
-  EXPECT_EQ(3u, list.tamarackUrls.size());
-  EXPECT_GE(list.tamarackDomains.findKey(TBLOCK("a.NET")), 0);
-  EXPECT_EQ(2, list.tamarackDomains.count);
-  list.loadExternalBlackList(UrlBlacklist::ftClient, file.get());
-  EXPECT_EQ(1u + 5 + 9, list.lineCount);
-  EXPECT_EQ(3u, list.clientUrls.size());
-  EXPECT_EQ(2, list.clientBlackDomains.count);
-  EXPECT_GE(list.clientWhiteDomains.findKey(TBLOCK("c.net")), 0);
-  EXPECT_EQ("x@a|*@b|", Join(list.blackFrom));
-  EXPECT_EQ("y@c|", Join(list.whiteFrom));
-  const std::unique_ptr<BLOCK> header(BlockOf("[url]"));
-  list.loadExternalBlackList(UrlBlacklist::ftClient, header.get());
-  EXPECT_EQ(1u + 5 + 9, list.lineCount);
-}
-
-TEST(TernaryStringTreeTest, Prefixes) {
-  TernaryStringTree<bool, false> tree;
-  bool value = false;
-  EXPECT_FALSE(tree.find(TBLOCK("a")));
-  for (const char* text : {"ab", "abcd", "b", "ab"})
-    EXPECT_EQ(1, tree.insert(TBLOCK(text), true));
-  EXPECT_EQ(0, tree.insert(TBLOCK(), true));
-  EXPECT_EQ(0, tree.insert(TBLOCK(std::string(4097, 'a').c_str()), true));
-  EXPECT_EQ(3u, tree.size());
-  const struct {
-    const char* text;
-    uint32_t longest;
-  } rows[] = {{"", 0},      {"a", 0},    {"ab", 2}, {"abc", 2}, {"abcd", 4},
-              {"abcde", 4}, {"abCd", 2}, {"bb", 1}, {"c", 0}};
-  for (const auto& row : rows) {
-    const HeapText text(row.text);
-    EXPECT_EQ(row.longest, tree.longestPrefix(text.view(), value)) << row.text;
-  }
-  TernaryStringTree<int, true> folded;
-  EXPECT_EQ(1, folded.insert(TBLOCK("Ab"), 7));
-  EXPECT_EQ(7, folded.find(TBLOCK("aB")));
-}
-
 // Strings in order make chains, which balance takes apart without loss.
 TEST(TernaryStringTreeTest, BalanceKeepsTheSet) {
   TernaryStringTree<bool, false> tree;

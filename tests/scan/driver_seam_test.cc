@@ -187,46 +187,6 @@ TEST_F(DriverTest, SwitchesOfTheSpamBranch) {
   EXPECT_EQ(std::string::npos, s.trace.find("emails"));
 }
 
-TEST_F(DriverTest, WhatIsNoMail) {
-  const char* const texts[] = {"", "\r\nFrom: a@b.example\r\n", "hello\nworld",
-                               "X-Unknown: 1\r\n\r\nFrom: a@b.example\r\n"};
-  for (const char* text : texts) {
-    SCOPED_TRACE(text);
-    s = Script();
-    load(text);
-    EXPECT_EQ(200, check("u@d.example"));
-    EXPECT_EQ("hdr f43", s.trace);
-    EXPECT_EQ(ssSpam, message.ledger.state);
-    EXPECT_EQ("This is not a mail (200)", Cause(message));
-  }
-  // The filter before it has the first word.
-  s = Script();
-  s.effects["f43"] = Points(-2010);
-  load("");
-  EXPECT_EQ(-2010, check());
-  EXPECT_EQ(ssClean, message.ledger.state);
-}
-
-TEST_F(DriverTest, SelfTest) {
-  const char text[] =
-      "From: Admin <SelfTest@quaymarsh.example>\r\nSubject: This is SPAM\r\n"
-      "\r\n";
-  load(text);
-  EXPECT_EQ(222, check("probe2@quaymarsh.example"));
-  EXPECT_EQ("hdr f43", s.trace);
-  EXPECT_EQ(ssSpam, message.ledger.state);
-  EXPECT_EQ("Yeah, this was spam (222)", Cause(message));
-  for (const char* other : {"Probe2@quaymarsh.example", "", "x@y.example"}) {
-    s = Script();
-    load(text);
-    EXPECT_EQ(0, check(other)) << other;
-    EXPECT_EQ(kFull, s.trace);
-  }
-  s = Script();
-  load("From: selftest@quaymarsh.example\r\nSubject: this is spam!\r\n\r\n");
-  EXPECT_EQ(0, check("probe1@quaymarsh.example"));
-}
-
 // Gives the message a part; `embedded` makes it the message.txt one.
 BLOCKPART* AddPart(TQMMSG* m, const char* type, const char* content,
                    bool embedded) {
@@ -259,8 +219,7 @@ TEST_F(DriverTest, EmbeddedMessageIsScannedInPlaceOfTheOuterOne) {
 
 TEST_F(DriverTest, WrappedMessageNeedsTheFlagOfTheEarlierFilter) {
   struct Row {
-    const char* header;
-    const char* type;
+    const char *header, *type;
     bool inner;
   };
   const Row rows[] = {{"X-Spam-Flag: yes\r\n", "Message/RFC822", true},
@@ -303,10 +262,8 @@ void SetText(TQMMSG* m, const char* text) {
 
 TEST_F(DriverTest, SpamInNotification) {
   struct Row {
-    const char* name;
-    const char* text;
-    int innerPoints;
-    int score, state;
+    const char *name, *text;
+    int innerPoints, score, state;
     const char* cause;
   };
   const std::string copy =

@@ -197,8 +197,7 @@ TEST_F(FiltersTest, BlackOrderAndBailout) {
       " checkEmbedSpam checkPhishing checkSubst checkTipsWords ScamGroups "
       "BlackWordGroups";
   const struct {
-    int score;
-    int noBailout;
+    int score, noBailout;
     std::string trace;
   } rows[] = {{0, 0, head + tail},
               {299, 0, head + tail},

@@ -32,54 +32,6 @@ class RuleFiltersTest : public testing::Test {
   std::string source;  // of the dictionary
 };
 
-TEST_F(RuleFiltersTest, AllRuleSectionsOfTheRegexFilter) {
-  source =
-      "[^=spamregex]\n"
-      "<200>a:(Subject=hello)\n"
-      "<200>b:(Subject=^hello)\n"
-      "<1>c:(Subject=.)\n"
-      "[^=spamregexnopurge]\n"
-      "<9>d:(Subject=nope)\n"
-      "[^=uceregex]\n"
-      "<-7>(Subject=(?i)HELLO)\n"
-      "[^sum]\n"
-      "<3>(Subject=h)\n"
-      "[#regexcount]\n"
-      "<0>sum=40\n";
-  load("Subject: hello\r\n\r\nx\r\n");
-  EXPECT_EQ(1, m.checkRegex(0));
-  EXPECT_EQ("^a (200);^b (200);^c (1);^ (-7);sum (40)", cause());
-  // With the purge each section ends at the bailout; the others still run.
-  EXPECT_EQ(1, m.checkRegex(1));
-  EXPECT_EQ("^a (200);^b (200);sum (40)", cause());
-}
-
-TEST_F(RuleFiltersTest, NothingToFind) {
-  source =
-      "[^=spamregex]\n"
-      "<200>a:(Subject=nope)\n"
-      "[#regexcount]\n"
-      "<0>=spamregex=40\n";
-  load("Subject: hello\r\n\r\nx\r\n");
-  EXPECT_EQ(0, m.checkRegex(1));
-  EXPECT_EQ("", cause());
-}
-
-// A body field is empty in the header phase, so that "<>" holds there.
-TEST_F(RuleFiltersTest, HeaderPhase) {
-  source =
-      "[^no-received]\n"
-      "<0>(Url<>x)\n"
-      "[^=headerregex]\n"
-      "<50>url:(Url=x)\n"
-      "<51>none:(Url<>x)\n";
-  ASSERT_TRUE(LoadSource(m.dico, source));
-  const HeapText mail("Subject: s\r\n\r\nhttp://x.example/\r\n");
-  ASSERT_TRUE(m.loadFromBlock(mail.view(), nullptr, 0));
-  m.parse(1);
-  EXPECT_EQ("^none (51)", cause());
-}
-
 TEST_F(RuleFiltersTest, NonLatin) {
   source =
       "[#easterncharset]\n"
@@ -93,9 +45,7 @@ TEST_F(RuleFiltersTest, NonLatin) {
     const char* message;  // names of the two character sets
     const char* subject;
     TCHARZONE zone;
-    int answers;
-    int highChars;
-    int allowEastern, allowAsian, forbidLatin;
+    int answers, highChars, allowEastern, allowAsian, forbidLatin;
     const char* cause;
   } rows[] = {
       {"koi8-r", "windows-1253", czControl, 0, 0, 0, 0, 0,
@@ -135,27 +85,6 @@ TEST_F(RuleFiltersTest, NonLatin) {
   }
 }
 
-// The flags of both setups reach the filter.
-TEST_F(RuleFiltersTest, SetupsAllowScripts) {
-  load("Subject: s\r\n\r\nx\r\n");
-  m.messageCharset.zoneCounts[czAsian] = 1000;
-  QMGLOBALSETUP global = {8, 0};
-  QMUSERSETUP user = {20, -100, 200, 0, 0};
-  const struct {
-    unsigned int global, user;
-    bool scores;
-  } rows[] = {{0, 0, true},
-              {QM_ALLOW_ASIAN, 0, false},
-              {0, QM_ALLOW_ASIAN, false},
-              {QM_ALLOW_EASTERN, QM_CHECK_VIRUS, true}};
-  for (const auto& row : rows) {
-    global.flags = row.global;
-    user.flags = row.user;
-    m.checkFilter(14, &global, &user, 0);
-    EXPECT_EQ(row.scores ? "Asian text (200)" : "", cause());
-  }
-}
-
 TEST_F(RuleFiltersTest, RulesNameProfiles) {
   source =
       "[^profils]\n"
@@ -167,35 +96,6 @@ TEST_F(RuleFiltersTest, RulesNameProfiles) {
   load("Subject: buy\r\n\r\nhttp://x.example/\r\n");
   const std::string list = Join(m.profiles);
   EXPECT_EQ("shop||late.mail|", list.substr(list.find("shop"), 16));
-}
-
-TEST_F(RuleFiltersTest, PatternsWithTheirPlace) {
-  // Any section with lines of text does.
-  source =
-      "[!lines]\n"
-      "<1>x[faulty\n"
-      "<7>b+\n"
-      "<&-3>a\n"
-      "[#strings]\n"
-      "<9>c$\n";
-  load("\r\n");
-  const struct {
-    const char* section;
-    const char* text;
-    bool found;
-    int count, offset;
-  } rows[] = {{"Lines", "xxabb", true, 7, 3}, {"lines", "a", true, -3, 0},
-              {"lines", "xx", false, 0, -1},  {"lines", "", false, 0, -1},
-              {"strings", "cc", true, 9, 1},  {"none", "abc", false, 0, -1}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.text);
-    const HeapText text(row.text);
-    int32_t count = 5, offset = 5;
-    EXPECT_EQ(row.found,
-              m._dicoRegexAndOffset(text.view(), count, offset, row.section));
-    EXPECT_EQ(row.count, count);
-    EXPECT_EQ(row.offset, offset);
-  }
 }
 
 }  // namespace

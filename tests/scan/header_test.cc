@@ -56,70 +56,9 @@ TEST(HeaderTest, Lines) {
   EXPECT_EQ("", Dump(HEADER(TBLOCK(nullptr, 5))));
 }
 
-TEST(HeaderTest, Remove) {
-  const char block[] =
-      " lost\nX-A: 1\n 2\nx-a:3\nB: 4\n X-A: 5\nX-AB: 6\nX-A : 7\nX-A\nX-a:";
-  struct Row {
-    const char* name;
-    const char* lines;
-  };
-  const char all[] =
-      " lost|*X-A: 1| 2|*x-a:3|*B: 4| X-A: 5|*X-AB: 6|*X-A : 7|*X-A|*X-a:";
-  const Row rows[] = {
-      {"X-A", " lost|*B: 4| X-A: 5|*X-AB: 6|*X-A : 7|*X-A"},
-      {"x-a:", " lost|*B: 4| X-A: 5|*X-AB: 6|*X-A : 7|*X-A"},
-      {"B", " lost|*X-A: 1| 2|*x-a:3|*X-AB: 6|*X-A : 7|*X-A|*X-a:"},
-      {"X-AB: 6", all},
-      {"X-", all},
-      {"", all},
-      {":", all},
-      {nullptr, all}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name ? row.name : "null");
-    HEADER header(HeapText(block).view());
-    header.removeEntry(row.name);
-    EXPECT_EQ(row.lines, Dump(header));
-    // What was moved is still whole.
-    header.removeEntry("X-AB");
-    header.removeEntry("X-A");
-    header.removeEntry("B");
-    EXPECT_EQ(" lost|*X-A : 7|*X-A", Dump(header));
-  }
-}
-
-TEST(HeaderTest, GetAndSet) {
-  struct Row {
-    const char* name;
-    const char* value;
-    const char* lines;  // after setting it to "new"
-  };
-  const char all[] = "*Subject:    Hello |  there|*subject: 2|*Empty:| x";
-  const Row rows[] = {
-      {"Subject", "Hello ", "*Subject: new|  there|*subject: 2|*Empty:| x"},
-      {"SUBJECT:", "Hello ", "*SUBJECT: new|  there|*subject: 2|*Empty:| x"},
-      {"empty", "", "*Subject:    Hello |  there|*subject: 2|*empty: new| x"},
-      {"Sub", "", all},
-      {"Missing", "", all},
-      {"", "", all},
-      {nullptr, "", all}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name ? row.name : "null");
-    HEADER header(
-        HeapText("Subject:    Hello \n  there\nsubject: 2\nEmpty:\n x").view());
-    STR value("left over");
-    EXPECT_STREQ(row.value, header.getEntryValue(row.name, value));
-    EXPECT_STREQ(row.value, value.c_str());
-    header.setEntryValue(row.name, nullptr);
-    EXPECT_EQ(all, Dump(header));
-    header.setEntryValue(row.name, "new");
-    EXPECT_EQ(row.lines, Dump(header));
-  }
-}
-
 TEST(HeaderTest, CopyNeedsRoomForTheNul) {
   struct Row {
-    const char* block;
-    const char* text;
+    const char *block, *text;
   };
   const Row rows[] = {{"", "\r\n"},
                       {"A: 1\n 2\n\nbody", "A: 1\r\n 2\r\n\r\n"},

@@ -8,28 +8,27 @@
 namespace {
 
 TEST(LedgerTest, OneEntry) {
-  struct Row {
+  const struct {
     int32_t points;
     const char* label;
     uint16_t factor;
     int32_t total;
     const char* cause;
     int32_t state;
-  };
-  const Row rows[] = {{100, "x", 1, 100, "x (100)", 1},
-                      {99, "x", 1, 99, "x (99)", 0},
-                      {50, "x", 6, 200, "x4x (200)", 1},
-                      {49, "x", 6, 294, "x6x (294)", 1},
-                      {-50, "x", 6, -200, "x4x (-200)", 0},
-                      {-49, "x", 6, -294, "x6x (-294)", 0},
-                      {7, "a;b", 0, 0, "a;b (0)", 0},
-                      {7, "", 2, 14, "2x (14)", 0},
-                      {0, "x", 3, 0, "", 0},
-                      {1, "x", 65535, 65535, "x65535x (65535)", 1},
-                      // Sums stay within their bounds whatever a rule says.
-                      {INT32_MAX, "x", 4, kMaxScore, "x4x (1000000000)", 1},
-                      {INT32_MIN, "x", 9, -kMaxScore, "x4x (-1000000000)", 0}};
-  for (const Row& row : rows) {
+  } rows[] = {{100, "x", 1, 100, "x (100)", 1},
+              {99, "x", 1, 99, "x (99)", 0},
+              {50, "x", 6, 200, "x4x (200)", 1},
+              {49, "x", 6, 294, "x6x (294)", 1},
+              {-50, "x", 6, -200, "x4x (-200)", 0},
+              {-49, "x", 6, -294, "x6x (-294)", 0},
+              {7, "a;b", 0, 0, "a;b (0)", 0},
+              {7, "", 2, 14, "2x (14)", 0},
+              {0, "x", 3, 0, "", 0},
+              {1, "x", 65535, 65535, "x65535x (65535)", 1},
+              // Sums stay within their bounds whatever a rule says.
+              {INT32_MAX, "x", 4, kMaxScore, "x4x (1000000000)", 1},
+              {INT32_MIN, "x", 9, -kMaxScore, "x4x (-1000000000)", 0}};
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.cause);
     LEDGER ledger;
     EXPECT_EQ(row.total, ledger.add(row.points, row.label, row.factor));
@@ -37,49 +36,6 @@ TEST(LedgerTest, OneEntry) {
     EXPECT_EQ(row.cause, Str(ledger.cause.view()));
     EXPECT_EQ(row.state, ledger.state);
   }
-}
-
-TEST(LedgerTest, AVerdictIsNotTakenBack) {
-  LEDGER ledger;
-  ledger.add(99, "x", 1);
-  EXPECT_EQ(0, ledger.state);
-  ledger.add(1, "y", 1);
-  EXPECT_EQ(1, ledger.state);
-  ledger.add(-1000, "z", 1);
-  EXPECT_EQ(1, ledger.state);
-  EXPECT_EQ(-900, ledger.score);
-  EXPECT_EQ("x (99);y (1);z (-1000)", Str(ledger.cause.view()));
-  // Nor is another one overwritten.
-  ledger.reset();
-  ledger.state = ssNotification;
-  ledger.add(500, "x", 1);
-  EXPECT_EQ(ssNotification, ledger.state);
-}
-
-TEST(LedgerTest, AssignAndReset) {
-  LEDGER from, to;
-  from.scoreDetails.add("details");
-  from.add(120, "b", 1);
-  from.whiteScoring = 1;
-  from.add(-5, "w", 1);
-  to.add(7, "old", 1);
-  to.assign(from);
-  EXPECT_EQ(115, to.score);
-  EXPECT_EQ(1, to.state);
-  EXPECT_EQ(1, to.whiteScoring);
-  EXPECT_EQ("b (120);w (-5)", Str(to.cause.view()));
-  EXPECT_EQ("details", Str(to.scoreDetails.view()));
-  EXPECT_STREQ("0115;-0005;0120", to.scoreLine);
-  EXPECT_STREQ("", from.scoreLine);
-
-  from.score = from.whiteScore = from.blackScore = -kMaxScore;
-  to.assign(from);
-  EXPECT_STREQ("-1000000000;-1000000000;-1000000000", to.scoreLine);
-
-  to.reset();
-  EXPECT_EQ(
-      0, to.score | to.state | to.whiteScoring | to.whiteScore | to.blackScore);
-  EXPECT_EQ(0u, to.cause.length + to.scoreDetails.length);
 }
 
 TEST(LedgerTest, TheCauseTextIsBoundedAndThePointsAreNot) {
@@ -122,35 +78,6 @@ TEST(RandomScoreTest, StaysInItsSpread) {
     EXPECT_LE(TQMMSG::randomScore(120), 120);
   }
   EXPECT_GT(TQMMSG::randomScore(INT32_MAX), 0);
-}
-
-TEST(ParseRuleNameTest, Rows) {
-  struct Row {
-    const char* text;
-    const char* name;
-    const char* rest;
-  };
-  const Row rows[] = {
-      {"Rule-1:(Hdr=x)", "Rule-1", "(Hdr=x)"},
-      {"  @Other.2 \t: a:b", "@Other.2", " a:b"},
-      {"x:", "x", ""},
-      {"Hdr=a:b", "", "Hdr=a:b"},
-      {":x", "", ":x"},
-      {"  ", "", "  "},
-      {"", "", ""},
-      {"name", "", "name"},
-      {"name ", "", "name "},
-      {"a\x96:b", "", "a\x96:b"},  // no typographic dash in a name
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.text);
-    const std::string copy(row.text);
-    TBLOCK text(copy.data(), static_cast<uint32_t>(copy.size()));
-    TBLOCK name("before");
-    EXPECT_EQ(row.name[0] != 0, TQMMSG::parseRuleName(text, name));
-    EXPECT_TRUE(name.equals(TBLOCK(row.name), TBLOCK::NoConvTable));
-    EXPECT_TRUE(text.equals(TBLOCK(row.rest), TBLOCK::NoConvTable));
-  }
 }
 
 }  // namespace

@@ -40,8 +40,7 @@ TEST_F(ReadDirTest, Wildcards) {
   fs::create_symlink("abc", root_ + "/abclink");
   fs::create_symlink("abcdir", root_ + "/abcdirlink");
   const struct {
-    const char* wildcard;
-    const char* found;
+    const char *wildcard, *found;
   } rows[] = {{"a?c", "a+c a.c abc abcd abclink "},
               {"a.c", "a.c "},
               {"*c", "a+c a.c abc abcd abclink ac xabc "},

@@ -61,41 +61,6 @@ class RuleFieldsTest : public ::testing::Test {
   TQMMSG m;
 };
 
-TEST_F(RuleFieldsTest, BeforeAnythingIsRead) {
-  const std::string oneEmpty =
-      ",Id,Bound,Subject,From,Content,FirstLine,LastLine,Mailer,ContentType,"
-      "MimeType,Multipart,Tags,AdnRcvd,Labo,AdnLabo,AdnId,RcvdFrom,RcvdBy,"
-      "RcvdWith,AdnParts,";
-  const std::string names = std::string(_REGEXFIELDNAMES) + ",";
-  int32_t number = 0;
-  for (size_t begin = 0, end; begin < names.size(); begin = end + 1) {
-    end = names.find(',', begin);
-    const std::string name = names.substr(begin, end - begin);
-    const char* expected = oneEmpty.find("," + name + ",") != std::string::npos
-                               ? "[]"
-                           : name == "SpamState" ? "[0]"
-                           : name == "SpamType"  ? "[ham]"
-                           : name == "Score"     ? "[0000;0000;0000]"
-                           : name == "Agent"     ? "[98]"
-                                                 : "-";
-    EXPECT_EQ(expected, Dump(m.regexFields(++number, TBLOCK("all")))) << name;
-  }
-  EXPECT_EQ(kRuleFieldCount, number);
-}
-
-TEST_F(RuleFieldsTest, NumbersThatAreNone) {
-  load("Message-Id: <a@b>\r\n\r\n");
-  for (int32_t number : {0, 122, -122, 1 << 30, INT32_MIN})
-    EXPECT_EQ("-", Dump(m.regexFields(number, TBLOCK("Message-Id")))) << number;
-  EXPECT_EQ("[a@b]", Dump(m.regexFields(-1, TBLOCK())));
-  TBLOCKVECT list(1);
-  list.add(TBLOCK("old"), 0, 0);
-  m.setRegexFields(-1, TBLOCK(), list);
-  EXPECT_EQ("[a@b]", Dump(list));
-  m.setRegexFields(0, TBLOCK("Message-Id"), list);
-  EXPECT_EQ("-", Dump(list));
-}
-
 const char kMail[] =
     "Received: from a by b\r\nReceived: \" from c by d \"\r\n"
     "Message-Id: <id@a.example>\r\nSubject:  =?utf-8?q?s_=C3=A9?= \r\n"
@@ -140,26 +105,6 @@ TEST_F(RuleFieldsTest, FromARealMessage) {
             fields("PartMimeType Profil Param"));
 }
 
-// Capitals with two or more small letters of ASCII behind them.
-TEST_F(RuleFieldsTest, AddressWords) {
-  const char* const rows[][2] = {
-      {"ABc", "-"},
-      {"aBcd", "[Bcd]"},
-      {"BcdEfg", "[Bcd][Efg]"},
-      {"XYzz", "[Yzz]"},
-      {"B\xE9\xE9"
-       "cd",
-       "-"},
-      {"Abc-dE", "[Abc]"},
-      {"Ab", "-"},
-      {"abc", "-"},
-  };
-  for (const auto& row : rows) {
-    load("From: " + std::string(row[0]) + "@Xyz.example\r\n\r\n");
-    EXPECT_EQ(row[1], fields("AddrWords")) << row[0];
-  }
-}
-
 TEST_F(RuleFieldsTest, HeaderFieldByName) {
   load(kMail);
   const char* const rows[][2] = {
@@ -173,8 +118,7 @@ TEST_F(RuleFieldsTest, HeaderFieldByName) {
       {"HTML-X-P", "[html]"},
       {"html-All", "[Content-Type: text/html; charset=UTF-8][X-P: html]"},
       {"text-Subject", "-"},
-      {"Subject", "[=?utf-8?q?s_=C3=A9?=]"},
-  };
+      {"Subject", "[=?utf-8?q?s_=C3=A9?=]"}};
   for (const auto& row : rows) EXPECT_EQ(row[1], header(row[0])) << row[0];
   EXPECT_EQ(m.message.fields.count(),
             m.regexFields(kFieldHdr, TBLOCK("aLL")).count());
@@ -262,31 +206,6 @@ TEST_F(RuleFieldsTest, RelaysAndFingerprints) {
   EXPECT_EQ("[l.l.lllllll/l,l.l.lllllll/d.html]", fields("AdnUrl2"));
   const std::string words = fields("Words");
   EXPECT_EQ("[ij][kl][m]", words.substr(words.size() - 11)) << words;
-}
-
-TEST_F(RuleFieldsTest, TablesAndTags) {
-  load("");
-  m.htmlContext.tablePattern = std::string(60, 't').c_str();
-  m.htmlContext.badTags.incBlockCount(TBLOCK("<bad>"), 2);
-  m.htmlContext.tagParams.add("a=1");
-  m.htmlContext.tagParams.add("Bc");
-  EXPECT_EQ("[<bad>] [l=d][a]", fields("BadTag AdnTagParam"));
-  EXPECT_EQ("[" + std::string(50, 't') + "]", fields("AdnTable"));
-  EXPECT_EQ("[" + std::string(60, 't') + "]", fields("Table"));
-}
-
-TEST_F(RuleFieldsTest, FieldsOfTheLedgerAreNeverKept) {
-  load("");
-  EXPECT_EQ("-", fields("SpamCause"));
-  m.addToSpamScore(1234567, "x", 1);
-  m.ledger.whiteScoring = 1;
-  m.addToSpamScore(-50, "y", 1);
-  EXPECT_EQ("[1] [spam] [x (1234567);y (-50)] [1234517;-0050;1234567]",
-            fields("SpamState SpamType SpamCause Score"));
-  m.ledger.state = ssCommercialM;
-  EXPECT_EQ("- [MCE]", fields("SpamState SpamType"));
-  m.ledger.state = 4;
-  EXPECT_EQ("[4] -", fields("SpamState SpamType"));
 }
 
 // A list stays as it is, with the texts that were made for it, whatever else is

@@ -1,8 +1,8 @@
 // The source of a dictionary of full size, 440 sections and 36,080 lines of all
-// types, made from numbers. For its test and for benchmarks.
+// types, made from numbers. For benchmarks.
 
-#ifndef TESTS_RULES_FULL_DICTIONARY_UTIL_H_
-#define TESTS_RULES_FULL_DICTIONARY_UTIL_H_
+#ifndef BENCH_FULL_DICTIONARY_H_
+#define BENCH_FULL_DICTIONARY_H_
 
 #include <stdint.h>
 
@@ -27,4 +27,4 @@ struct FullSection {
 
 std::vector<FullSection> MakeFullDictionary();
 
-#endif  // TESTS_RULES_FULL_DICTIONARY_UTIL_H_
+#endif  // BENCH_FULL_DICTIONARY_H_

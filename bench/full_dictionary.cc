@@ -1,4 +1,4 @@
-#include "rules/full_dictionary_util.h"
+#include "full_dictionary.h"
 
 #include "base/heap_text.h"
 

@@ -1,6 +1,6 @@
 // A byte b is q = b / 17 and r = b % 17, written as the letters 'b' + q and
 // 'f' + r: in the order r, q for the first byte, then q, r, and so on in turn.
-// The one entry is EncodeLetterPairs. Tested by letter_pairs_test.cc.
+// The one entry is EncodeLetterPairs. Tested by tests/api/record_test.c.
 
 #include "api/letter_pairs.h"
 

@@ -2,7 +2,8 @@
 // kept as views; four steps then judge these values. A field that goes on
 // over several lines is known by its first line only.
 //
-// Entry point: setContent. Tested by block_dsn_test.cc.
+// Entry point: setContent. Tested by notification_test.cc
+// and tests/golden/bounce_*.eml.
 
 #include "message/block_dsn.h"
 

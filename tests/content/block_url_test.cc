@@ -63,28 +63,4 @@ TEST(BlockUrlTest, Parts) {
   EXPECT_EQ("http://a.org/", Str(kept.url));
 }
 
-TEST(BlockUrlTest, Comparison) {
-  const struct {
-    const char *a, *shown;
-    bool same;
-  } rows[] = {{"http://www.Example.com/offer?id=1", "example.COM", true},
-              {"example.com", "http://www.example.com/offer?id=1", false},
-              {"http://a.org", "https://a.org", false},
-              {"news://a.org", "news://a.org", true},
-              {"mailto:a@b.org", "a@b.org", true},
-              {"http://a.org/./?", "blocked::www.a.org/", true},
-              {"a.org", "a.org/b", false},
-              {"", "a.org", false},
-              {"http:///", "http://", false},
-              {"a.org", "...", true},
-              {"a.org", "", true},
-              {"www.", "", true},  // the dot goes ahead of the "www."
-              {"http://www.www.a.org", "www.a.org", false}};
-  for (const auto& row : rows) {
-    const HeapText a(row.a), shown(row.shown);
-    EXPECT_EQ(row.same, TBLOCKURL::CompareUrl(a.view(), shown.view()))
-        << row.a << " " << row.shown;
-  }
-}
-
 }  // namespace

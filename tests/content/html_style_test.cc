@@ -239,21 +239,6 @@ TEST(HtmlStyleTest, FoldedRulesAreTheWalks) {
   }
 }
 
-TEST(HtmlStyleTest, ProseInStyleElements) {
-  for (const Row& row :
-       Rows("buy cheap pills now => 0 ~ p{color:red} => -3 ~ "
-            "p.c , td { font-size : 9px ; color:red } => -6 ~ "
-            "buy cheap{pills now} => 4 ~ buy cheap{pills: now} => -4 ~ "
-            "buy cheap{pills: now => 4 ~ 1 2 buy 3{4 - now 5 pills 6} => 4 ~ "
-            "1 2 {3} => 0 ~ p{} => 1 ~ /*buy cheap*/p{pills} => 2 ~ "
-            "a.css buy{cheap pills} => 0")) {
-    Rules rules;
-    rules.style(row.text.str());
-    EXPECT_EQ(row.result, std::to_string(rules.c.styleAnomalyCount))
-        << row.text.str();
-  }
-}
-
 // ---- The stack
 
 TEST(HtmlStyleTest, StackThatIsFull) {

@@ -79,39 +79,4 @@ TEST(LinksTest, NoMoreThanTheLimit) {
   }
 }
 
-std::string RandomUrl(Numbers& numbers) {
-  const char* const protos[] = {"",        "http://", "https://",
-                                "news://", "cid:",    "blocked::",
-                                "HTTP:\\", "ftp://",  "mailto:"};
-  const char* const letters[] = {"a", "B", "b", "www.", "/", ".", "?", "A"};
-  std::string url = protos[numbers.Below(9)];
-  for (uint32_t n = numbers.Below(6); n > 0; n--)
-    url += letters[numbers.Below(8)];
-  return url;
-}
-
-// Links that are added between the questions count from then on.
-TEST(LinksTest, KnowsWhatAnyLinkCompares) {
-  Numbers numbers(11);
-  uint32_t known = 0;
-  for (int round = 0; round < 300; round++) {
-    TLINKVECT links;
-    std::deque<HeapText> texts;
-    for (int step = 0; step < 60; step++) {
-      texts.emplace_back(RandomUrl(numbers));
-      const TBLOCK url = texts.back().view();
-      const uint32_t what = numbers.Below(12);
-      if (what == 0) links.del(static_cast<int32_t>(numbers.Below(9)));
-      if (what < 3) links.add(url, TBLOCK());
-      if (what < 3) continue;
-      bool expected = false;
-      for (int32_t i = 0; i < links.count(); i++)
-        expected |= TBLOCKURL::CompareUrl(links.get(i)->url.url, url);
-      known += expected;
-      ASSERT_EQ(expected, links.knows(url)) << Str(url) << "\n" << Dump(links);
-    }
-  }
-  EXPECT_LT(1000u, known);
-}
-
 }  // namespace

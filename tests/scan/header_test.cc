@@ -56,31 +56,6 @@ TEST(HeaderTest, Lines) {
   EXPECT_EQ("", Dump(HEADER(TBLOCK(nullptr, 5))));
 }
 
-TEST(HeaderTest, CopyNeedsRoomForTheNul) {
-  struct Row {
-    const char *block, *text;
-  };
-  const Row rows[] = {{"", "\r\n"},
-                      {"A: 1\n 2\n\nbody", "A: 1\r\n 2\r\n\r\n"},
-                      {"A: 1\rB: 2", "A: 1\rB: 2\r\n\r\n"}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.text);
-    const HEADER header(HeapText(row.block).view());
-    const int32_t n = static_cast<int32_t>(strlen(row.text));
-    ASSERT_EQ(n, header.length());
-    for (const int32_t size : {-1, 0, 1, n - 1, n}) {
-      std::string buffer(static_cast<size_t>(n) + 1, '#');
-      const std::string before = buffer;
-      EXPECT_EQ(0, header.copyTo(&buffer[0], size)) << size;
-      EXPECT_EQ(before, buffer) << size;
-    }
-    const std::unique_ptr<char[]> out(new char[static_cast<size_t>(n) + 1]);
-    EXPECT_EQ(1, header.copyTo(out.get(), n + 1));
-    EXPECT_STREQ(row.text, out.get());
-    EXPECT_EQ(0, header.copyTo(nullptr, n + 1));
-  }
-}
-
 // A header comes uncut from the host, so its size is the sender's choice.
 // Quadratic work would run into the time limit of the test.
 TEST(HeaderTest, LongHeaders) {

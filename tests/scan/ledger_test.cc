@@ -49,26 +49,6 @@ TEST(LedgerTest, TheCauseTextIsBoundedAndThePointsAreNot) {
   EXPECT_EQ("x (1)", Str(ledger.cause.view()).substr(ledger.cause.length - 5));
 }
 
-TEST(CheckCondTest, LabelsOfTheFourForms) {
-  TQMMSG m(nullptr, nullptr, nullptr, 0, 0);
-  const char bytes[] = {'a', ';', static_cast<char>(0xE9)};
-  EXPECT_EQ(7, m.checkCond(7, 1, "one"));
-  EXPECT_EQ(1, m.checkCond(7, 2, "two", -12));
-  EXPECT_EQ(1, m.checkCond(7, 3, "three", "detail"));
-  EXPECT_EQ(1, m.checkCond(7, 4, "four", 44, "and ", TBLOCK(bytes, 3)));
-  EXPECT_EQ(1, m.checkCond(7, 5, "five", 55, "", TBLOCK()));
-  EXPECT_EQ(
-      "one (1);two-12 (2);three detail (3);four44and a;\xE9 (4);five55 (5)",
-      Str(m.ledger.cause.view()));
-  m.ledger.reset();
-  EXPECT_EQ(0, m.checkCond(0, 1, "x"));
-  EXPECT_EQ(0, m.checkCond(0, 1, "x", 1));
-  EXPECT_EQ(0, m.checkCond(0, 1, "x", "y"));
-  EXPECT_EQ(0, m.checkCond(0, 1, "x", 1, "y", TBLOCK("z")));
-  EXPECT_EQ(0, m.ledger.score);
-  EXPECT_EQ(0u, m.ledger.cause.length);
-}
-
 TEST(RandomScoreTest, StaysInItsSpread) {
   for (int score : {-5, 0, 119}) EXPECT_EQ(score, TQMMSG::randomScore(score));
   for (int i = 0; i < 200; i++) {

@@ -32,51 +32,6 @@ class ReadDirTest : public testing::Test {
   std::string root_;
 };
 
-TEST_F(ReadDirTest, Wildcards) {
-  for (const char* name :
-       {"abc", "abcd", "xabc", "a.c", "a+c", "ac", "\xe9t\xe9", "aab"})
-    touch(name);
-  fs::create_directory(root_ + "/abcdir");
-  fs::create_symlink("abc", root_ + "/abclink");
-  fs::create_symlink("abcdir", root_ + "/abcdirlink");
-  const struct {
-    const char *wildcard, *found;
-  } rows[] = {{"a?c", "a+c a.c abc abcd abclink "},
-              {"a.c", "a.c "},
-              {"*c", "a+c a.c abc abcd abclink ac xabc "},
-              {"abc", "abc abcd abclink "},
-              {"a*d", "abcd "},
-              {"?????", "abclink "},
-              {"", "\xe9t\xe9 a+c a.c aab abc abcd abclink ac xabc "},
-              {"*", "\xe9t\xe9 a+c a.c aab abc abcd abclink ac xabc "},
-              {"\xe9", "\xe9t\xe9 "},
-              // What stands for itself may mean something to the engine.
-              {"a+", "a+c a.c aab abc abcd abclink ac "},
-              {"a(", ""},
-              {"a[", ""},
-              {"a{", ""},
-              {"+", "\xe9t\xe9 a+c a.c aab abc abcd abclink ac xabc "}};
-  for (const auto& row : rows) {
-    PURGER purger(nullptr);
-    READDIR walk(&purger, (root_ + "/").c_str(), row.wildcard);
-    std::string found;
-    for (int32_t i = 0; i < purger.paths.count(); i++)
-      found += std::string(purger.paths.text(i)).substr(root_.size() + 1) + " ";
-    EXPECT_EQ(row.found, found) << row.wildcard;
-  }
-  // Of names that differ in case alone one is kept.
-  touch("ABC");
-  PURGER purger(nullptr);
-  READDIR all(&purger, root_.c_str(), "*");
-  EXPECT_EQ(9, purger.paths.count());
-  Stopper stopper;
-  READDIR stopped(&stopper, root_.c_str(), "*");
-  EXPECT_EQ(2, stopper.calls);
-  READDIR noFolder(&stopper, (root_ + "/none").c_str(), "*");
-  READDIR noName(&stopper, nullptr, "*");
-  EXPECT_EQ(2, stopper.calls);
-}
-
 void DeleteTree(const std::string& path) {
   DIRLISTER lister(path.c_str());
   READDIR files(&lister, path.c_str(), "*");

@@ -105,31 +105,6 @@ TEST_F(RuleFieldsTest, FromARealMessage) {
             fields("PartMimeType Profil Param"));
 }
 
-TEST_F(RuleFieldsTest, HeaderFieldByName) {
-  load(kMail);
-  const char* const rows[][2] = {
-      {"received", "[from a by b]"},  // the first one
-      {"X-SPAM-STATUS", "[Yes]"},
-      {"X-Spam", "-"},
-      {"", "-"},
-      {"text-", "-"},
-      {"X-P", "-"},
-      {"text-x-p", "[text]"},
-      {"HTML-X-P", "[html]"},
-      {"html-All", "[Content-Type: text/html; charset=UTF-8][X-P: html]"},
-      {"text-Subject", "-"},
-      {"Subject", "[=?utf-8?q?s_=C3=A9?=]"}};
-  for (const auto& row : rows) EXPECT_EQ(row[1], header(row[0])) << row[0];
-  EXPECT_EQ(m.message.fields.count(),
-            m.regexFields(kFieldHdr, TBLOCK("aLL")).count());
-  const int32_t read = m.fieldsRead;
-  header("Subject");
-  EXPECT_EQ(read, m.fieldsRead);
-  load("Content-Type: text/plain\r\n\r\nx");
-  EXPECT_EQ("[text/plain]", header("text-content-type"));
-  EXPECT_EQ("-", header("html-content-type"));
-}
-
 void AddLink(TLINKVECT& links, int32_t proto, const char* text,
              const char* tld) {
   TLINKRECORD link = {};

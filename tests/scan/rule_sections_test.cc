@@ -213,37 +213,6 @@ TEST_F(RuleSectionsTest, NamesChainToSections) {
   EXPECT_EQ("", cause());
 }
 
-TEST_F(RuleSectionsTest, SectionsWithAnIndex) {
-  const std::string bytes =
-      MakeImage({{"fruits", stString, sfHashed, {"Banana", "kiwi"}},
-                 {"unindexed", stString, 0, {"Banana"}},
-                 {"digests", stMd5, sfHashed, {"banana"}},
-                 {"patchlike", stString, sfHashed | sfPatch, {"Banana"}},
-                 {"phish", stRule, 0, {"<5>Param=a", "<-50>Param=a"}},
-                 {"phish-Hash", stString, sfHashed, {"<40>ok2", "<7>ok1"}},
-                 {"plain", stRule, 0, {"<5>Param=a"}}});
-  ASSERT_TRUE(message.dico.loadKeywordsFromBlock(BlockOf(bytes)));
-  TBLOCK name;
-  static const Case<int> rows[] = {
-      {"Param$=fruits", 1},      {"Param$<>Fruits", 2},
-      {"rev(Param)$=fruits", 0}, {"Param$=unindexed", 0},
-      {"Param$=patchlike", 0},   {"Param$=digests", 1},
-      {"Param$==fruits", 0}};
-  for (const auto& row : rows)
-    EXPECT_EQ(row.want, message.checkRule(TBLOCK(row.text), name, 1, '|'))
-        << row.text;
-  message.bodyWords.clear();
-  for (const char* word : {"no", "ok1", "ok2"})
-    message.bodyWords.add(TBLOCK(word), 0, 0);
-  // The first word that is found gives the start.
-  EXPECT_EQ(12, message.getPositiveSectionScore(TBLOCK("phish"), nullptr));
-  EXPECT_EQ(5, message.getPositiveSectionScore(TBLOCK("plain"), nullptr));
-  EXPECT_EQ(-45, message.getRuleSectionScore(TBLOCK("phish"), nullptr));
-  load("Subject: s\r\n\r\nok1 without ab-1-2\r\n");
-  message.bodyWords.add(TBLOCK("ok1"), 0, 0);
-  EXPECT_EQ(5, message.getPositiveSectionScore(TBLOCK("phish"), nullptr));
-}
-
 // A rule of a few leaves, in groups within groups.
 std::string RandomRule(Numbers& numbers, int depth) {
   static const char* const kFields[] = {

@@ -233,6 +233,14 @@ void RULEPATTERN::edgeBytes(bool last, uint32_t* bits) const {
   for (uint32_t i = 0; i < kWords; i++) bits[i] = 0xFFFFFFFF;
 }
 
+void RULEPATTERN::innerBytes(uint32_t* bits) const {
+  const uint32_t kWords = 8;
+  for (uint32_t i = 0; i < kWords; i++) bits[i] = 0;
+  const bool wants = form == rfPlain || form == rfBut;
+  if (wants && must && zr_regbytes(must, bits)) return;
+  for (uint32_t i = 0; i < kWords; i++) bits[i] = 0xFFFFFFFF;
+}
+
 bool BlockMatchRegex(TBLOCK subject, TBLOCK pattern, REGEXPOOL* pool,
                      REGEX* compiled) {
   RULEPATTERN rule;

@@ -103,6 +103,8 @@ class RULEPATTERN {
   // with, or with `last` end with: byte c is bit c % 32 of bits[c / 32], of 8
   // words.
   void edgeBytes(bool last, uint32_t* bits) const;
+  // Bytes of which such a subject holds at least one.
+  void innerBytes(uint32_t* bits) const;
   // Whether all of the pattern is the wanted half.
   bool isPlain() const {
     return form == rfPlain || form == rfAnyText || form == rfNoText;

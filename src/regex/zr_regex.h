@@ -203,4 +203,8 @@ int zr_regexec(const zr_regex* preg, const char* subject, uint32_t nmatch,
 // as they were, when nothing is known. An empty subject may match in any case.
 bool zr_regedge(const zr_regex* preg, bool last, uint32_t* bits);
 
+// The same of bytes of which a match has at least one, wherever that stands,
+// the rarest in mail. Nothing is known of a pattern that fits an empty text.
+bool zr_regbytes(const zr_regex* preg, uint32_t* bits);
+
 #endif  // REGEX_ZR_REGEX_H_

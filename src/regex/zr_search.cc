@@ -504,6 +504,52 @@ bool zr_regedge(const zr_regex* preg, bool last, uint32_t* bits) {
   return false;
 }
 
+// Adds the rarest place of a window; of grams the first bytes.
+static double AddRarest(const zr_search* search, const zr_window& window,
+                        zr_set* set) {
+  if (window.grams) {
+    const uint32_t* slots = zr_gram_slots(window);
+    zr_set all = {};
+    for (uint32_t i = 0; i < zr_gram_slot_count(window); i++) {
+      if (!slots[i]) continue;
+      zr_set_add(&all, slots[i] & 0xFF);
+      zr_set_add(&all, slots[i] & 0xDF);
+    }
+    zr_set_add_all(set, all);
+    return Share(all);
+  }
+  uint32_t best = 0;
+  double least = 2;
+  for (uint32_t i = 0; i < (window.run ? 1 : window.length); i++) {
+    const double share = zr_search_share(search, window.places[i]);
+    if (share >= least) continue;
+    least = share;
+    best = i;
+  }
+  zr_set_add_all(set, zr_search_set(search, window.places[best]));
+  return least;
+}
+
+bool zr_regbytes(const zr_regex* preg, uint32_t* bits) {
+  const zr_search* search = preg->search;
+  const uint32_t counts[] = {search->coverCount, search->secondCount};
+  double least = 2;
+  zr_set rarest = {};
+  if (preg->minLength == 0) return false;
+  for (uint32_t cover = 0, first = 0; cover < 2; first += counts[cover++]) {
+    zr_set set = {};
+    double share = counts[cover] ? 0 : 2;
+    for (uint32_t i = 0; i < counts[cover]; i++)
+      share += AddRarest(search, search->windows[first + i], &set);
+    if (share >= least) continue;
+    least = share;
+    rarest = set;
+  }
+  if (least >= 2) return false;
+  for (uint32_t i = 0; i < 8; i++) bits[i] |= rarest.bits[i];
+  return true;
+}
+
 void zr_search_free(zr_search* search) {
   if (!search) return;
   for (uint32_t i = 0; i < 2; i++) {

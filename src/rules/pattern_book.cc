@@ -87,7 +87,7 @@ void PATTERNBOOK::noteEdges(const TQMDICO& dico, uint32_t section,
   if (from->type != stNamedRegex || n < kMinEdgeLines || n > kMaxEdgeLines)
     return;
   const uint32_t words = (n + 31) / 32;
-  const uint32_t all = 2 * 256 * words;
+  const uint32_t all = 2 * 256 * words + 256;
   uint32_t* bits =
       all <= wordsLeft ? new (std::nothrow) uint32_t[all]() : nullptr;
   if (!bits) return;
@@ -97,8 +97,12 @@ void PATTERNBOOK::noteEdges(const TQMDICO& dico, uint32_t section,
     const uint32_t number =
         dico.image().lineNumber(dico.image().sectionLine(from, line));
     const RULEPATTERN* pattern = find(number, from->type);
+    uint32_t bytes[8];
+    if (pattern) pattern->innerBytes(bytes);
+    for (uint32_t c = 0; line < 32 && c < 256; c++)
+      if (!pattern || (bytes[c / 32] >> (c % 32) & 1))
+        bits[2 * 256 * words + c] |= 1u << line;
     for (uint32_t last = 0; last < 2; last++) {
-      uint32_t bytes[8];
       if (pattern) pattern->edgeBytes(last != 0, bytes);
       for (uint32_t c = 0; c < 256; c++)
         if (!pattern || (bytes[c / 32] >> (c % 32) & 1))
@@ -113,10 +117,13 @@ TWORTHTRYING PATTERNBOOK::worthTrying(const TQKSECTION* section,
   const uintptr_t base = reinterpret_cast<uintptr_t>(firstSection);
   const uintptr_t i = (at - base) / sizeof(TQKSECTION);
   if (text.empty() || at < base || i >= sectionCount || !edges[i].bits)
-    return {nullptr, nullptr};
+    return {nullptr, nullptr, 0};
   const uint32_t words = edges[i].words;
+  const uint32_t* const holds = edges[i].bits + 2 * 256 * words;
+  uint32_t holding = 0;
+  for (uint32_t k = 0; k < text.length; k++) holding |= holds[text[k]];
   return {edges[i].bits + text[0] * words,
-          edges[i].bits + (256 + text[text.length - 1]) * words};
+          edges[i].bits + (256 + text[text.length - 1]) * words, holding};
 }
 
 const RULEPATTERN* PATTERNBOOK::find(uint32_t lineNumber,

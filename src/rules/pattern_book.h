@@ -20,12 +20,15 @@ bool CutNamed(TBLOCK line, TBLOCK& name, TBLOCK& pattern);
 struct TWORTHTRYING {
   const uint32_t* begin;  // those that match texts with this first byte
   const uint32_t* end;    // with this last byte
+  uint32_t holding;       // of the first 32: with the bytes in the text
 
   // The first from `i` on; `count` or more when there is none of so many.
   uint32_t next(uint32_t i, uint32_t count) const {
     if (!begin) return i;
     while (i < count) {
-      const uint32_t bits = (begin[i / 32] & end[i / 32]) >> (i % 32);
+      uint32_t bits = begin[i / 32] & end[i / 32];
+      if (i < 32) bits &= holding;
+      bits >>= i % 32;
       if (bits) return i + static_cast<uint32_t>(__builtin_ctz(bits));
       i = (i / 32 + 1) * 32;
     }
@@ -56,7 +59,8 @@ class PATTERNBOOK {
   };
 
   // For each byte a bit for each line, twice: texts that begin with the byte,
-  // and texts that end with it.
+  // and texts that end with it. Behind these for each byte those of the first
+  // 32 lines of which each match has it or another that is marked so.
   struct TEDGES {
     uint32_t* bits;  // owned
     uint32_t words;  // of one byte

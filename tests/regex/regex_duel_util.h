@@ -29,6 +29,7 @@ class RegexDuel {
   // answer within its budget, only that the engine returns is seen.
   std::string compare(std::string_view subject, uint32_t nmatch);
 
+  int code() const { return engineCode_; }
   bool compiled() const { return engineCode_ == 0; }
   const regex_model::Pattern& model() const { return model_; }
   const zr_regex* engine() const { return engine_; }

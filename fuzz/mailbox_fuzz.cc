@@ -7,6 +7,7 @@
 
 #include <algorithm>
 
+#include "base/count.h"
 #include "content/address_scheme.h"
 #include "content/mailbox.h"
 #include "content/sender_judge.h"
@@ -33,6 +34,12 @@ static void CheckWords(const TMAILBOX& box) {
   }
 }
 
+static bool HoldsLetter(const TBLOCKVECT& words) {
+  for (int32_t i = 0; i < words.count(); i++)
+    if (CountOf(words.get(i), bitLetter)) return true;
+  return false;
+}
+
 static void CheckBox(const TMAILBOX& box, TBLOCK piece) {
   Check(IsInside(box.text, piece) && IsInside(box.email, box.text) &&
         IsInside(box.name, box.text) && IsInside(box.host, box.email) &&
@@ -45,9 +52,8 @@ static void CheckBox(const TMAILBOX& box, TBLOCK piece) {
   CheckWords(box);
   const int scheme = CheckEmailScheme(box);
   Check(scheme >= -1 && scheme <= 1);
-  // What makes a scheme for the one does so for the other.
-  if (box.scheme && SchemeOfWords(AddressStem(box.email), NAMEWORDS(box.name)))
-    Check(scheme >= 0 || box.name.length > kMaxNameBytes);
+  // What makes a scheme for the one does so for the other, but for numbers.
+  if (box.scheme && HoldsLetter(NAMEWORDS(box.name))) Check(scheme >= 0);
   const int forged = CheckForgedMailBox(box);
   Check(forged >= 0 && forged <= 5 && !(forged && CheckCommonEmail(box)));
   const int fall = GetFallScheme(box);

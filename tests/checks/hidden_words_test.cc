@@ -97,4 +97,3 @@ TEST(HiddenWordsTest, CapitalsAmongSmallLetters) {
     EXPECT_EQ(std::string("Hard word ") + row.label, label.c_str());
   }
 }
-

@@ -31,25 +31,46 @@ static void Record(const char* record, size_t size, const Row* row) {
 }
 
 #define ROW(record, name) \
-  {#name, offsetof(record, name), sizeof(((record*)0)->name)},
+  { #name, offsetof(record, name), sizeof(((record*)0)->name) }
 #define GLOBAL(name) ROW(QMGLOBALSETUP, name)
 #define USER(name) ROW(QMUSERSETUP, name)
 #define INFO(name) ROW(QMINFO, name)
-#define INFOS(F)                                                              \
-  F(size)                                                                     \
-  F(flags) F(msgLength) F(msg) F(msgPath) F(user) F(globalListLength)         \
-      F(globalList) F(userListLength) F(userList) F(keywordFile) F(headerOut) \
-          F(headerOutSize) F(userSetup) F(globalSetup) F(headerLength)        \
-              F(headerOutLength) F(subjectTag) F(state) F(score) F(cause)     \
-                  F(causeSize) F(reserved) F(version) F(versionSize)          \
-                      F(bailout) F(profile) F(params) F(paramsOut)            \
-                          F(paramsOutSize)
 
 int main(void) {
-  static const Row global[] = {GLOBAL(value) GLOBAL(flags){0}};
-  static const Row user[] = {USER(value1) USER(value2) USER(value3) USER(value4)
-                                 USER(flags){0}};
-  static const Row info[] = {INFOS(INFO){0}};
+  static const Row global[] = {GLOBAL(value), GLOBAL(flags), {0}};
+  static const Row user[] = {USER(value1), USER(value2), USER(value3),
+                             USER(value4), USER(flags),  {0}};
+  static const Row info[] = {INFO(size),
+                             INFO(flags),
+                             INFO(msgLength),
+                             INFO(msg),
+                             INFO(msgPath),
+                             INFO(user),
+                             INFO(globalListLength),
+                             INFO(globalList),
+                             INFO(userListLength),
+                             INFO(userList),
+                             INFO(keywordFile),
+                             INFO(headerOut),
+                             INFO(headerOutSize),
+                             INFO(userSetup),
+                             INFO(globalSetup),
+                             INFO(headerLength),
+                             INFO(headerOutLength),
+                             INFO(subjectTag),
+                             INFO(state),
+                             INFO(score),
+                             INFO(cause),
+                             INFO(causeSize),
+                             INFO(reserved),
+                             INFO(version),
+                             INFO(versionSize),
+                             INFO(bailout),
+                             INFO(profile),
+                             INFO(params),
+                             INFO(paramsOut),
+                             INFO(paramsOutSize),
+                             {0}};
   Record("QMGLOBALSETUP", sizeof(QMGLOBALSETUP), global);
   Record("QMUSERSETUP", sizeof(QMUSERSETUP), user);
   Record("QMINFO", sizeof(QMINFO), info);
